@@ -1,0 +1,30 @@
+# Language level, build type, warnings and instrumentation shared by everything that is compiled here.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+# -O2 with debug information unless something else is asked for.
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
+set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
+
+add_compile_options(-Wall -Wextra -Wshadow -Wconversion)
+
+set(QUORRIN_INSTRUMENTATION "" CACHE STRING "Instrumentation: empty, sanitize or coverage")
+if(QUORRIN_INSTRUMENTATION STREQUAL "sanitize")
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(QUORRIN_INSTRUMENTATION STREQUAL "coverage")
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()

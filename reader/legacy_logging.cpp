@@ -1,0 +1,15 @@
+// Logging and folder entry points of earlier host programs: they load and do nothing, deliberately.
+
+#include "quorrin/quorrin.h"
+
+void WriteLog(const char* a, const char* b, std::int32_t c) {
+    WriteLogEnc(a, b, c, 0);
+}
+
+void WriteLogTime() {}
+
+void WriteLogEnc(const char* /*a*/, const char* /*b*/, std::int32_t /*c*/, std::int32_t /*d*/) {}
+
+std::int32_t CreateFolder(char* /*path*/) {
+    return 0;
+}

@@ -1,0 +1,78 @@
+// The connection to the reader: opening, closing, serial number.
+
+#include <algorithm>
+#include <cstring>
+
+#include "quorrin/quorrin.h"
+#include "quorrin/reader_library.h"
+#include "reader/codes.hpp"
+#include "reader/diagnostic_log.hpp"
+
+std::int64_t ReaderHandle = 0;
+char EG_szDev_Name[10] = "AUTO";
+std::int32_t EG_port = 0;
+
+using namespace quorrin;
+
+namespace {
+
+constexpr std::size_t device_name_size = 32;
+constexpr std::size_t serial_buffer_size = 100;
+constexpr std::size_t serial_size = 32;
+constexpr std::size_t log_line_size = 100;
+
+}  // namespace
+
+std::int64_t OpenDevice(const char* /*name*/, std::int64_t* handle) {
+    if (handle == nullptr) {
+        return code::bad_parameter;
+    }
+    char device_name[device_name_size] = {};
+    const std::int64_t result = ICC_Reader_Open(device_name);
+    const int name_length = static_cast<int>(strnlen(device_name, sizeof device_name));
+    if (result > 0) {
+        log::formatted<log_line_size>("OpenDevice(%.*s) = %d", name_length, device_name,
+                                      static_cast<int>(result));
+        *handle = result;
+        return code::success;
+    }
+    log::formatted<log_line_size>("OpenDevice(%.*s)", name_length, device_name);
+    // Deliberate: a result of exactly 0 reports success with no handle stored; the host goes on
+    // with the handle that it had.
+    return result;
+}
+
+std::int64_t CloseDevice(std::int64_t* handle) {
+    if (handle == nullptr) {
+        return code::bad_parameter;
+    }
+    if (*handle == 0) {
+        return code::success;
+    }
+    const int closed_handle = static_cast<int>(*handle);
+    const std::int64_t result = ICC_Reader_Close();
+    log::formatted<log_line_size>("CloseDevice(%d)", closed_handle);
+    if (result < 0) {
+        return result;
+    }
+    *handle = 0;
+    return code::success;
+}
+
+std::int64_t CloseAllDevice() {
+    PowerDown(ReaderHandle, EG_nUserCardType);
+    return CloseDevice(&ReaderHandle);
+}
+
+std::int64_t GetDevSerial(std::int64_t handle, char* serial) {
+    if (serial == nullptr) {
+        return code::bad_parameter;
+    }
+    char buffer[serial_buffer_size] = {};
+    const std::int64_t result = ICC_Reader_GetSerial(handle, buffer);
+    if (result != 0) {
+        return result;
+    }
+    std::memcpy(serial, buffer, strnlen(buffer, serial_size));
+    return code::success;
+}
