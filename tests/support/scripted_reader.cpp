@@ -1,0 +1,104 @@
+#include "tests/support/scripted_reader.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "quorrin/reader_library.h"
+
+namespace quorrin::test {
+namespace {
+
+std::string number(std::int64_t value) {
+    return std::to_string(value);
+}
+
+std::string slot_code(int slot) {
+    return to_hex(Bytes{static_cast<std::uint8_t>(slot)});
+}
+
+void put(const Bytes& bytes, void* buffer, std::size_t room) {
+    std::copy_n(bytes.begin(), std::min(bytes.size(), room), static_cast<std::uint8_t*>(buffer));
+}
+
+}  // namespace
+
+ScriptedReader& reader() {
+    static ScriptedReader instance;
+    return instance;
+}
+
+void reset_reader() {
+    reader() = ScriptedReader{};
+}
+
+std::vector<std::string> ScriptedReader::commands() const {
+    std::vector<std::string> commands;
+    for (const std::string& call : calls) {
+        if (call.starts_with("Send ")) {
+            commands.push_back(call.substr(call.find(": ") + 2));
+        }
+    }
+    return commands;
+}
+
+}  // namespace quorrin::test
+
+using namespace quorrin::test;
+
+// Looked up by the library, which imports them by name.
+#pragma GCC visibility push(default)
+
+int64_t ICC_Reader_Open(char* name) {
+    reader().calls.push_back("Open");
+    put(reader().open.bytes, name, 32);
+    return reader().open.result;
+}
+
+int64_t ICC_Reader_Close(void) {
+    reader().calls.push_back("Close");
+    return reader().close;
+}
+
+int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
+    reader().calls.push_back("PowerOn " + number(handle) + " " + slot_code(slot));
+    const auto found = reader().power_on.find(slot);
+    if (found == reader().power_on.end()) {
+        return -2;
+    }
+    put(found->second.bytes, atr, 512);
+    return found->second.result;
+}
+
+int64_t ICC_Reader_PowerOff(int64_t handle, int slot) {
+    reader().calls.push_back("PowerOff " + number(handle) + " " + slot_code(slot));
+    const auto found = reader().power_off.find(slot);
+    return found == reader().power_off.end() ? 0 : found->second;
+}
+
+int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t* command,
+                               uint8_t* response) {
+    const Bytes sent(command, command + length);
+    reader().calls.push_back("Send " + number(handle) + " " + slot_code(slot) + ": " +
+                             to_hex(sent));
+    reader().last_response_buffer.assign(response, response + 1024);
+    Answer given = failure(-11);
+    if (reader().card) {
+        given = reader().card(sent);
+    } else if (!reader().answers.empty()) {
+        given = reader().answers.front();
+        reader().answers.pop_front();
+    } else {
+        ADD_FAILURE() << "no answer scripted for " << to_hex(sent);
+    }
+    put(given.bytes, response, 1024);
+    return given.result;
+}
+
+int64_t ICC_Reader_GetSerial(int64_t handle, char* serial) {
+    reader().calls.push_back("GetSerial " + number(handle));
+    put(reader().serial.bytes, serial, 100);
+    return reader().serial.result;
+}
+
+#pragma GCC visibility pop
