@@ -1,0 +1,24 @@
+#include "bankcard/card_step.hpp"
+
+#include "quorrin/quorrin.h"
+#include "reader/codes.hpp"
+
+namespace quorrin {
+
+std::int64_t send_to_card(std::int64_t handle, const CardCommand& command, CardAnswer& answer) {
+    constexpr std::int32_t all_available = 0;
+    return IccComm(handle, EG_nUserCardType, command.cla, command.ins, command.p1, command.p2,
+                   static_cast<std::int32_t>(command.data.size()), command.data.data(),
+                   all_available, command.apdu_case, answer.bytes, &answer.length);
+}
+
+bool step_succeeded(std::int64_t result) {
+    return result == CARD_STATUS && CARD_SW1 == 0x90 && CARD_SW2 == 0x00;
+}
+
+std::int64_t card_step(std::int64_t handle, const CardCommand& command, CardAnswer& answer) {
+    const std::int64_t result = send_to_card(handle, command, answer);
+    return step_succeeded(result) ? code::success : TransRetCodeNoMsg(result);
+}
+
+}  // namespace quorrin

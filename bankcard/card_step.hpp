@@ -1,0 +1,43 @@
+// One step of a card transaction: a command to the user's card and the one place that decides
+// whether it succeeded.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace quorrin {
+
+// What is sent after the header: IccComm's own numbering, not the ISO 7816-3 cases. Le is always
+// 00, which asks for everything that the card has.
+inline constexpr int apdu_with_le = 1;
+inline constexpr int apdu_with_data = 2;
+inline constexpr int apdu_with_data_and_le = 3;
+
+struct CardCommand {
+    std::uint8_t cla, ins, p1, p2;
+    std::span<const std::uint8_t> data;
+    int apdu_case;
+};
+
+struct CardAnswer {
+    static constexpr std::size_t room = 1024;
+
+    std::uint8_t bytes[room] = {};
+    std::uint32_t length = 0;  // without the status word
+
+    std::span<const std::uint8_t> data() const { return {bytes, length}; }
+};
+
+// Sends a command to the slot of the user's card. Returns IccComm's result, which is 0 whenever a
+// status word arrived.
+std::int64_t send_to_card(std::int64_t handle, const CardCommand& command, CardAnswer& answer);
+
+// Whether the exchange with this result, the last one, ended well: the transport worked and the
+// card answered 90 00.
+bool step_succeeded(std::int64_t result);
+
+// Sends a command and judges it: 0, or the code of the status word or of the transport failure.
+std::int64_t card_step(std::int64_t handle, const CardCommand& command, CardAnswer& answer);
+
+}  // namespace quorrin
