@@ -229,6 +229,31 @@ TEST_F(ProcessingOptions, ReportsAnAnswerThatDoesNotParse) {
     }
 }
 
+// A host may begin without a selection: no reset has pointed the rows at their storage yet.
+TEST_F(ProcessingOptions, StoreNothingBeforeTheFirstReset) {
+    for (QuorrinDataElement& row : TermDt) {
+        row.value = nullptr;
+    }
+    for (QuorrinDataElement& row : IccDt) {
+        row.value = nullptr;
+    }
+    EXPECT_EQ(parsBankTagList("T00201", TagMapPDolTerData), -18);
+    EXPECT_EQ(setTermPDolData("T00201", TagMapPDolTerData), 1);
+    insert(R"(
+80A80000 *
+    80[ 7C00 08010100 ] 9000
+00B2010C00
+    70[ 5F34[01] ] 9000
+)");
+    EXPECT_EQ(emvGPO(handle, "T00201", TagMapPDolTerData), 0);
+    EXPECT_EQ(commands(), Commands{"80A8000002830000"});
+    EXPECT_EQ(Bytes(gl_AIP, gl_AIP + 2), hex("7C00"));
+    EXPECT_EQ(emvReadICCard(handle), -107);
+    GuardedBuffer out(2048);
+    EXPECT_EQ(packUserInfo("ABJ", out.text()), 0);
+    EXPECT_TRUE(out.untouched());
+}
+
 struct AnswerCase {
     const char* what;
     const char* answer;
