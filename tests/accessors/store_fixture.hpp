@@ -1,0 +1,153 @@
+// Fixture of the accessor tests: an empty store for each test, and views of it by tag.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "quorrin/quorrin.h"
+#include "tests/support/bytes.hpp"
+#include "tests/support/guarded_buffer.hpp"
+
+namespace quorrin::test {
+
+using Lengths = std::vector<std::uint16_t>;
+
+// The dictionary row of a tag: "9F38".
+inline QuorrinDataElement& row(std::string_view tag) {
+    const Bytes bytes = hex(tag);
+    std::uint16_t index = 0;
+    switch (emvFindDataElement(bytes.data(), static_cast<std::uint8_t>(bytes.size()), &index)) {
+        case 1:
+            return IccDt[index];
+        case 2:
+            return TermDt[index];
+        default:
+            throw std::invalid_argument("no element " + std::string(tag));
+    }
+}
+
+// Puts a value into the store as a card response or the host would.
+inline void put(std::string_view tag, const Bytes& value) {
+    const Bytes bytes = hex(tag);
+    const std::int32_t stored =
+        emvSetDataElement(nullptr, 0, bytes.data(), static_cast<std::uint8_t>(bytes.size()),
+                          static_cast<std::uint16_t>(value.size()), value.data());
+    if (stored != 0) {
+        throw std::invalid_argument("not stored: " + std::string(tag));
+    }
+}
+
+inline void set_present(std::string_view tag, bool present) {
+    const Bytes bytes = hex(tag);
+    emvSetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()), present ? 1 : 0);
+}
+
+inline void set_length(std::string_view tag, std::uint16_t length) {
+    const Bytes bytes = hex(tag);
+    emvSetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), length, 0);
+}
+
+// The first bytes of an element's storage; all of it (its longest length) unless a count is given.
+inline Bytes stored(std::string_view tag) {
+    const QuorrinDataElement& element = row(tag);
+    return {element.value, element.value + element.maxLen};
+}
+inline Bytes stored(std::string_view tag, std::size_t count) {
+    const QuorrinDataElement& element = row(tag);
+    return {element.value, element.value + count};
+}
+
+// Bytes that differ from each other, from zero and from the guards.
+inline Bytes pattern(std::size_t count, std::uint8_t first = 1) {
+    Bytes bytes;
+    for (std::uint8_t next = first; bytes.size() < count; next = next == 0x9F ? 1 : next + 1) {
+        bytes.push_back(next);
+    }
+    return bytes;
+}
+
+// Exactly these bytes on the heap, so that the sanitizers see a step beyond them.
+class ExactBytes {
+  public:
+    explicit ExactBytes(const Bytes& bytes)
+        : bytes_(std::make_unique<std::uint8_t[]>(bytes.size())) {
+        std::ranges::copy(bytes, bytes_.get());
+    }
+    const std::uint8_t* data() const { return bytes_.get(); }
+
+  private:
+    std::unique_ptr<std::uint8_t[]> bytes_;
+};
+
+// The element data at one moment, to tell what an accessor changed.
+class StoreImage {
+  public:
+    StoreImage() {
+        for (const QuorrinDataElement& element : TermDt) {
+            add(element);
+        }
+        for (const QuorrinDataElement& element : IccDt) {
+            add(element);
+        }
+    }
+
+    // Tags of the elements whose value, length or state is now another.
+    std::vector<std::string> changed() const {
+        const StoreImage now;
+        std::vector<std::string> tags;
+        for (std::size_t i = 0; i < elements_.size(); ++i) {
+            if (elements_[i] != now.elements_[i]) {
+                tags.push_back(elements_[i].tag);
+            }
+        }
+        return tags;
+    }
+
+  private:
+    struct Element {
+        std::string tag;
+        Bytes value;
+        unsigned length;
+        unsigned state;
+        bool operator==(const Element&) const = default;
+    };
+
+    void add(const QuorrinDataElement& element) {
+        elements_.push_back({to_hex({element.tag, element.tagLen}),
+                             {element.value, element.value + element.maxLen},
+                             element.curLen,
+                             element.state});
+    }
+
+    std::vector<Element> elements_;
+};
+
+class AccessorTest : public testing::Test {
+  protected:
+    AccessorTest() {
+        std::ranges::copy(TermDt, terminal_);
+        std::ranges::copy(IccDt, card_);
+        emvClrIccAndTermData();
+        std::ranges::fill(gl_Iss_Script, std::uint8_t{0});
+        std::ranges::fill(gl_tIccPk_GM, std::uint8_t{0});
+    }
+    // Length bounds and formats survive every reset; tests that change them do not.
+    ~AccessorTest() override {
+        std::ranges::copy(terminal_, TermDt);
+        std::ranges::copy(card_, IccDt);
+    }
+
+  private:
+    QuorrinDataElement terminal_[std::size(TermDt)];
+    QuorrinDataElement card_[std::size(IccDt)];
+};
+
+}  // namespace quorrin::test
