@@ -86,7 +86,7 @@ class TemplateSet {
             case 0:
                 return TemplateSet(no_template);
             case 1:
-                return TemplateSet(bit_of(tag[0]));
+                return TemplateSet(bits_of_byte[tag[0]]);
             case 2:
                 return TemplateSet(tag[0] == 0xBF && tag[1] == 0x0C ? fci_discretionary : 0);
             default:
@@ -139,8 +139,18 @@ class TemplateSet {
         return other_one_byte;
     }
 
+    static const std::array<std::uint16_t, 256> bits_of_byte;  // bit_of, without a search
+
     std::uint16_t bits_ = 0;
 };
+
+inline constexpr std::array<std::uint16_t, 256> TemplateSet::bits_of_byte = [] {
+    std::array<std::uint16_t, 256> bits{};
+    for (std::size_t byte = 0; byte < bits.size(); ++byte) {
+        bits[byte] = static_cast<std::uint16_t>(bit_of(static_cast<std::uint8_t>(byte)));
+    }
+    return bits;
+}();
 
 namespace dictionary {
 
