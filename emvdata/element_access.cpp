@@ -42,10 +42,12 @@ std::uint8_t emvFindDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
 
 std::int32_t emvCheckTemplate(const std::uint8_t* templateTag, std::uint8_t templateLen,
                               std::uint16_t row) {
-    if (templateLen <= 2 && row >= card_rows) {
-        return template_code::mismatch;
+    const TemplateSet parent = TemplateSet::of(host_bytes(templateTag, templateLen));
+    if (parent.is_too_long()) {
+        return template_code::tag_too_long;
     }
-    return check_template(IccDt[row < card_rows ? row : 0], host_bytes(templateTag, templateLen));
+    return row < card_rows && admits(Slot::card(row), parent) ? template_code::accepted
+                                                              : template_code::mismatch;
 }
 
 std::int32_t emvSetDataElement(const std::uint8_t* templateTag, std::uint8_t templateLen,
