@@ -5,6 +5,7 @@
 #include "emvdata/element_store.hpp"
 #include "reader/process_stop.hpp"
 #include "tlv/ber_tlv.hpp"
+#include "tlv/host_bytes.hpp"
 
 namespace quorrin {
 namespace {
@@ -108,7 +109,7 @@ std::int32_t walk(TemplateSet outermost, Bytes data) noexcept {
                 if (result != store_code::success && !tolerates(result, tag)) {
                     return aborted;
                 }
-            } else if (slot.is_none() && (parent.is_too_long() || tag.size() > 2)) {
+            } else if (slot.is_none() && (parent.is_too_long() || tag.empty() || tag.size() > 2)) {
                 // Unknown tags are ignored, but not those that could not even be looked up.
                 // Terminal tags always are: a card can never overwrite terminal data.
                 return aborted;
@@ -134,12 +135,14 @@ std::int32_t store_template_contents(Bytes template_tag, Bytes data) noexcept {
 using namespace quorrin;
 
 std::int32_t emvExtractDataElement(const std::uint8_t* data, std::uint16_t length) {
-    return store_response({data, data != nullptr ? length : std::size_t{0}});
+    return is_missing(data, length) ? malformed : store_response(host_bytes(data, length));
 }
 
 std::int32_t emvExtractDataTemplate(const std::uint8_t* templateTag, std::uint8_t templateTagLen,
                                     const std::uint8_t* data, std::uint16_t length) {
-    return store_template_contents(
-        {templateTag, templateTag != nullptr ? templateTagLen : std::size_t{0}},
-        {data, data != nullptr ? length : std::size_t{0}});
+    if (is_missing(templateTag, templateTagLen) || is_missing(data, length)) {
+        return malformed;
+    }
+    return store_template_contents(host_bytes(templateTag, templateTagLen),
+                                   host_bytes(data, length));
 }
