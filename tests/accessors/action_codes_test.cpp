@@ -160,7 +160,7 @@ TEST_F(ActionCodes, OfTheIssuerArePresentWithTheirElements) {
             EXPECT_EQ(emvInActionCode(code.selector), 0) << code.tag;
             put(code.tag, pattern(5));
             EXPECT_EQ(emvInActionCode(code.selector), 1) << code.tag;
-            set_present(code.tag, false);
+            set_state_of(code.tag, 0);
             EXPECT_EQ(emvInActionCode(code.selector), 0) << code.tag;
         }
     }

@@ -21,7 +21,7 @@ TEST_F(Card, InterchangeProfileIsSetPresent) {
 
 TEST_F(Card, DeliberatelyASecondInterchangeProfileIsToldAndOverwrites) {
     ASSERT_EQ(emvSetAIP(hex("7C00").data()), 0);
-    set_length("82", 1);
+    set_length_of("82", 1, current);
     EXPECT_EQ(emvSetAIP(hex("3901").data()), 1);
     EXPECT_EQ(stored("82"), hex("3901"));
     EXPECT_EQ(row("82").curLen, 1);
@@ -58,7 +58,7 @@ TEST_F(Card, FileLocatorIsCutToItsStorage) {
 
 TEST_F(Card, FileLocatorCountsWholeEntries) {
     for (const auto& [length, entries] : {std::pair{0, 0}, {3, 0}, {4, 1}, {7, 1}, {252, 63}}) {
-        set_length("94", static_cast<std::uint16_t>(length));
+        set_length_of("94", static_cast<std::uint16_t>(length), current);
         EXPECT_EQ(emvGetAFLNum(), entries) << length;
     }
 }
@@ -136,7 +136,7 @@ TEST_F(Card, PanKeepsItsTrailingF) {
 TEST_F(Card, AbsentPanAndNameHaveLengthZero) {
     for (const Text& text : texts) {
         put(text.tag, pattern(text.longest));
-        set_present(text.tag, false);
+        set_state_of(text.tag, 0);
         GuardedBuffer out(text.longest);
         GuardedBuffer out_length(1);
         EXPECT_EQ(text.accessor(out.data(), out_length.data()), 0) << text.name;
@@ -149,7 +149,7 @@ TEST_F(Card, PanAndNameRefuseNullPointers) {
     for (const Text& text : texts) {
         for (const bool present : {false, true}) {
             put(text.tag, pattern(text.longest));
-            set_present(text.tag, present);
+            set_state_of(text.tag, present ? 1 : 0);
             GuardedBuffer out(text.longest);
             GuardedBuffer out_length(1);
             EXPECT_EQ(text.accessor(nullptr, out_length.data()), 49) << text.name;
@@ -163,7 +163,7 @@ TEST_F(Card, PanAndNameRefuseNullPointers) {
 TEST_F(Card, PanAndNameEndWithTheStorageWhateverLengthTheHostHasSet) {
     for (const Text& text : texts) {
         put(text.tag, pattern(text.longest));
-        set_length(text.tag, 0xFFFF);
+        set_length_of(text.tag, 0xFFFF, current);
         GuardedBuffer out(text.longest);
         GuardedBuffer out_length(1);
         EXPECT_EQ(text.accessor(out.data(), out_length.data()), 1) << text.name;
@@ -180,7 +180,7 @@ TEST_F(Card, PinTryCounterIsMinusOneWhenAbsent) {
     EXPECT_EQ(emvGetPinReTry(), 0);
     put("9F17", hex("FF"));
     EXPECT_EQ(emvGetPinReTry(), 255);
-    set_present("9F17", false);
+    set_state_of("9F17", 0);
     EXPECT_EQ(emvGetPinReTry(), -1);
 }
 
@@ -226,7 +226,7 @@ TEST_F(Card, FastDdaVersionNeedsAuthenticationData) {
 
 TEST_F(Card, FastDdaVersionIsReadFromTheStorageAlone) {
     put("9F69", pattern(32, 0x41));
-    set_length("9F69", 0xFFFF);
+    set_length_of("9F69", 0xFFFF, current);
     GuardedBuffer out(1);
     EXPECT_EQ(emvGetCardDDAVer(out.data()), 1);
     EXPECT_TRUE(out.holds(hex("41")));

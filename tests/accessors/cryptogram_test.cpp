@@ -86,7 +86,7 @@ TEST_F(Cryptogram, DeliberatelyTheTransactionCounterIsDeliveredWithZeroAndMissin
     put("9F36", hex("0102"));
     EXPECT_EQ(emvGetCardATC(atc.data()), 0);
     EXPECT_TRUE(atc.holds(hex("0102")));
-    set_present("9F36", false);
+    set_state_of("9F36", 0);
     EXPECT_EQ(emvGetCardATC(atc.data()), 1);
 }
 
@@ -128,7 +128,7 @@ TEST_F(Cryptogram, TypeOfTheFirstAnswerNeedsIssuerApplicationData) {
 
 TEST_F(Cryptogram, TypeOfTheFirstAnswerIsReadFromTheStorageAlone) {
     put("9F10", hex("07010103200000"));
-    set_length("9F10", 0xFFFF);
+    set_length_of("9F10", 0xFFFF, current);
     GuardedBuffer type(1);
     EXPECT_EQ(emvGetIssAppType(type.data()), 0);
     EXPECT_TRUE(type.holds(hex("02")));

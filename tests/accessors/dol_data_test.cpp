@@ -24,7 +24,7 @@ TEST_F(DolData, CardTdolIsReadWhenPresent) {
         EXPECT_TRUE(tdol.holds(pattern(length)));
         EXPECT_TRUE(out_length.holds({static_cast<std::uint8_t>(length)}));
     }
-    set_present("97", false);
+    set_state_of("97", 0);
     EXPECT_EQ(emvGetTDOL(out.data(), out_length.data()), 52);
 }
 
@@ -43,7 +43,7 @@ TEST_F(DolData, CardTdolRefusesNullPointersFirst) {
     GuardedBuffer out_length(1);
     for (const bool present : {false, true}) {
         put("97", pattern(3));
-        set_present("97", present);
+        set_state_of("97", present ? 1 : 0);
         EXPECT_EQ(emvGetTDOL(nullptr, out_length.data()), 49);
         EXPECT_EQ(emvGetTDOL(out.data(), nullptr), 49);
     }
@@ -53,7 +53,7 @@ TEST_F(DolData, CardTdolRefusesNullPointersFirst) {
 
 TEST_F(DolData, CardTdolEndsWithTheStorageWhateverLengthTheHostHasSet) {
     put("97", pattern(252));
-    set_length("97", 0xFFFF);
+    set_length_of("97", 0xFFFF, current);
     GuardedBuffer out(252);
     GuardedBuffer out_length(1);
     EXPECT_EQ(emvGetTDOL(out.data(), out_length.data()), 1);

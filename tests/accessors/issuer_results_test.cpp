@@ -35,9 +35,9 @@ TEST_F(IssuerResults, CashAuthorisationCountsOnlyWhereTheTerminalSupportsCash) {
     EXPECT_EQ(emvExistISSAuth(), 0);
     put("9F7A", hex("01"));
     EXPECT_EQ(emvExistISSAuth(), 1);
-    set_present("9F74", false);
+    set_state_of("9F74", 0);
     EXPECT_EQ(emvExistISSAuth(), 0);
-    set_present("9F74", true);
+    set_state_of("9F74", 1);
     for (const char* other : {"00", "02", "11", "81"}) {
         put("9F7A", hex(other));
         EXPECT_EQ(emvExistISSAuth(), 0) << other;
@@ -54,20 +54,20 @@ TEST_F(IssuerResults, CashAuthorisationNeedsAReadableIndicator) {
 TEST_F(IssuerResults, CashIndicatorIsReadFromItsStorageAlone) {
     put("9F74", hex("313233343536"));
     put("9F7A", hex("01"));
-    set_length("9F7A", 0xFFFF);
+    set_length_of("9F7A", 0xFFFF, current);
     EXPECT_EQ(emvExistISSAuth(), 1);
 }
 
 TEST_F(IssuerResults, ScriptLengthIsThatOfTheFirstTemplatePresent) {
     EXPECT_EQ(emvGetIssuerScriptLength(), 0);
-    set_length("71", 0x0171);
-    set_length("72", 0x0172);
+    set_length_of("71", 0x0171, current);
+    set_length_of("72", 0x0172, current);
     EXPECT_EQ(emvGetIssuerScriptLength(), 0);
-    set_present("72", true);
+    set_state_of("72", 1);
     EXPECT_EQ(emvGetIssuerScriptLength(), 0x0172);
-    set_present("71", true);
+    set_state_of("71", 1);
     EXPECT_EQ(emvGetIssuerScriptLength(), 0x0171);
-    set_present("72", false);
+    set_state_of("72", 0);
     EXPECT_EQ(emvGetIssuerScriptLength(), 0x0171);
 }
 

@@ -92,7 +92,7 @@ TEST_F(Keys, DeliberatelyTheIndexIsWrittenAlsoWhenAbsent) {
     put("8F", hex("57"));
     EXPECT_EQ(emvGetCAPkIndex(out.data()), 1);
     EXPECT_TRUE(out.holds(hex("57")));
-    set_present("8F", false);
+    set_state_of("8F", 0);
     GuardedBuffer again(1);
     EXPECT_EQ(emvGetCAPkIndex(again.data()), 0);
     EXPECT_TRUE(again.holds(hex("57")));
@@ -113,7 +113,7 @@ TEST_F(Keys, SignedDynamicDataAreReadByTheirLength) {
     EXPECT_EQ(length, 176);
     EXPECT_TRUE(out.holds(pattern(176)));
 
-    set_present("9F4B", false);
+    set_state_of("9F4B", 0);
     GuardedBuffer again(248);
     EXPECT_EQ(emvGetSignDynAppData(again.data(), &length), 1);
     EXPECT_TRUE(again.holds(pattern(176)));
@@ -121,7 +121,7 @@ TEST_F(Keys, SignedDynamicDataAreReadByTheirLength) {
 
 TEST_F(Keys, SignedDynamicDataEndWithTheStorageWhateverLengthTheHostHasSet) {
     put("9F4B", pattern(248));
-    set_length("9F4B", 0xFFFF);
+    set_length_of("9F4B", 0xFFFF, current);
     GuardedBuffer out(248);
     std::uint16_t length = 0;
     EXPECT_EQ(emvGetSignDynAppData(out.data(), &length), 1);

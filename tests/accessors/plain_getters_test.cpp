@@ -52,11 +52,11 @@ TEST_F(PlainGetters, PresenceFollowsAStore) {
 
 TEST_F(PlainGetters, PresenceIsThatOfTheOneElement) {
     for (const Presence& presence : presences) {
-        set_present(presence.tag, true);
+        set_state_of(presence.tag, 1);
         for (const Presence& other : presences) {
             EXPECT_EQ(other.accessor(), &other == &presence) << other.name << presence.tag;
         }
-        set_present(presence.tag, false);
+        set_state_of(presence.tag, 0);
         EXPECT_EQ(presence.accessor(), 0) << presence.name;
     }
 }
@@ -280,7 +280,7 @@ TEST_F(PlainGetters, LengthsAreThoseOfTheOneElement) {
 
 TEST_F(PlainGetters, LengthsHaveSixteenBitsAndAreTheCurrentOnes) {
     for (const Length& length : lengths) {
-        set_length(length.tag, 0x1234);
+        set_length_of(length.tag, 0x1234, current);
         EXPECT_EQ(length.accessor(), 0x1234) << length.name;
     }
 }
@@ -342,7 +342,7 @@ TEST_F(PlainGetters, CopiesAndReadsDeliverTheWholeValueAndItsLength) {
 TEST_F(PlainGetters, CopiesOfAnAbsentElementWriteNothing) {
     for (const Copy& copy : copies) {
         put(copy.tag, pattern(copy.longest));
-        set_present(copy.tag, false);
+        set_state_of(copy.tag, 0);
         GuardedBuffer out(copy.longest);
         GuardedBuffer out_length(1);
         EXPECT_EQ(copy.accessor(out.data(), out_length.data()), 0) << copy.name;
@@ -366,7 +366,7 @@ TEST_F(PlainGetters, DeliberatelyReadsDoNotAskForPresence) {
     for (const Copy& read : reads) {
         const Bytes value = pattern(read.longest);
         put(read.tag, value);
-        set_present(read.tag, false);
+        set_state_of(read.tag, 0);
         GuardedBuffer out(read.longest);
         GuardedBuffer out_length(1);
         EXPECT_EQ(read.accessor(out.data(), out_length.data()), read.result) << read.name;
@@ -396,7 +396,7 @@ TEST_F(PlainGetters, CopiesAndReadsEndWithTheStorageWhateverLengthTheHostHasSet)
             const std::size_t storage = copy.tag == std::string_view("9F61") ? 41 : copy.longest;
             const Bytes value = pattern(copy.longest);
             put(copy.tag, value);
-            set_length(copy.tag, 0xFFFF);
+            set_length_of(copy.tag, 0xFFFF, current);
             GuardedBuffer out(storage);
             GuardedBuffer out_length(1);
             EXPECT_EQ(copy.accessor(out.data(), out_length.data()), copy.result) << copy.name;

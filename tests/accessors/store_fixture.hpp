@@ -1,20 +1,13 @@
 // Fixture of the accessor tests: an empty store for each test, and views of it by tag.
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
+#include <array>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "quorrin/quorrin.h"
-#include "tests/support/bytes.hpp"
-#include "tests/support/guarded_buffer.hpp"
+#include "tests/emvdata/store_test.hpp"
 
 namespace quorrin::test {
 
@@ -34,25 +27,11 @@ inline QuorrinDataElement& row(std::string_view tag) {
     }
 }
 
-// Puts a value into the store as a card response or the host would.
+// Puts a value into the store as the host or a card response would.
 inline void put(std::string_view tag, const Bytes& value) {
-    const Bytes bytes = hex(tag);
-    const std::int32_t stored =
-        emvSetDataElement(nullptr, 0, bytes.data(), static_cast<std::uint8_t>(bytes.size()),
-                          static_cast<std::uint16_t>(value.size()), value.data());
-    if (stored != 0) {
+    if (store(tag, value) != 0) {
         throw std::invalid_argument("not stored: " + std::string(tag));
     }
-}
-
-inline void set_present(std::string_view tag, bool present) {
-    const Bytes bytes = hex(tag);
-    emvSetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()), present ? 1 : 0);
-}
-
-inline void set_length(std::string_view tag, std::uint16_t length) {
-    const Bytes bytes = hex(tag);
-    emvSetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), length, 0);
 }
 
 // The first bytes of an element's storage; all of it (its longest length) unless a count is given.
@@ -73,19 +52,6 @@ inline Bytes pattern(std::size_t count, std::uint8_t first = 1) {
     }
     return bytes;
 }
-
-// Exactly these bytes on the heap, so that the sanitizers see a step beyond them.
-class ExactBytes {
-  public:
-    explicit ExactBytes(const Bytes& bytes)
-        : bytes_(std::make_unique<std::uint8_t[]>(bytes.size())) {
-        std::ranges::copy(bytes, bytes_.get());
-    }
-    const std::uint8_t* data() const { return bytes_.get(); }
-
-  private:
-    std::unique_ptr<std::uint8_t[]> bytes_;
-};
 
 // The element data at one moment, to tell what an accessor changed.
 class StoreImage {
@@ -130,24 +96,21 @@ class StoreImage {
     std::vector<Element> elements_;
 };
 
-class AccessorTest : public testing::Test {
+class AccessorTest : public StoreTest {
   protected:
-    AccessorTest() {
-        std::ranges::copy(TermDt, terminal_);
-        std::ranges::copy(IccDt, card_);
-        emvClrIccAndTermData();
-        std::ranges::fill(gl_Iss_Script, std::uint8_t{0});
-        std::ranges::fill(gl_tIccPk_GM, std::uint8_t{0});
-    }
-    // Length bounds and formats survive every reset; tests that change them do not.
+    AccessorTest() { std::ranges::fill(gl_tIccPk_GM, std::uint8_t{0}); }
+    // Formats outlive every reset; tests that change them do not.
     ~AccessorTest() override {
         std::ranges::copy(terminal_, TermDt);
         std::ranges::copy(card_, IccDt);
     }
 
   private:
-    QuorrinDataElement terminal_[std::size(TermDt)];
-    QuorrinDataElement card_[std::size(IccDt)];
+    template <std::size_t Rows>
+    using Table = std::array<QuorrinDataElement, Rows>;
+
+    Table<std::size(TermDt)> terminal_ = std::to_array(TermDt);
+    Table<std::size(IccDt)> card_ = std::to_array(IccDt);
 };
 
 }  // namespace quorrin::test

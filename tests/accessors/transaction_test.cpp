@@ -90,7 +90,7 @@ TEST_F(Transaction, TypeMustBeOfferedByTheTerminal) {
         const std::int32_t cash = (capabilities & 0x90) != 0 ? 0 : 49;
         EXPECT_EQ(emvSetTransType(0x00), purchase) << capabilities;
         EXPECT_EQ(row("9C").state, purchase == 0);
-        set_present("9C", false);
+        set_state_of("9C", 0);
         EXPECT_EQ(emvSetTransType(0x01), cash) << capabilities;
         EXPECT_EQ(row("9C").state, cash == 0);
     }
