@@ -195,6 +195,14 @@ TEST_F(Card, TransactionQualifiersAreCopiedWhenPresent) {
     EXPECT_EQ(emvGetCardTranCapa(nullptr), 49);
 }
 
+TEST_F(Card, TransactionQualifiersTellAnyOtherStateAsItStands) {
+    put("9F6C", hex("8040"));
+    row("9F6C").state = 2;
+    GuardedBuffer out(2);
+    EXPECT_EQ(emvGetCardTranCapa(out.data()), 2);
+    EXPECT_TRUE(out.untouched());
+}
+
 TEST_F(Card, FastDdaVersionBeginsTheAuthenticationData) {
     const struct {
         const char* data;

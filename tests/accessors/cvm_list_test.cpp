@@ -125,7 +125,7 @@ TEST_F(CvmList, DeliberatelyIsCountedByTheLowByteOfItsLength) {
 }
 
 TEST_F(CvmList, RulesOutsideTheStorageAreZero) {
-    put("8E", filled(252, 0xFF));
+    fill_every_element();
     set_length_of("8E", 254, current);
     EXPECT_EQ(get_rule(122), 0);
     EXPECT_TRUE(rule.holds(hex("0000")));

@@ -61,6 +61,13 @@ TEST_F(PlainGetters, PresenceIsThatOfTheOneElement) {
     }
 }
 
+TEST_F(PlainGetters, PresenceTellsAnyOtherStateAsItStands) {
+    for (const Presence& presence : presences) {
+        row(presence.tag).state = 2;
+        EXPECT_EQ(presence.accessor(), 2) << presence.name;
+    }
+}
+
 // ---- Bits
 
 struct BitReader {
@@ -104,13 +111,7 @@ TEST_F(PlainGetters, BitsAreReadWhetherOrNotTheElementIsPresent) {
 }
 
 TEST_F(PlainGetters, BitsOutsideTheElementAreZero) {
-    // Whatever lies beside an element is all ones.
-    for (QuorrinDataElement& element : TermDt) {
-        std::fill_n(element.value, element.maxLen, std::uint8_t{0xFF});
-    }
-    for (QuorrinDataElement& element : IccDt) {
-        std::fill_n(element.value, element.maxLen, std::uint8_t{0xFF});
-    }
+    fill_every_element();
     for (const BitReader& reader : bit_readers) {
         const auto beyond = static_cast<std::uint8_t>(reader.bytes + 1);
         EXPECT_EQ(reader.accessor(reader.bytes, 1), 1) << reader.name;
@@ -349,6 +350,18 @@ TEST_F(PlainGetters, CopiesOfAnAbsentElementWriteNothing) {
         EXPECT_TRUE(out.untouched()) << copy.name;
         EXPECT_TRUE(out_length.untouched()) << copy.name;
         EXPECT_EQ(copy.accessor(nullptr, nullptr), 0) << copy.name;
+    }
+}
+
+TEST_F(PlainGetters, CopiesTellAnyOtherStateAsItStands) {
+    for (const Copy& copy : copies) {
+        put(copy.tag, pattern(copy.longest));
+        row(copy.tag).state = 2;
+        GuardedBuffer out(copy.longest);
+        GuardedBuffer out_length(1);
+        EXPECT_EQ(copy.accessor(out.data(), out_length.data()), 2) << copy.name;
+        EXPECT_TRUE(out.untouched()) << copy.name;
+        EXPECT_TRUE(out_length.untouched()) << copy.name;
     }
 }
 

@@ -44,6 +44,16 @@ inline Bytes stored(std::string_view tag, std::size_t count) {
     return {element.value, element.value + count};
 }
 
+// All ones in the storage of every element, so that a step beside one shows.
+inline void fill_every_element() {
+    for (QuorrinDataElement& element : TermDt) {
+        std::fill_n(element.value, element.maxLen, std::uint8_t{0xFF});
+    }
+    for (QuorrinDataElement& element : IccDt) {
+        std::fill_n(element.value, element.maxLen, std::uint8_t{0xFF});
+    }
+}
+
 // Bytes that differ from each other, from zero and from the guards.
 inline Bytes pattern(std::size_t count, std::uint8_t first = 1) {
     Bytes bytes;
