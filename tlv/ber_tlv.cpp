@@ -113,6 +113,9 @@ std::int8_t tlvGetTLVDataInString(const std::uint8_t* string, std::uint16_t leng
                                   const std::uint8_t* tag, std::uint8_t tagLen, std::uint8_t* out,
                                   std::uint16_t* outLen) {
     put<std::uint16_t>(outLen, 0);
+    if (is_missing(string, length)) {
+        return Search::malformed;
+    }
     const Search search = find_tag(host_bytes(string, length), host_bytes(tag, tagLen));
     if (search.has_value) {
         // The value may lie in the buffer that the host also gave as output.
