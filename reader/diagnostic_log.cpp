@@ -33,8 +33,9 @@ void write_formatted(const char* format, ...) noexcept {
         return;
     }
     char line[line_size];
-    std::va_list arguments;
+    va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): started just above
     std::vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
     hand_over("%s", line);

@@ -23,7 +23,7 @@
 #ifdef __cplusplus
 #include <cstdint>
 #endif
-#include <stdint.h>
+#include <stdint.h> /* NOLINT(modernize-deprecated-headers): C reads it too */
 
 #ifdef __cplusplus
 extern "C" {

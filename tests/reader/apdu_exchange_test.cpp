@@ -203,6 +203,17 @@ TEST_F(ApduExchange, StatusWordAloneIsDelivered) {
     }
 }
 
+TEST_F(ApduExchange, EarlierExchangeIsForgottenBeforeTheReaderIsCalled) {
+    reader().card = [this](const Bytes&) {
+        EXPECT_EQ(CARD_SW1 << 8 | CARD_SW2, 0);
+        EXPECT_EQ(CARD_STATUS, 0);
+        EXPECT_EQ(response_length, 0u);
+        return answer("9000");
+    };
+    EXPECT_TRUE(delivered(select(), {}, 0x9000));
+    EXPECT_EQ(reader().calls.size(), 1u);
+}
+
 TEST_F(ApduExchange, StatusWordIsKnownToTheTranslation) {
     reader().answers = {answer("6A82")};
     EXPECT_EQ(TransRetCodeNoMsg(select()), -27266);
