@@ -194,7 +194,10 @@ class TagIndex {
 
     constexpr std::uint8_t find(std::uint8_t tag) const { return entries_[place(tag)]; }
     constexpr std::uint8_t find(std::uint8_t first, std::uint8_t second) const {
-        return announces_second_byte(first) ? entries_[place(first, second)] : std::uint8_t{0};
+        if (!announces_second_byte(first)) [[unlikely]] {
+            return 0;
+        }
+        return entries_[place(first, second)];
     }
 
   private:
