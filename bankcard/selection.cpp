@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <string_view>
+#include <span>
 
 #include "bankcard/candidate_list.hpp"
 #include "bankcard/card_commands.hpp"
 #include "bankcard/flow_codes.hpp"
+#include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
 #include "reader/codes.hpp"
 #include "reader/process_stop.hpp"
@@ -46,8 +47,7 @@ std::int64_t select_application(std::int64_t handle, const char* aid_hex, CardAn
 }
 
 bool store_fci(const CardAnswer& fci) {
-    const auto length = static_cast<std::uint16_t>(fci.length);
-    return tlv::is_well_formed(fci.data()) && emvExtractDataElement(fci.bytes, length) == 0;
+    return tlv::is_well_formed(fci.data()) && store_response(fci.data()) == 0;
 }
 
 // The short identifier of the directory file that the payment system environment names (88). False

@@ -169,7 +169,7 @@ TEST_F(PackedInformation, TakesTheStoredValueWhenTheCardRefusesANewOne) {
     }
 }
 
-TEST_F(PackedInformation, FetchesFromTheOpenReader) {
+TEST_F(PackedInformation, DeliberatelyFetchesFromTheOpenReader) {
     ReaderHandle = 55;
     insert("80CA *\n    9F79[000000000100] 9000\n");
     EXPECT_TRUE(packs("E", "E012000000000100"));
@@ -255,7 +255,7 @@ TEST_F(CardHolderInformation, RunsTheWholeChain) {
     EXPECT_EQ(commands(), expected);
 }
 
-TEST_F(CardHolderInformation, AsksTheHandleOfTheHostAndGetDataTheOpenReader) {
+TEST_F(CardHolderInformation, DeliberatelyAsksTheOpenReaderForGetDataAlone) {
     ReaderHandle = 55;
     insert(small_card);
     GuardedBuffer out(2048);

@@ -316,7 +316,7 @@ const AnswerCase answer_cases[] = {
     {"the tag of format 1 alone", "80", -31, {}},
     {"one padding byte before", "00 80[ 7C00 08010300 ]", 0, {{"82", "7C00"}, {"94", "08010300"}}},
     {"as much padding as is borne", "00FF00FF00FF00 80[ 7C00 08010300 ]", 0, {{"82", "7C00"}, {"94", "08010300"}}},
-    {"as much padding as answer", "00FF00FF00FF0000 80[ 7C00 08010300 ]", -31, {}},
+    {"deliberately not as much padding as answer", "00FF00FF00FF0000 80[ 7C00 08010300 ]", -31, {}},
     {"one padding byte more than answer", "00*9 80[ 7C00 08010300 ]", -31, {}},
     {"padding before format 2", "00 77[]", 0, {}},
     {"as much padding as a short format 2", "00 00 77[]", -31, {}},
