@@ -1,0 +1,148 @@
+// Card responses into the store: every known card element of a BER-TLV string, templates included.
+
+#include <array>
+
+#include "emvdata/element_store.hpp"
+#include "reader/process_stop.hpp"
+#include "tlv/ber_tlv.hpp"
+#include "tlv/host_bytes.hpp"
+
+namespace quorrin {
+namespace {
+
+constexpr std::int32_t walked = 0;
+constexpr std::int32_t malformed = -30;
+constexpr std::int32_t aborted = -31;
+
+constexpr std::size_t longest_template_tag = 5;
+
+void check_template_tag(Bytes tag) noexcept {
+    if (tag.size() > longest_template_tag) {
+        stop_process("a template tag in a card response has more than 5 bytes");
+    }
+}
+
+// The templates that the walk will come back to, kept here so that no card can exhaust the call
+// stack. A level costs a tag byte and a length field, which takes 1 byte up to 127, 2 up to 255 and
+// 3 above: 64 KiB hold no more levels than this.
+class OpenTemplates {
+  public:
+    struct Level {
+        std::uint16_t rest;  // bytes still to walk behind the template that is being walked
+        TemplateSet templates;
+    };
+
+    bool empty() const { return count_ == 0; }
+    void push(std::size_t rest, TemplateSet templates) {
+        levels_[count_++] = {static_cast<std::uint16_t>(rest), templates};
+    }
+    Level pop() { return levels_[--count_]; }
+
+  private:
+    static constexpr std::size_t max_levels = 128 / 2 + 128 / 3 + 65536 / 4 + 8;
+    std::size_t count_ = 0;
+    union {
+        std::array<Level, max_levels> levels_;  // only the levels in use are ever touched
+    };
+
+  public:
+    OpenTemplates() {}
+};
+
+bool has_tag(Bytes tag, std::uint8_t first, std::uint8_t second) {
+    return tag.size() == 2 && tag[0] == first && tag[1] == second;
+}
+
+// Whether the walk goes on after the store refused an element.
+bool tolerates(std::int32_t result, Bytes tag) noexcept {
+    constexpr std::int32_t value_rejected = -26;
+    const bool display_data = tag[0] == 0x50 || has_tag(tag, 0x9F, 0x11) ||
+                              has_tag(tag, 0x9F, 0x12) || has_tag(tag, 0x5F, 0x2D);
+    switch (result) {
+        case store_code::bad_length:
+            // What is only shown to the card holder does not stop a transaction (EMV book
+            // 1, 12.2.4).
+            return display_data;
+        case value_rejected:
+            return display_data || has_tag(tag, 0x9F, 0x36) || has_tag(tag, 0x9F, 0x13) ||
+                   has_tag(tag, 0x9F, 0x17);
+        default:
+            return false;
+    }
+}
+
+std::int32_t walk(TemplateSet outermost, Bytes data) noexcept {
+    OpenTemplates outer;
+    TemplateSet parent = outermost;
+    Bytes rest = data;  // of the innermost template
+    for (;;) {
+        while (rest.empty()) {
+            if (outer.empty()) {
+                return walked;
+            }
+            const OpenTemplates::Level level = outer.pop();
+            rest = Bytes(rest.data(), level.rest);
+            parent = level.templates;
+        }
+        if (tlv::is_padding(rest[0])) {
+            rest = rest.subspan(1);
+            continue;
+        }
+        const tlv::Object object = tlv::read_object(rest);
+        if (object.is_malformed()) {
+            return malformed;
+        }
+        // An empty object stores nothing.
+        if (object.value_length != 0) {
+            const Bytes tag = rest.first(object.tag_length);
+            const Bytes value = rest.subspan(object.header_size(), object.value_length);
+            if (object.is_constructed()) {
+                check_template_tag(tag);
+                outer.push(rest.size() - object.size(), parent);
+                parent = TemplateSet::of(tag);
+                rest = value;
+                continue;
+            }
+            const Slot slot = find_slot(tag);
+            if (slot.is_card()) {
+                const std::int32_t result = store_value(slot, parent, value);
+                if (result != store_code::success && !tolerates(result, tag)) {
+                    return aborted;
+                }
+            } else if (slot.is_none() && (parent.is_too_long() || tag.empty() || tag.size() > 2)) {
+                // Unknown tags are ignored, but not those that could not even be looked up.
+                // Terminal tags always are: a card can never overwrite terminal data.
+                return aborted;
+            }
+        }
+        rest = rest.subspan(object.size());
+    }
+}
+
+}  // namespace
+
+std::int32_t store_response(Bytes data) noexcept {
+    return walk(TemplateSet::of({}), data);
+}
+
+std::int32_t store_template_contents(Bytes template_tag, Bytes data) noexcept {
+    check_template_tag(template_tag);
+    return walk(TemplateSet::of(template_tag), data);
+}
+
+}  // namespace quorrin
+
+using namespace quorrin;
+
+std::int32_t emvExtractDataElement(const std::uint8_t* data, std::uint16_t length) {
+    return is_missing(data, length) ? malformed : store_response(host_bytes(data, length));
+}
+
+std::int32_t emvExtractDataTemplate(const std::uint8_t* templateTag, std::uint8_t templateTagLen,
+                                    const std::uint8_t* data, std::uint16_t length) {
+    if (is_missing(templateTag, templateTagLen) || is_missing(data, length)) {
+        return malformed;
+    }
+    return store_template_contents(host_bytes(templateTag, templateTagLen),
+                                   host_bytes(data, length));
+}
