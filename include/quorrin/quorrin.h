@@ -200,17 +200,435 @@ QUORRIN_API void asc_to_bcd(uint8_t* dst, const char* src, int32_t len, uint8_t 
  */
 QUORRIN_API void bcd_to_asc(char* dst, const uint8_t* src, int32_t n, uint8_t rightAlign);
 
-/* ============================== Data element dictionary ============================== */
+/* ============================== Data element dictionary ==============================
+ *
+ * Every EMV / PBOC data element lives in one storage variable; two tables describe them. A value is
+ * stored right-justified with leading 00 (n), left-justified with trailing FF (cn) or left-justified with
+ * trailing 00 (an, ans, b, a) in the element's longest length.
+ */
 
-/* ============================== Element access ============================== */
+/** One data element: a row of TermDt or IccDt (32 bytes). */
+typedef struct QuorrinDataElement {
+    uint8_t* value;       /**< the element's storage variable; null before the first reset */
+    uint16_t curLen;      /**< length of the value now held, 0 when absent */
+    uint16_t minLen;      /**< shortest length accepted on store */
+    uint16_t maxLen;      /**< longest length accepted on store */
+    uint8_t tag[3];       /**< tag bytes, left-aligned */
+    uint8_t tagLen;       /**< number of tag bytes, 1 or 2 */
+    uint8_t templates[4]; /**< templates the element may arrive in, read by templateCode */
+    uint8_t templateCode; /**< 0 any; 1 one 1-byte tag; 2 two 1-byte tags; 3 a 2-byte and a 1-byte tag */
+    uint8_t format;       /**< 1 n, 2 cn, 3 an, 4 ans, 5 b, 6 a (EMV book 3, 4.3) */
+    uint8_t state;        /**< 0 absent, 1 present */
+} QuorrinDataElement;
+
+/** The terminal's data elements. */
+QUORRIN_API extern QuorrinDataElement TermDt[48];
+
+/** The card's data elements. */
+QUORRIN_API extern QuorrinDataElement IccDt[94];
+
+/**
+ * Points every row of both tables at its storage variable. Every reset does this; before the first one
+ * the tables hold null pointers, a store answers -18 and a read gives padding.
+ */
+QUORRIN_API void emvInitDataPointer(void);
+
+/**
+ * Compares len bytes, len taken modulo 256.
+ * @return 0 equal, 1 lhs is greater, 2 lhs is smaller.
+ */
+QUORRIN_API uint8_t StrCmp(const uint8_t* lhs, const uint8_t* rhs, int32_t len);
+
+/* Storage of the terminal's elements. */
+QUORRIN_API extern uint8_t gl_Tm_AcqID[6]; /**< Acquirer identifier (9F01) */
+QUORRIN_API extern uint8_t gl_Tm_Cap_Ad[5]; /**< Additional terminal capabilities (9F40) */
+QUORRIN_API extern uint8_t gl_Tm_AuthAmntB[4]; /**< Amount, authorised (binary) (81) */
+QUORRIN_API extern uint8_t gl_Tm_AuthAmntN[6]; /**< Amount, authorised (numeric) (9F02) */
+QUORRIN_API extern uint8_t gl_Tm_OtherAmntB[4]; /**< Amount, other (binary) (9F04) */
+QUORRIN_API extern uint8_t gl_Tm_OtherAmntN[6]; /**< Amount, other (numeric) (9F03) */
+QUORRIN_API extern uint8_t gl_Tm_RefCurAmnt[4]; /**< Amount, reference currency (9F3A) */
+QUORRIN_API extern uint8_t gl_Tm_AID[16]; /**< Application identifier, terminal (9F06) */
+QUORRIN_API extern uint8_t gl_Tm_AppVerNo[2]; /**< Application version number, terminal (9F09) */
+QUORRIN_API extern uint8_t gl_Tm_AuthCode[6]; /**< Authorisation code (89) */
+QUORRIN_API extern uint8_t gl_Tm_ARC[2]; /**< Authorisation response code (8A) */
+QUORRIN_API extern uint8_t gl_Tm_CVMResult[3]; /**< CVM results (9F34) */
+QUORRIN_API extern uint8_t gl_Tm_CAPKIndex[1]; /**< CA public key index, terminal (9F22) */
+QUORRIN_API extern uint8_t gl_Tm_IFDSn[8]; /**< Interface device serial number (9F1E) */
+QUORRIN_API extern uint8_t gl_Tm_IssAuthDt[16]; /**< Issuer authentication data (91) */
+QUORRIN_API extern uint8_t gl_Tm_IssScrCmd[261]; /**< Issuer script command (86) */
+QUORRIN_API extern uint8_t gl_Tm_IssScrID[4]; /**< Issuer script identifier (9F18) */
+QUORRIN_API extern uint8_t gl_Tm_MchCatCode[2]; /**< Merchant category code (9F15) */
+QUORRIN_API extern uint8_t gl_Tm_MchID[15]; /**< Merchant identifier (9F16) */
+QUORRIN_API extern uint8_t gl_Tm_PosEntMode[1]; /**< POS entry mode (9F39) */
+QUORRIN_API extern uint8_t gl_Tm_Cap[3]; /**< Terminal capabilities (9F33) */
+QUORRIN_API extern uint8_t gl_Tm_CntryCode[2]; /**< Terminal country code (9F1A) */
+QUORRIN_API extern uint8_t gl_Tm_FloorLmt[4]; /**< Terminal floor limit (9F1B) */
+QUORRIN_API extern uint8_t gl_Tm_TermID[8]; /**< Terminal identification (9F1C) */
+QUORRIN_API extern uint8_t gl_Tm_RMData[8]; /**< Terminal risk management data (9F1D) */
+QUORRIN_API extern uint8_t gl_Tm_TermType[1]; /**< Terminal type (9F35) */
+QUORRIN_API extern uint8_t gl_Tm_TVR[5]; /**< Terminal verification results (TVR) (95) */
+QUORRIN_API extern uint8_t gl_Tm_TCHash[20]; /**< TC hash value (98) */
+QUORRIN_API extern uint8_t gl_Tm_CurCode[2]; /**< Transaction currency code (5F2A) */
+QUORRIN_API extern uint8_t gl_Tm_CurExp[1]; /**< Transaction currency exponent (5F36) */
+QUORRIN_API extern uint8_t gl_Tm_TransDate[3]; /**< Transaction date (9A) */
+QUORRIN_API extern uint8_t gl_Tm_PINData[256]; /**< Transaction PIN data (99) */
+QUORRIN_API extern uint8_t gl_Tm_RefCurCode[2]; /**< Transaction reference currency code (9F3C) */
+QUORRIN_API extern uint8_t gl_Tm_RefCurExp[1]; /**< Transaction reference currency exponent (9F3D) */
+QUORRIN_API extern uint8_t gl_Tm_TrSeqCntr[4]; /**< Transaction sequence counter (9F41) */
+QUORRIN_API extern uint8_t gl_Tm_TSI[2]; /**< Transaction status information (TSI) (9B) */
+QUORRIN_API extern uint8_t gl_Tm_TransTime[3]; /**< Transaction time (9F21) */
+QUORRIN_API extern uint8_t gl_Tm_TransType[1]; /**< Transaction type (9C) */
+QUORRIN_API extern uint8_t gl_Tm_UnPNum[4]; /**< Unpredictable number (9F37) */
+QUORRIN_API extern uint8_t gl_Iss_Script[512]; /**< Issuer script template 1 (71), shared with template 2 (72) */
+QUORRIN_API extern uint8_t gl_Tm_MchNameLoc[256]; /**< Merchant name and location (9F4E) */
+QUORRIN_API extern uint8_t gl_Tm_VisaVLP[1]; /**< Electronic cash terminal support indicator (9F7A) */
+QUORRIN_API extern uint8_t gl_Tm_TransCateCode[1]; /**< Transaction category code (9F53) */
+QUORRIN_API extern uint8_t gl_Tm_AccountType[1]; /**< Account type (5F57) */
+QUORRIN_API extern uint8_t gl_Tm_ECTranLmt[6]; /**< Electronic cash terminal transaction limit (9F7B) */
+QUORRIN_API extern uint8_t gl_Tm_ECTranPRT[4]; /**< Terminal transaction qualifiers (TTQ) (9F66) */
+QUORRIN_API extern uint8_t gl_Tm_SuppGMAlg[1]; /**< SM algorithm support indicator (DF69) */
+
+/* Storage of the card's elements. */
+QUORRIN_API extern uint8_t gl_AC[8]; /**< Application cryptogram (9F26) */
+QUORRIN_API extern uint8_t gl_AppCurCode[2]; /**< Application currency code (9F42) */
+QUORRIN_API extern uint8_t gl_AppCurExp[1]; /**< Application currency exponent (9F44) */
+QUORRIN_API extern uint8_t gl_AppDiscData[32]; /**< Application discretionary data (9F05) */
+QUORRIN_API extern uint8_t gl_AppEffectDate[3]; /**< Application effective date (5F25) */
+QUORRIN_API extern uint8_t gl_AppExpireDate[3]; /**< Application expiration date (5F24) */
+QUORRIN_API extern uint8_t gl_AFL[252]; /**< Application file locator (AFL) (94) */
+QUORRIN_API extern uint8_t gl_AID[16]; /**< Application identifier (ADF name) (4F) */
+QUORRIN_API extern uint8_t gl_AIP[2]; /**< Application interchange profile (AIP) (82) */
+QUORRIN_API extern uint8_t gl_AppLabel[16]; /**< Application label (50) */
+QUORRIN_API extern uint8_t gl_APName[16]; /**< Application preferred name (9F12) */
+QUORRIN_API extern uint8_t gl_PAN[10]; /**< Application PAN (5A) */
+QUORRIN_API extern uint8_t gl_PANSn[1]; /**< Application PAN sequence number (5F34) */
+QUORRIN_API extern uint8_t gl_APID[1]; /**< Application priority indicator (87) */
+QUORRIN_API extern uint8_t gl_APCur[8]; /**< Application reference currency (9F3B) */
+QUORRIN_API extern uint8_t gl_APCurExp[4]; /**< Application reference currency exponent (9F43) */
+QUORRIN_API extern uint8_t gl_AppTemp[252]; /**< Application template (61) */
+QUORRIN_API extern uint8_t gl_ATC[2]; /**< Application transaction counter (ATC) (9F36) */
+QUORRIN_API extern uint8_t gl_AUC[2]; /**< Application usage control (9F07) */
+QUORRIN_API extern uint8_t gl_AppVerNo[2]; /**< Application version number, card (9F08) */
+QUORRIN_API extern uint8_t gl_CDOL1[252]; /**< CDOL1 (8C) */
+QUORRIN_API extern uint8_t gl_CDOL2[252]; /**< CDOL2 (8D) */
+QUORRIN_API extern uint8_t gl_HolderName[252]; /**< Cardholder name (5F20) */
+QUORRIN_API extern uint8_t gl_HolderNameEx[252]; /**< Cardholder name, extended (9F0B) */
+QUORRIN_API extern uint8_t gl_CVMList[252]; /**< CVM list (8E) */
+QUORRIN_API extern uint8_t gl_CAPkIndex[1]; /**< CA public key index, card (8F) */
+QUORRIN_API extern uint8_t gl_CID[1]; /**< Cryptogram information data (9F27) */
+QUORRIN_API extern uint8_t gl_DtAuthCode[2]; /**< Data authentication code (9F45) */
+QUORRIN_API extern uint8_t gl_DFName[16]; /**< Dedicated file name (84) */
+QUORRIN_API extern uint8_t gl_DDFName[16]; /**< Directory definition file name (9D) */
+QUORRIN_API extern uint8_t gl_DirDiscTemp[252]; /**< Directory discretionary template (73) */
+QUORRIN_API extern uint8_t gl_DDOL[252]; /**< DDOL (9F49) */
+QUORRIN_API extern uint8_t gl_FCIDiscData[240]; /**< FCI issuer discretionary data (BF0C) */
+QUORRIN_API extern uint8_t gl_FCIPropTemp[256]; /**< FCI proprietary template (A5) */
+QUORRIN_API extern uint8_t gl_FCITemp[252]; /**< FCI template (6F) */
+QUORRIN_API extern uint8_t gl_IccDynNum[8]; /**< ICC dynamic number (9F4C) */
+QUORRIN_API extern uint8_t gl_PeCert[248]; /**< ICC PIN encipherment public key certificate (9F2D) */
+QUORRIN_API extern uint8_t gl_PeExp[3]; /**< ICC PIN encipherment public key exponent (9F2E) */
+QUORRIN_API extern uint8_t gl_PeRmd[42]; /**< ICC PIN encipherment public key remainder (9F2F) */
+QUORRIN_API extern uint8_t gl_IccPkCert[248]; /**< ICC public key certificate (9F46) */
+QUORRIN_API extern uint8_t gl_IccPkExp[3]; /**< ICC public key exponent (9F47) */
+QUORRIN_API extern uint8_t gl_IccPkRmd[42]; /**< ICC public key remainder (9F48) */
+QUORRIN_API extern uint8_t gl_IAC_Default[5]; /**< Issuer action code, default (9F0D) */
+QUORRIN_API extern uint8_t gl_IAC_Denial[5]; /**< Issuer action code, denial (9F0E) */
+QUORRIN_API extern uint8_t gl_IAC_Online[5]; /**< Issuer action code, online (9F0F) */
+QUORRIN_API extern uint8_t gl_IssAppData[32]; /**< Issuer application data (9F10) */
+QUORRIN_API extern uint8_t gl_IssCTIndex[1]; /**< Issuer code table index (9F11) */
+QUORRIN_API extern uint8_t gl_IssCountryCode[2]; /**< Issuer country code (5F28) */
+QUORRIN_API extern uint8_t gl_IssPkCert[248]; /**< Issuer public key certificate (90) */
+QUORRIN_API extern uint8_t gl_IssPkExp[3]; /**< Issuer public key exponent (9F32) */
+QUORRIN_API extern uint8_t gl_IssPkRmd[36]; /**< Issuer public key remainder (92) */
+QUORRIN_API extern uint8_t gl_IssURL[256]; /**< Issuer URL (5F50) */
+QUORRIN_API extern uint8_t gl_LangPref[8]; /**< Language preference (5F2D) */
+QUORRIN_API extern uint8_t gl_LastATC[2]; /**< Last online ATC register (9F13) */
+QUORRIN_API extern uint8_t gl_LCOL[1]; /**< Lower consecutive offline limit (9F14) */
+QUORRIN_API extern uint8_t gl_PinTryCntr[1]; /**< PIN try counter (9F17) */
+QUORRIN_API extern uint8_t gl_PDOL[256]; /**< PDOL (9F38) */
+QUORRIN_API extern uint8_t gl_RMTF1[256]; /**< Response message template format 1 (80) */
+QUORRIN_API extern uint8_t gl_RMTF2[256]; /**< Response message template format 2 (77) */
+QUORRIN_API extern uint8_t gl_ServiceCode[2]; /**< Service code (5F30) */
+QUORRIN_API extern uint8_t gl_SFI[1]; /**< Short file identifier (SFI) (88) */
+QUORRIN_API extern uint8_t gl_SignDynAppDt[248]; /**< Signed dynamic application data (9F4B) */
+QUORRIN_API extern uint8_t gl_SignStaAppDt[248]; /**< Signed static application data (93) */
+QUORRIN_API extern uint8_t gl_SDATagList[256]; /**< Static data authentication tag list (9F4A) */
+QUORRIN_API extern uint8_t gl_Track1Data[256]; /**< Track 1 discretionary data (9F1F) */
+QUORRIN_API extern uint8_t gl_Track2Data[256]; /**< Track 2 discretionary data (9F20) */
+QUORRIN_API extern uint8_t gl_Track2EquData[19]; /**< Track 2 equivalent data (57) */
+QUORRIN_API extern uint8_t gl_TDOL[252]; /**< TDOL (97) */
+QUORRIN_API extern uint8_t gl_UCOL[1]; /**< Upper consecutive offline limit (9F23) */
+QUORRIN_API extern uint8_t gl_CardHolderCert[41]; /**< Cardholder ID number (9F61) */
+QUORRIN_API extern uint8_t gl_CardHolderCertType[1]; /**< Cardholder ID type (9F62) */
+QUORRIN_API extern uint8_t gl_LogEntry[2]; /**< Log entry, transaction log (9F4D) */
+QUORRIN_API extern uint8_t gl_LogFormat[256]; /**< Log format (9F4F) */
+QUORRIN_API extern uint8_t gl_IC_BIC[11]; /**< Bank identifier code (5F54) */
+QUORRIN_API extern uint8_t gl_IC_IBAN[34]; /**< International bank account number (5F53) */
+QUORRIN_API extern uint8_t gl_IC_IssCountryCode_A2[2]; /**< Issuer country code, alpha 2 (5F55) */
+QUORRIN_API extern uint8_t gl_IC_ISSCOUNTRYCODE_A3[3]; /**< Issuer country code, alpha 3 (5F56) */
+QUORRIN_API extern uint8_t gl_IC_IssIDNumber[3]; /**< Issuer identification number (42) */
+QUORRIN_API extern uint8_t gl_IC_ECBalance[6]; /**< Electronic cash balance (9F79) */
+QUORRIN_API extern uint8_t gl_IC_ECBalanceLmt[6]; /**< Electronic cash balance limit (9F77) */
+QUORRIN_API extern uint8_t gl_IC_ECIssAuthCode[6]; /**< Electronic cash issuer authorisation code (9F74) */
+QUORRIN_API extern uint8_t gl_IC_ECSigleLmt[6]; /**< Electronic cash single transaction limit (9F78) */
+QUORRIN_API extern uint8_t gl_IC_ECResetThld[6]; /**< Electronic cash reset threshold (9F6D) */
+QUORRIN_API extern uint8_t gl_IC_ECADA[4]; /**< Application default action (9F52) */
+QUORRIN_API extern uint8_t gl_IC_ECVOS[6]; /**< Available offline spending amount (9F5D) */
+QUORRIN_API extern uint8_t gl_IC_ECCAP[4]; /**< Card additional processes (9F68) */
+QUORRIN_API extern uint8_t gl_IC_ECCCVMLT[6]; /**< Card CVM limit (9F6B) */
+QUORRIN_API extern uint8_t gl_IC_ECCTQ[2]; /**< Card transaction qualifiers (CTQ) (9F6C) */
+QUORRIN_API extern uint8_t gl_IC_ECAIP[2]; /**< Application interchange profile, electronic cash (84) */
+QUORRIN_API extern uint8_t gl_IC_ECLOATC[2]; /**< Last online ATC, electronic cash (9F13) */
+QUORRIN_API extern uint8_t gl_IC_ECCAR[32]; /**< Card authentication related data (9F69) */
+QUORRIN_API extern uint8_t gl_IC_ProductLable[16]; /**< Product identification (9F63) */
+QUORRIN_API extern uint8_t gl_IC_ECMCHNUM[256]; /**< Merchant number, electronic cash (DF50) */
+QUORRIN_API extern uint8_t gl_LogEntry_Load[2]; /**< Log entry, load log (DF4D) */
+
+/* Working data that no table row describes. */
+/** Length of the issuer scripts; kept for hosts. */
+QUORRIN_API extern uint16_t gl_Iss_ScriptLen;
+/** Answer of the first and of the second GENERATE AC, with their lengths; kept for hosts. */
+QUORRIN_API extern uint8_t gl_GACOne[256];
+QUORRIN_API extern uint8_t gl_GACTwo[256];
+QUORRIN_API extern uint16_t gl_GACOneLen;
+QUORRIN_API extern uint16_t gl_GACTwoLen;
+/** Public key records: card key, card SM key, PIN encipherment key, each with a flag (1 = set). */
+QUORRIN_API extern uint8_t gl_tIccPk[512];
+QUORRIN_API extern uint8_t gl_tIccPk_GM[512];
+QUORRIN_API extern uint8_t gl_tPinEnPk[512];
+QUORRIN_API extern uint8_t gl_FlgIccPk;
+QUORRIN_API extern uint8_t gl_FlgIccPk_GM;
+QUORRIN_API extern uint8_t gl_FlgPinEnPk;
+/** Command data built from the PDOL, CDOL1 and CDOL2, with their lengths. */
+QUORRIN_API extern uint8_t gl_GPOPdolData[256];
+QUORRIN_API extern uint8_t gl_GACCdolOne[256];
+QUORRIN_API extern uint8_t gl_GACCdolTwo[256];
+QUORRIN_API extern uint16_t gl_LenGPOPdolData;
+QUORRIN_API extern uint16_t gl_LenGACCdolOne;
+QUORRIN_API extern uint16_t gl_LenGACCdolTwo;
+/** Issuer script results: up to 12 entries of 5 bytes (EMV book 4, A5), and their number. */
+QUORRIN_API extern uint8_t gl_Iss_ScriptRslt[60];
+QUORRIN_API extern uint8_t gl_Iss_NumScriptRslt;
+/** The terminal's default DDOL and TDOL, with their lengths. */
+QUORRIN_API extern uint8_t gl_Tm_DDOL[252];
+QUORRIN_API extern uint8_t gl_Tm_TDOL[252];
+QUORRIN_API extern uint8_t gl_Tm_LenDDOL;
+QUORRIN_API extern uint8_t gl_Tm_LenTDOL;
+/** Terminal action codes, each with a flag (1 = set by the host). */
+QUORRIN_API extern uint8_t gl_TAC_Denial[5];
+QUORRIN_API extern uint8_t gl_TAC_Online[5];
+QUORRIN_API extern uint8_t gl_TAC_Default[5];
+QUORRIN_API extern uint8_t gl_FgTAC_Denial;
+QUORRIN_API extern uint8_t gl_FgTAC_Online;
+QUORRIN_API extern uint8_t gl_FgTAC_Default;
+/** Random transaction selection (EMV book 3, 10.6.2): threshold, target and maximum percentage. */
+QUORRIN_API extern int64_t gl_lRandSltLmt;
+QUORRIN_API extern int64_t gl_lRandSltPcnt;
+QUORRIN_API extern int64_t gl_lBiRSltPcnt;
+/** Risk management flag. Starts as 1. */
+QUORRIN_API extern uint8_t gl_Tm_RmCheckFlg;
+/** Reference currency conversion. */
+QUORRIN_API extern uint32_t gl_Tm_RefCurConv;
+/** Cashback flag. */
+QUORRIN_API extern uint8_t gl_Tm_CashBackFlg;
+/** Type of application cryptogram asked for. */
+QUORRIN_API extern uint8_t gl_Tm_ACType;
+/** Random number kept for the host, with its flag. */
+QUORRIN_API extern uint16_t gl_RandNum;
+QUORRIN_API extern uint8_t gl_RandNum_Flag;
+/** Card ATC error flag. */
+QUORRIN_API extern uint8_t gl_ATC_Err;
+/** Kernel options; not used by the library. */
+QUORRIN_API extern uint8_t gl_KernOption[256];
+
+/* ============================== Element access ==============================
+ *
+ * Lookup takes the card table first. A tag has 1 or 2 bytes.
+ */
+
+/**
+ * Finds the row of a tag.
+ * @param rowOut  receives the row's index in its table, 0 on a miss; left alone when tagLen is not 1 or 2.
+ * @return 1 card table, 2 terminal table, 0 unknown.
+ */
+QUORRIN_API uint8_t emvFindDataElement(const uint8_t* tag, uint8_t tagLen, uint16_t* rowOut);
+
+/**
+ * Whether an element may arrive in a template (EMV book 3, annex A).
+ * @param templateTag  the template's tag; templateLen 0 accepts.
+ * @param row          row of IccDt.
+ * @return 0 accepted, -30 not in this template, -31 template tag of more than 2 bytes.
+ */
+QUORRIN_API int32_t emvCheckTemplate(const uint8_t* templateTag, uint8_t templateLen, uint16_t row);
+
+/**
+ * Stores a value under its tag.
+ * @param templateTag  tag of the template it came in; templateLen 0: no template check.
+ * @param value        length bytes.
+ * @return 0 stored, or dropped because an FCI (6F, A5, BF0C) or a template 73 carries an element that
+ *         belongs elsewhere. -18 the store has not been reset yet; -22 length outside the element's
+ *         bounds; -27 wrong template; -28 empty value; -29 template tag of more than 2 bytes; -30 tag of
+ *         other than 1 or 2 bytes; -31 unknown tag.
+ */
+QUORRIN_API int32_t emvSetDataElement(const uint8_t* templateTag, uint8_t templateLen,
+                                      const uint8_t* tag, uint8_t tagLen, uint16_t length,
+                                      const uint8_t* value);
+
+/** The same as emvSetDataElement. */
+QUORRIN_API int32_t emvSetDataElementCanChgTempPar(const uint8_t* templateTag, uint8_t templateLen,
+                                                   const uint8_t* tag, uint8_t tagLen,
+                                                   uint16_t length, const uint8_t* value);
+
+/**
+ * Reads a value, fitted to the wanted length by the element's format: numeric values get leading 00 or lose
+ * leading digits, cn gets trailing FF, all others trailing 00 or lose trailing bytes. Absent elements
+ * read as padding.
+ * @param lengthInOut  wanted length; 0 is replaced by the current length.
+ * @param out          as many bytes.
+ * @return 1 card element, 2 terminal element, -30 unknown tag, -31 tag of other than 1 or 2 bytes.
+ */
+QUORRIN_API int32_t emvGetDataElement(const uint8_t* tag, uint8_t tagLen, uint16_t* lengthInOut,
+                                      uint8_t* out);
+
+/** @return the element's state: 1 present, 0 absent; -32 unknown tag. */
+QUORRIN_API int32_t emvGetDataElementState(const uint8_t* tag, uint8_t tagLen);
+
+/**
+ * Sets the element's state alone.
+ * @return 0; -31 state above 1; -32 unknown tag.
+ */
+QUORRIN_API int32_t emvSetDataElementState(const uint8_t* tag, uint8_t tagLen, uint8_t state);
+
+/**
+ * @param which  0 current, 1 shortest, 2 longest length.
+ * @return the length; 0 for an unknown tag or selector.
+ */
+QUORRIN_API uint16_t emvGetDataElementLength(const uint8_t* tag, uint8_t tagLen, uint8_t which);
+
+/**
+ * Sets one of the element's lengths. Changed bounds stay for the life of the process.
+ * @param which  0 current, 1 shortest, 2 longest length.
+ * @return 0; -30 unknown selector; -31 unknown tag.
+ */
+QUORRIN_API int32_t emvSetDataElementLength(const uint8_t* tag, uint8_t tagLen, uint16_t length,
+                                            uint8_t which);
+
+/**
+ * Walks a card response and stores every known card element in it. Unknown tags, empty values and
+ * terminal elements are passed over; so are 50, 5F2D, 9F11 and 9F12 of a wrong length.
+ * @return 0; -30 malformed; -31 an element was refused. What came before the fault stays stored.
+ */
+QUORRIN_API int32_t emvExtractDataElement(const uint8_t* data, uint16_t length);
+
+/**
+ * The same for the value of one template, whose elements must be allowed in it. A template tag of more
+ * than 5 bytes, given or met, stops the process.
+ */
+QUORRIN_API int32_t emvExtractDataTemplate(const uint8_t* templateTag, uint8_t templateTagLen,
+                                           const uint8_t* data, uint16_t length);
 
 /* ============================== Transaction resets ============================== */
 
+/**
+ * Empties the whole store, the terminal's configuration included: the start of every application
+ * selection. The terminal action codes become 00 (denial) and FF (online, default). Always returns 0.
+ */
+QUORRIN_API int32_t emvClrIccAndTermData(void);
+
+/** Empties the card's elements and the transaction's, keeping the terminal's configuration. Returns 0. */
+QUORRIN_API int32_t emvInitAppData(void);
+
+/** Empties the terminal's application configuration and its action codes. Returns 0. */
+QUORRIN_API int32_t emvInitTmAppData(void);
+
+/** Empties the terminal's own configuration (acquirer, country, currencies). Returns 0. */
+QUORRIN_API int32_t emvInitTmEMVData(void);
+
 /* ============================== Typed accessors ============================== */
 
-/* ============================== BER-TLV codec ============================== */
+/* ============================== BER-TLV codec ==============================
+ *
+ * Stateless (EMV book 3, annex B). On a failure the out values hold what was decoded so far.
+ */
 
-/* ============================== Data object lists ============================== */
+/**
+ * Reads the tag at the start of a buffer.
+ * @param tagLen  receives the number of tag bytes.
+ * @return 0 primitive, 1 constructed; -30 bad tag (also one with a later byte 00 or 80); -31 nothing
+ *         available.
+ */
+QUORRIN_API int8_t tlvGetTag(const uint8_t* buffer, uint16_t available, uint8_t* tagLen);
+
+/**
+ * Reads the size of the length field at the start of a buffer.
+ * @return 0; -30 bad length field; -31 nothing available.
+ */
+QUORRIN_API int8_t tlvGetLength(const uint8_t* buffer, uint16_t available, uint8_t* lengthFieldSize);
+
+/**
+ * Reads the length field at the start of a buffer and its value, kept in 16 bits.
+ * @return 0; -29 more than is left, with the value still reported; -30 bad length field; -31 nothing
+ *         available.
+ */
+QUORRIN_API int8_t tlvGetLengthValue(const uint8_t* buffer, uint16_t available,
+                                     uint8_t* lengthFieldSize, uint16_t* valueLen);
+
+/**
+ * Reads the data object at the start of a buffer; its size is the sum of the three out values.
+ * @return 0 primitive, 1 constructed; -30 bad length or value; -31 bad tag; -32 nothing available.
+ */
+QUORRIN_API int8_t tlvGetTLV(const uint8_t* buffer, uint16_t available, uint8_t* tagLen,
+                             uint8_t* lengthFieldSize, uint16_t* valueLen);
+
+/**
+ * Finds a tag anywhere in a TLV string of at most 256 bytes, inside templates too.
+ * @param out     receives the first value; 256 bytes hold any.
+ * @param outLen  receives its length.
+ * @return 0 found; 1 not found; -30 found twice (never for 9F18); -31 malformed, or above 256 bytes.
+ */
+QUORRIN_API int8_t tlvGetTLVDataInString(const uint8_t* string, uint16_t length, const uint8_t* tag,
+                                         uint8_t tagLen, uint8_t* out, uint16_t* outLen);
+
+/**
+ * Checks a whole TLV string, templates included. 00 and FF between objects are padding.
+ * @return 0 well formed (also when empty), -30 malformed.
+ */
+QUORRIN_API int8_t emvCheckTLVString(const uint8_t* string, uint16_t length);
+
+/**
+ * Writes one data object.
+ * @param out       sized by the caller: nothing is checked.
+ * @param position  where to write; moved past the object.
+ * @return 0; 1 for an empty tag or a null pointer, with nothing written.
+ */
+QUORRIN_API int8_t ucAppendTLV(uint8_t* out, uint32_t* position, const uint8_t* tag, uint8_t tagLen,
+                               const uint8_t* value, uint16_t valueLen);
+
+/* ============================== Data object lists ==============================
+ *
+ * A card lists tags and lengths, the terminal answers with the values (EMV book 3, 5.4), each fitted as
+ * emvGetDataElement does. Unknown tags and templates are answered with zeros.
+ */
+
+/**
+ * Builds the data of a CDOL or DDOL from the store.
+ * @param out     sized by the caller: the sum of the listed lengths.
+ * @param outLen  receives the number of bytes built, also on an error.
+ * @return 0; -29 a tag of more than 2 bytes; -30 bad tag; -31 bad length field.
+ */
+QUORRIN_API int32_t dolPaddingDOL(uint8_t* out, uint16_t* outLen, const uint8_t* dol,
+                                  uint16_t dolLen);
+
+/** The same for a PDOL, which gets terminal elements alone: card elements are answered with zeros. */
+QUORRIN_API int32_t dolPaddingPdol(uint8_t* out, uint16_t* outLen, const uint8_t* dol,
+                                   uint16_t dolLen);
+
+/**
+ * Whether a list asks for a tag.
+ * @return 1 yes, 0 no, -31 bad tag, -30 bad length field.
+ */
+QUORRIN_API int32_t dolCheckTagInDol(const uint8_t* tag, uint8_t tagLen, const uint8_t* dol,
+                                     uint8_t dolLen);
 
 /* ============================== Issuer data and scripts ============================== */
 

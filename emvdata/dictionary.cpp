@@ -1,0 +1,146 @@
+// The two dictionary tables and the storage of every element, all made from the element rows.
+
+#include "emvdata/dictionary.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+// Storage. A row that shares another's storage defines none.
+#define ELEMENT(tag, storage, bytes, ...) std::uint8_t storage[bytes];
+#define SHARED_ELEMENT(...)
+#include "emvdata/card_elements.def"
+#include "emvdata/terminal_elements.def"
+#undef SHARED_ELEMENT
+#undef ELEMENT
+
+using namespace quorrin;
+
+namespace {
+
+// How a row's templates are written in the element rows.
+struct Templates {
+    std::uint8_t bytes[4];
+    std::uint8_t code;
+};
+
+constexpr Templates any_template{{}, 0};
+
+constexpr Templates only(std::uint8_t tag) {
+    return {{tag}, 1};
+}
+
+constexpr Templates either(std::uint8_t first, std::uint8_t second) {
+    return {{first, second}, 2};
+}
+
+constexpr Templates bf0c_or(std::uint8_t tag) {
+    return {{0xBF, 0x0C, tag}, 3};
+}
+
+constexpr QuorrinDataElement make_record(std::uint16_t tag, std::uint16_t minimum,
+                                         std::uint16_t maximum, Format format,
+                                         Templates templates) {
+    const bool two_bytes = dictionary::is_two_byte_tag(tag);
+    const auto high = static_cast<std::uint8_t>(tag >> 8);
+    const auto low = static_cast<std::uint8_t>(tag);
+    QuorrinDataElement element{};
+    element.minLen = minimum;
+    element.maxLen = maximum;
+    element.tag[0] = two_bytes ? high : low;
+    element.tag[1] = two_bytes ? low : std::uint8_t{0};
+    element.tagLen = two_bytes ? 2 : 1;
+    std::copy_n(templates.bytes, 4, element.templates);
+    element.templateCode = templates.code;
+    element.format = static_cast<std::uint8_t>(format);
+    return element;
+}
+
+}  // namespace
+
+#define ELEMENT(tag, storage, bytes, minimum, maximum, format, templates) \
+    make_record(tag, minimum, maximum, Format::format, templates),
+#define SHARED_ELEMENT ELEMENT
+constinit QuorrinDataElement IccDt[card_rows] = {
+#include "emvdata/card_elements.def"
+};
+constinit QuorrinDataElement TermDt[terminal_rows] = {
+#include "emvdata/terminal_elements.def"
+};
+#undef SHARED_ELEMENT
+#undef ELEMENT
+
+namespace {
+
+#define ELEMENT(tag, storage, ...) storage,
+#define SHARED_ELEMENT ELEMENT
+constexpr std::uint8_t* card_storage[] = {
+#include "emvdata/card_elements.def"
+};
+constexpr std::uint8_t* terminal_storage[] = {
+#include "emvdata/terminal_elements.def"
+};
+#undef SHARED_ELEMENT
+#undef ELEMENT
+
+static_assert(std::size(card_storage) == card_rows);
+static_assert(std::size(terminal_storage) == terminal_rows);
+
+// Every row's storage is declared in the public header with the size that the row states, and holds
+// the longest value that the row accepts.
+#define ELEMENT(tag, storage, bytes, minimum, maximum, ...) \
+    static_assert(sizeof(storage) == (bytes) && (maximum) <= (bytes) && (minimum) <= (maximum));
+#define SHARED_ELEMENT ELEMENT
+#include "emvdata/card_elements.def"
+#include "emvdata/terminal_elements.def"
+#undef SHARED_ELEMENT
+#undef ELEMENT
+
+// Hosts read the records: their layout is part of the binary interface.
+static_assert(sizeof(QuorrinDataElement) == 32);
+static_assert(offsetof(QuorrinDataElement, value) == 0);
+static_assert(offsetof(QuorrinDataElement, curLen) == 8);
+static_assert(offsetof(QuorrinDataElement, minLen) == 10);
+static_assert(offsetof(QuorrinDataElement, maxLen) == 12);
+static_assert(offsetof(QuorrinDataElement, tag) == 14);
+static_assert(offsetof(QuorrinDataElement, tagLen) == 17);
+static_assert(offsetof(QuorrinDataElement, templates) == 18);
+static_assert(offsetof(QuorrinDataElement, templateCode) == 22);
+static_assert(offsetof(QuorrinDataElement, format) == 23);
+static_assert(offsetof(QuorrinDataElement, state) == 24);
+
+// Only 84 and 9F13 stand twice, and nothing stands in both tables.
+constexpr bool only_the_two_cash_rows_repeat_a_tag() {
+    for (std::size_t i = 0; i < dictionary::facts.size(); ++i) {
+        for (std::size_t j = i + 1; j < dictionary::facts.size(); ++j) {
+            const std::uint16_t tag = dictionary::facts[i].tag;
+            if (tag == dictionary::facts[j].tag && !(tag == 0x84 && j == 88) &&
+                !(tag == 0x9F13 && j == 89)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+static_assert(only_the_two_cash_rows_repeat_a_tag());
+static_assert(slot_of(0x84).row() == 28 && slot_of(0x9F13).row() == 53);
+
+}  // namespace
+
+void emvInitDataPointer() {
+    for (std::size_t row = 0; row < terminal_rows; ++row) {
+        TermDt[row].value = terminal_storage[row];
+    }
+    for (std::size_t row = 0; row < card_rows; ++row) {
+        IccDt[row].value = card_storage[row];
+    }
+}
+
+std::uint8_t StrCmp(const std::uint8_t* lhs, const std::uint8_t* rhs, std::int32_t len) {
+    const auto length = static_cast<std::uint8_t>(len);
+    if (length == 0 || lhs == nullptr || rhs == nullptr) {
+        return 0;
+    }
+    const int order = std::memcmp(lhs, rhs, length);
+    return order == 0 ? 0 : order > 0 ? 1 : 2;
+}

@@ -1,0 +1,127 @@
+// The exported access to the store by tag.
+
+#include "emvdata/element_store.hpp"
+
+using namespace quorrin;
+
+namespace {
+
+// A host's null pointer holds no bytes.
+Bytes host_bytes(const std::uint8_t* bytes, std::size_t count) {
+    return {bytes, bytes != nullptr ? count : 0};
+}
+
+// What emvGetDataElementLength and its setter select.
+std::uint16_t* selected_length(QuorrinDataElement& element, std::uint8_t which) {
+    switch (which) {
+        case 0:
+            return &element.curLen;
+        case 1:
+            return &element.minLen;
+        case 2:
+            return &element.maxLen;
+        default:
+            return nullptr;
+    }
+}
+
+}  // namespace
+
+std::uint8_t emvFindDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
+                                std::uint16_t* rowOut) {
+    const Bytes wanted = host_bytes(tag, tagLen);
+    if (wanted.empty() || wanted.size() > 2) {
+        return static_cast<std::uint8_t>(Table::none);
+    }
+    const Slot slot = find_slot(wanted);
+    if (rowOut != nullptr) {
+        *rowOut = slot.row();
+    }
+    return static_cast<std::uint8_t>(slot.table());
+}
+
+std::int32_t emvCheckTemplate(const std::uint8_t* templateTag, std::uint8_t templateLen,
+                              std::uint16_t row) {
+    if (templateLen <= 2 && row >= card_rows) {
+        return template_code::mismatch;
+    }
+    return check_template(IccDt[row < card_rows ? row : 0], host_bytes(templateTag, templateLen));
+}
+
+std::int32_t emvSetDataElement(const std::uint8_t* templateTag, std::uint8_t templateLen,
+                               const std::uint8_t* tag, std::uint8_t tagLen, std::uint16_t length,
+                               const std::uint8_t* value) {
+    return store_element(host_bytes(templateTag, templateLen), host_bytes(tag, tagLen),
+                         host_bytes(value, length));
+}
+
+std::int32_t emvSetDataElementCanChgTempPar(const std::uint8_t* templateTag,
+                                            std::uint8_t templateLen, const std::uint8_t* tag,
+                                            std::uint8_t tagLen, std::uint16_t length,
+                                            const std::uint8_t* value) {
+    return emvSetDataElement(templateTag, templateLen, tag, tagLen, length, value);
+}
+
+std::int32_t emvGetDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
+                               std::uint16_t* lengthInOut, std::uint8_t* out) {
+    const Bytes wanted = host_bytes(tag, tagLen);
+    if (wanted.empty() || wanted.size() > 2 || lengthInOut == nullptr || out == nullptr) {
+        return read_code::bad_tag_length;
+    }
+    const Slot slot = find_slot(wanted);
+    if (slot.is_none()) {
+        return read_code::unknown_element;
+    }
+    if (*lengthInOut == 0) {
+        *lengthInOut = record(slot).curLen;
+    }
+    return read_value(slot, {out, *lengthInOut});
+}
+
+namespace {
+constexpr std::int32_t state_of_unknown_element = -32;
+}
+
+std::int32_t emvGetDataElementState(const std::uint8_t* tag, std::uint8_t tagLen) {
+    const Slot slot = find_slot(host_bytes(tag, tagLen));
+    return slot.is_none() ? state_of_unknown_element : record(slot).state;
+}
+
+std::int32_t emvSetDataElementState(const std::uint8_t* tag, std::uint8_t tagLen,
+                                    std::uint8_t state) {
+    constexpr std::int32_t bad_state = -31;
+    if (state > 1) {
+        return bad_state;
+    }
+    const Slot slot = find_slot(host_bytes(tag, tagLen));
+    if (slot.is_none()) {
+        return state_of_unknown_element;
+    }
+    record(slot).state = state;
+    return store_code::success;
+}
+
+std::uint16_t emvGetDataElementLength(const std::uint8_t* tag, std::uint8_t tagLen,
+                                      std::uint8_t which) {
+    const Slot slot = find_slot(host_bytes(tag, tagLen));
+    if (slot.is_none()) {
+        return 0;
+    }
+    const std::uint16_t* length = selected_length(record(slot), which);
+    return length != nullptr ? *length : std::uint16_t{0};
+}
+
+std::int32_t emvSetDataElementLength(const std::uint8_t* tag, std::uint8_t tagLen,
+                                     std::uint16_t length, std::uint8_t which) {
+    constexpr std::int32_t bad_selector = -30;
+    const Slot slot = find_slot(host_bytes(tag, tagLen));
+    if (slot.is_none()) {
+        return store_code::unknown_element;
+    }
+    std::uint16_t* selected = selected_length(record(slot), which);
+    if (selected == nullptr) {
+        return bad_selector;
+    }
+    *selected = length;
+    return store_code::success;
+}

@@ -1,0 +1,202 @@
+// BER-TLV decoding (EMV book 3, annex B; ISO/IEC 8825-1) on spans. Everything is inline: card
+// answers are walked object by object, and no byte outside the span is ever looked at.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace quorrin::tlv {
+
+using Bytes = std::span<const std::uint8_t>;
+
+// Results of the codec. Callers across the library compare these values.
+inline constexpr std::int8_t primitive = 0;
+inline constexpr std::int8_t constructed = 1;
+
+// A tag as far as it could be read: on an error `length` counts the bytes that were looked at.
+struct Tag {
+    static constexpr std::int8_t no_data = -31;
+    static constexpr std::int8_t bad = -30;
+
+    std::int8_t result;
+    std::uint8_t length;
+};
+
+// A length field as far as it could be read.
+struct Length {
+    static constexpr std::int8_t good = 0;
+    static constexpr std::int8_t no_data = -31;
+    static constexpr std::int8_t bad = -30;
+    static constexpr std::int8_t value_too_long = -29;
+
+    std::int8_t result;
+    std::uint8_t field_size;
+    std::uint16_t value;
+};
+
+// A data object at the start of a span; on an error the sizes decoded so far.
+struct Object {
+    static constexpr std::int8_t no_data = -32;
+    static constexpr std::int8_t bad_tag = -31;
+    static constexpr std::int8_t bad_length = -30;
+
+    std::int8_t result;
+    std::uint8_t tag_length;
+    std::uint8_t length_size;
+    std::uint16_t value_length;
+
+    constexpr bool is_primitive() const { return result == primitive; }
+    constexpr bool is_constructed() const { return result == constructed; }
+    constexpr bool is_malformed() const { return result < 0; }
+    constexpr std::size_t header_size() const { return std::size_t{tag_length} + length_size; }
+    constexpr std::size_t size() const { return header_size() + value_length; }
+};
+
+constexpr bool is_padding(std::uint8_t byte) {
+    return byte == 0x00 || byte == 0xFF;
+}
+
+constexpr bool is_constructed_tag(std::uint8_t first_byte) {
+    return (first_byte & 0x20) != 0;
+}
+
+constexpr Tag read_tag(Bytes data) {
+    constexpr std::uint8_t more_bytes_follow = 0x1F;
+    if (data.empty()) {
+        return {Tag::no_data, 0};
+    }
+    const std::int8_t kind = is_constructed_tag(data[0]) ? constructed : primitive;
+    if ((data[0] & more_bytes_follow) != more_bytes_follow) {
+        return {kind, 1};
+    }
+    std::size_t count = 1;
+    for (;;) {
+        if (count == data.size()) {
+            return {Tag::bad, static_cast<std::uint8_t>(count)};
+        }
+        const std::uint8_t byte = data[count++];
+        // Deliberate: no tag byte may be 00 or 80, whatever its place; such bytes are padding gone
+        // astray.
+        if ((byte & 0x7F) == 0) {
+            return {Tag::bad, static_cast<std::uint8_t>(count)};
+        }
+        if ((byte & 0x80) == 0) {
+            return {kind, static_cast<std::uint8_t>(count)};
+        }
+    }
+}
+
+// The size of the length field alone. `field_size` is 0 when it could not be told.
+constexpr Length read_length_field(Bytes data) {
+    constexpr std::uint8_t indefinite = 0x80;
+    if (data.empty()) {
+        return {Length::no_data, 0, 0};
+    }
+    if (data[0] < indefinite) {
+        return {Length::good, 1, 0};
+    }
+    if (data[0] == indefinite) {
+        return {Length::bad, 0, 0};
+    }
+    const auto size = static_cast<std::uint8_t>((data[0] & 0x7F) + 1);
+    return {size > data.size() ? Length::bad : Length::good, size, 0};
+}
+
+// The length field and its value, checked against the bytes that follow. The value is kept in 16
+// bits: of more than two length bytes only the last two count.
+constexpr Length read_length(Bytes data) {
+    Length length = read_length_field(data);
+    if (length.result != Length::good) {
+        return length;
+    }
+    if (length.field_size == 1) {
+        length.value = data[0];
+    } else {
+        for (std::size_t i = 1; i < length.field_size; ++i) {
+            length.value = static_cast<std::uint16_t>(length.value << 8 | data[i]);
+        }
+    }
+    if (data.size() < std::size_t{length.field_size} + length.value) {
+        length.result = Length::value_too_long;
+    }
+    return length;
+}
+
+constexpr Object read_object(Bytes data) {
+    if (data.empty()) {
+        return {Object::no_data, 0, 0, 0};
+    }
+    const Tag tag = read_tag(data);
+    if (tag.result < 0) {
+        return {Object::bad_tag, tag.length, 0, 0};
+    }
+    const Length length = read_length(data.subspan(tag.length));
+    const std::int8_t result = length.result == Length::good ? tag.result : Object::bad_length;
+    return {result, tag.length, length.field_size, length.value};
+}
+
+// A position in a TLV string. It only moves forward and never beyond the end; what a walk tolerates
+// is stated by the walk that uses it.
+class Cursor {
+  public:
+    explicit constexpr Cursor(Bytes data) : rest_(data) {}
+
+    constexpr bool at_end() const { return rest_.empty(); }
+    constexpr Bytes rest() const { return rest_; }
+
+    // Steps over padding bytes between objects.
+    constexpr void skip_padding() {
+        while (!rest_.empty() && is_padding(rest_[0])) {
+            rest_ = rest_.subspan(1);
+        }
+    }
+
+    constexpr Object object() const { return read_object(rest_); }
+    constexpr Bytes tag(const Object& object) const { return rest_.first(object.tag_length); }
+    constexpr Bytes value(const Object& object) const {
+        return rest_.subspan(object.header_size(), object.value_length);
+    }
+    constexpr bool has_tag(const Object& object, std::uint8_t one_byte_tag) const {
+        return object.tag_length == 1 && rest_[0] == one_byte_tag;
+    }
+    constexpr bool has_tag(const Object& object, std::uint8_t first, std::uint8_t second) const {
+        return object.tag_length == 2 && rest_[0] == first && rest_[1] == second;
+    }
+
+    // Into a template: its contents come next.
+    constexpr void enter(const Object& object) { advance(object.header_size()); }
+    constexpr void step_over(const Object& object) { advance(object.size()); }
+    // Searches look into every template: a template is entered, anything else stepped over.
+    constexpr void advance_flat(const Object& object) {
+        object.is_constructed() ? enter(object) : step_over(object);
+    }
+    constexpr void advance(std::size_t count) {
+        rest_ = rest_.subspan(count < rest_.size() ? count : rest_.size());
+    }
+
+  private:
+    Bytes rest_;
+};
+
+// One tag anywhere in a TLV string, inside templates too.
+struct Search {
+    static constexpr std::int8_t found = 0;
+    static constexpr std::int8_t not_found = 1;
+    static constexpr std::int8_t malformed = -31;
+    static constexpr std::int8_t found_twice = -30;
+
+    std::int8_t result;
+    bool has_value;  // a value was met, also when the result is an error that came after it
+    Bytes value;     // that value, inside the searched string
+};
+
+// Strings above this are refused as malformed.
+inline constexpr std::size_t max_search_size = 256;
+
+Search find_tag(Bytes string, Bytes tag) noexcept;
+
+// Whether a TLV string is well formed, templates included.
+bool is_well_formed(Bytes string) noexcept;
+
+}  // namespace quorrin::tlv
