@@ -634,9 +634,173 @@ QUORRIN_API int32_t dolCheckTagInDol(const uint8_t* tag, uint8_t tagLen, const u
 
 /* ============================== Application selection ============================== */
 
+/*
+ * The applications found by the last directory read: AIDs as upper-case hex text, separated by "|",
+ * in the order of the directory, without terminator. An AID above 20 bytes, or one that does not
+ * fit, is left out. An entry without an AID is an empty item.
+ */
+QUORRIN_API extern char gucAidList[200];
+
+/** Number of characters used in gucAidList. */
+QUORRIN_API extern uint8_t gucAidListLen;
+
+/** Number of AIDs in gucAidList. */
+QUORRIN_API extern uint8_t gucAidNum;
+
+/**
+ * Begins a transaction: clears all card and terminal data, selects an application (EMV book
+ * 1, 12.4) and stores its FCI. The directory's further applications are not tried when the first
+ * one is refused.
+ * @param aidHex  AID as hex text with terminator, below 256 characters (a longer text stops the
+ * process); an odd last digit is ignored. Null or empty takes the first application of the card's
+ *                payment system directory.
+ * @return 0; -107 when the FCI is malformed or holds an element that the store refuses; -40000 when
+ * the directory cannot be found in the PSE's answer; else a code of TransRetCodeNoMsg. A directory
+ * that ends with a transport failure leaves 0 with no application selected and the failure in
+ *         CARD_STATUS.
+ */
+QUORRIN_API int64_t emvSelectAid(int64_t handle, const char* aidHex);
+
+/**
+ * Selects the payment system environment "1PAY.SYS.DDF01" and reads its directory into gucAidList
+ * (EMV book 1, 12.3.2), which is cleared once the card has accepted the selection. Reading ends
+ * with the first record that the card refuses; the status word is 90 00 then.
+ * @param listOut  receives a copy of gucAidList, up to 200 characters without terminator: zero it
+ * first.
+ * @return 0; -106 when the answer does not hold DF name (84) and SFI (88) once each; -14 for a null
+ * buffer; else a code of TransRetCodeNoMsg.
+ */
+QUORRIN_API int64_t selectByPse(int64_t handle, char* listOut);
+
+/**
+ * Appends the applications of one directory record (EMV book 1, 12.2.3) to gucAidList.
+ * @return 0, or -107 when the record is malformed; applications before the fault stay.
+ */
+QUORRIN_API int64_t emvProcessSFIofDDF(const uint8_t* record, uint16_t length);
+
+/**
+ * Appends the applications that a quick PBOC card names in its directory FCI (entries 61 in BF0C)
+ * to gucAidList, without clearing it. Nothing is sent to the card.
+ * @param fci  the FCI as bytes, from its 6F on.
+ * @return 0, or a positive code: 216 malformed; 212 no FCI template (6F); 213 no DF name (84) at
+ * its start; 214 no proprietary template (A5), or no or empty issuer discretionary data (BF0C).
+ */
+QUORRIN_API int64_t qPBOCProcessDDF(const uint8_t* fci, uint16_t length);
+
 /* ============================== Processing options and record reading ============================== */
 
+/*
+ * Keyed value text: items of a key letter, three decimal digits that count the characters of the
+ * value, and the value: hex digits, or raw text. Spaces before an item are ignored.
+ *
+ *     P012000000001000S006250101T00200
+ */
+
+/** Row of a key table. A table of the host's own ends with a row whose key is a space. */
+typedef struct QuorrinKeyRow {
+    char key;
+    uint8_t tag[3];      /* left-aligned */
+    uint8_t tagLen;      /* 1 or 2 */
+    uint8_t hexFlag;     /* 1: the value travels as hex digits; 0: raw */
+    uint8_t getDataFlag; /* 1: the element is fetched with GET DATA */
+} QuorrinKeyRow;
+
+/**
+ * Terminal data, no end row: P amount authorised 9F02 (12 digits), Q other amount 9F03 (12), R
+ * currency code 5F2A (4), S date 9A (6), T transaction type 9C (2), U time 9F21 (6), V merchant
+ * name and location 9F4E (raw, 1 to 256 characters; a value length counts in 8 bits).
+ */
+QUORRIN_API extern const QuorrinKeyRow TagMapPDolTerData[7];
+
+/** The value of a text's first three characters as decimal digits; 0 when they are not all digits.
+ */
+QUORRIN_API int32_t strToInt(const char* text);
+
+/**
+ * Looks a key letter up.
+ * @param row    receives the index of its row.
+ * @param table  one of the library's tables, or a host's own of at most 256 rows.
+ * @return 0 found, 1 not found.
+ */
+QUORRIN_API int32_t getTagMapSub(uint8_t key, uint8_t* row, const QuorrinKeyRow* table);
+
+/**
+ * Stores the value of one item of keyed value text. An odd number of hex digits gets a leading
+ * zero; a length of 0, or one that is not all digits, stores nothing.
+ * @return 0, -31 for an unknown key, else the code of emvSetDataElement.
+ */
+QUORRIN_API int32_t parsBankTagList(const char* item, const QuorrinKeyRow* table);
+
+/**
+ * Stores the items of a keyed value text up to the first one that fails.
+ * @return 0, or 1 when an item failed.
+ */
+QUORRIN_API int32_t setTermPDolData(const char* text, const QuorrinKeyRow* table);
+
+/** Sets the terminal transaction qualifiers (9F66) to F4 00 00 00 when they are absent. */
+QUORRIN_API void setTermDataBeforeGPO(void);
+
+/**
+ * Sends GET PROCESSING OPTIONS (EMV book 3, 6.5.8) with the data that the card's PDOL asks for, and
+ * stores AIP and AFL.
+ * @param text   terminal data as keyed value text, or null. A bad item ends it without an error.
+ * @param table  key table of the text.
+ * @return 0, or -107: the PDOL data cannot be built, or the answer does not hold AIP and AFL. A
+ * card's refusal is -107 too; its status word is in CARD_SW1 and CARD_SW2.
+ */
+QUORRIN_API int64_t emvGPO(int64_t handle, const char* text, const QuorrinKeyRow* table);
+
+/**
+ * Stores AIP and AFL from an answer to GET PROCESSING OPTIONS, format 1 (80) or format 2 (77). A
+ * format 2 answer may lack them.
+ * @return 0; -27 another template; -28 format 2 with an object that the store refuses or that is
+ * malformed; -29 an AFL, -30 an AIP was present before a format 1 answer; -31 empty, too short,
+ * malformed or mostly padding.
+ */
+QUORRIN_API int32_t emvExtractAipAfl(const uint8_t* response, uint16_t length);
+
+/**
+ * Reads every record that the stored AFL names (EMV book 3, 10.2) into the store. A record that the
+ * card refuses ends its AFL entry, nothing more.
+ * @return 0, or -107 when a record is malformed or holds an element that the store refuses.
+ */
+QUORRIN_API int64_t emvReadICCard(int64_t handle);
+
 /* ============================== Card holder information ============================== */
+
+/**
+ * Card holder data, no end row: A PAN 5A, B name 5F20 (raw), C ID type 9F62, D ID number 9F61
+ * (raw), E electronic cash balance 9F79, F balance limit 9F77, G single transaction limit 9F78, H
+ * currency code 9F42, I expiration date 5F24, J PAN sequence number 5F34, K track 2 57, L track 1
+ * discretionary data 9F1F (raw). E, F and G are fetched with GET DATA.
+ */
+QUORRIN_API extern const QuorrinKeyRow TagMapgetIccInfo[12];
+
+/**
+ * Reads card holder data in one call: selects the application, gets its processing options without
+ * terminal data, reads its records and packs what the host asks for (see packUserInfo).
+ * @param aidHex  as emvSelectAid.
+ * @return 0, -14 for null keys or out, else the failure of emvSelectAid, emvGPO or emvReadICCard.
+ */
+QUORRIN_API int64_t getIccInfo(int64_t handle, const char* aidHex, const char* keys, char* out);
+
+/**
+ * Packs stored elements as keyed value text, in the order of the key letters, fetching E, F and G
+ * from the card in ReaderHandle. Unknown letters and absent elements are left out, as is an item
+ * that does not fit.
+ * @param keys  letters of TagMapgetIccInfo, with terminator.
+ * @param out   up to 2048 characters, without terminator: zero it first.
+ * @return 0.
+ */
+QUORRIN_API int32_t packUserInfo(const char* keys, char* out);
+
+/**
+ * Fetches one element with GET DATA (EMV book 3, 6.5.7) from the card in ReaderHandle into the
+ * store.
+ * @return 0; -107 for a tag length other than 1 or 2 or an answer that the store refuses; else a
+ * code of TransRetCodeNoMsg.
+ */
+QUORRIN_API int32_t emvGetDataCmd(const uint8_t* tag, uint8_t tagLen);
 
 /* ============================== First GENERATE AC ============================== */
 
@@ -645,6 +809,33 @@ QUORRIN_API int32_t dolCheckTagInDol(const uint8_t* tag, uint8_t tagLen, const u
 /* ============================== Transaction log ============================== */
 
 /* ============================== PAN and name ============================== */
+
+/**
+ * Reads card number and card holder name all by itself: opens the reader, powers the card, selects
+ * the first application of the directory, reads its records, powers the card down and closes the
+ * reader.
+ * @param cardKind  0 contact, 1 contactless, 2 contactless first, then contact.
+ * @param port      kept in EG_port.
+ * @param pan       receives the PAN as hex text, up to 20 characters: zero it first, with room
+ * for 21.
+ * @param panLen    receives the number of digits of a PAN that is padded with "F" (the pad becomes
+ * the terminator). It is left alone for any other: preset it.
+ * @param name      receives the name's bytes, up to 252, without terminator; left alone when there
+ * is none.
+ * @param nameLen   receives the name's length, 0 when there is none.
+ * @return 0; -1 for another card kind and -14 for a null pointer, with the reader not touched; a
+ * code of icBandkCardPowerUp, with the reader closed; else a failure of getIcAPNName, with the
+ * reader left open and the card powered: finish with CloseAllDevice.
+ */
+QUORRIN_API int32_t ICRT_GetICPanName(int32_t cardKind, int32_t port, char* pan, int32_t* panLen,
+                                      uint8_t* name, uint8_t* nameLen);
+
+/**
+ * The same on a card that is powered already, with trace lines "getIcAPNName N" on standard output.
+ * @return 0, -14 for a null pointer, else the failure of emvSelectAid, emvGPO or emvReadICCard.
+ */
+QUORRIN_API int64_t getIcAPNName(int64_t handle, char* pan, int32_t* panLen, uint8_t* name,
+                                 uint8_t* nameLen);
 
 #ifdef __cplusplus
 }

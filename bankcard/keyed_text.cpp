@@ -1,0 +1,165 @@
+#include "bankcard/keyed_text.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <span>
+#include <string_view>
+
+static_assert(sizeof(QuorrinKeyRow) == 7);
+
+// clang-format off
+const QuorrinKeyRow TagMapPDolTerData[7] = {
+    {'P', {0x9F, 0x02}, 2, 1, 0},  // amount, authorised
+    {'Q', {0x9F, 0x03}, 2, 1, 0},  // amount, other
+    {'R', {0x5F, 0x2A}, 2, 1, 0},  // transaction currency code
+    {'S', {0x9A},       1, 1, 0},  // transaction date
+    {'T', {0x9C},       1, 1, 0},  // transaction type
+    {'U', {0x9F, 0x21}, 2, 1, 0},  // transaction time
+    {'V', {0x9F, 0x4E}, 2, 0, 0},  // merchant name and location
+};
+
+const QuorrinKeyRow TagMapgetIccInfo[12] = {
+    {'A', {0x5A},       1, 1, 0},  // PAN
+    {'B', {0x5F, 0x20}, 2, 0, 0},  // card holder name
+    {'C', {0x9F, 0x62}, 2, 1, 0},  // card holder ID type
+    {'D', {0x9F, 0x61}, 2, 0, 0},  // card holder ID number
+    {'E', {0x9F, 0x79}, 2, 1, 1},  // electronic cash balance
+    {'F', {0x9F, 0x77}, 2, 1, 1},  // electronic cash balance limit
+    {'G', {0x9F, 0x78}, 2, 1, 1},  // electronic cash single transaction limit
+    {'H', {0x9F, 0x42}, 2, 1, 0},  // application currency code
+    {'I', {0x5F, 0x24}, 2, 1, 0},  // application expiration date
+    {'J', {0x5F, 0x34}, 2, 1, 0},  // PAN sequence number
+    {'K', {0x57},       1, 1, 0},  // track 2 equivalent data
+    {'L', {0x9F, 0x1F}, 2, 0, 0},  // track 1 discretionary data
+};
+// clang-format on
+
+namespace quorrin {
+namespace {
+
+constexpr std::int32_t unknown_key = -31;
+constexpr std::size_t length_digits = item_header - 1;
+constexpr std::size_t max_value =
+    256;  // the length of a value counts in 8 bits, one digit may be added
+
+// The rows of a table that the walk may look at. A host's table ends with a row whose key is a
+// space; its index is one byte.
+std::span<const QuorrinKeyRow> rows_of(const QuorrinKeyRow* table) {
+    constexpr std::size_t max_rows = 256;
+    if (table == nullptr) {
+        return {};
+    }
+    if (table == TagMapPDolTerData) {
+        return TagMapPDolTerData;
+    }
+    if (table == TagMapgetIccInfo) {
+        return TagMapgetIccInfo;
+    }
+    return {table, max_rows};
+}
+
+// The three digits of an item's length field, or 0 when they are not all digits.
+std::int32_t read_length(const char* text) {
+    std::int32_t value = 0;
+    for (std::size_t i = 0; i < length_digits; ++i) {
+        if (text[i] < '0' || text[i] > '9') {
+            return 0;
+        }
+        value = 10 * value + (text[i] - '0');
+    }
+    return value;
+}
+
+std::int32_t store(const QuorrinKeyRow& row, std::size_t length, const std::uint8_t* value) {
+    return emvSetDataElement(nullptr, 0, row.tag, row.tagLen, static_cast<std::uint16_t>(length),
+                             value);
+}
+
+// Digits or characters that the text does not have count as zero.
+std::int32_t store_hex_value(const QuorrinKeyRow& row, std::string_view digits, std::size_t count) {
+    std::array<char, max_value> text{};
+    const std::size_t padding = count % 2;  // an odd number of digits gets a leading zero
+    text[0] = '0';
+    std::copy(digits.begin(), digits.end(), text.begin() + static_cast<std::ptrdiff_t>(padding));
+    std::array<std::uint8_t, max_value / 2> value{};
+    asc_to_bcd(value.data(), text.data(), static_cast<std::int32_t>(count + padding), 0);
+    return store(row, (count + padding) / 2, value.data());
+}
+
+std::int32_t store_raw_value(const QuorrinKeyRow& row, std::string_view characters,
+                             std::size_t count) {
+    std::array<std::uint8_t, max_value> value{};
+    std::copy(characters.begin(), characters.end(), value.begin());
+    return store(row, count, value.data());
+}
+
+}  // namespace
+
+const QuorrinKeyRow* find_key(std::uint8_t key, const QuorrinKeyRow* table) {
+    for (const QuorrinKeyRow& row : rows_of(table)) {
+        // The end of the table is looked for first: a space is no key.
+        if (row.key == ' ') {
+            return nullptr;
+        }
+        if (static_cast<std::uint8_t>(row.key) == key) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace quorrin
+
+using namespace quorrin;
+
+std::int32_t strToInt(const char* text) {
+    return text == nullptr ? 0 : read_length(text);
+}
+
+std::int32_t getTagMapSub(std::uint8_t key, std::uint8_t* row, const QuorrinKeyRow* table) {
+    const QuorrinKeyRow* found = find_key(key, table);
+    if (found == nullptr || row == nullptr) {
+        return 1;
+    }
+    *row = static_cast<std::uint8_t>(found - table);
+    return 0;
+}
+
+std::int32_t parsBankTagList(const char* item, const QuorrinKeyRow* table) {
+    if (item == nullptr || *item == '\0') {
+        return unknown_key;
+    }
+    const QuorrinKeyRow* row = find_key(static_cast<std::uint8_t>(*item), table);
+    if (row == nullptr) {
+        return unknown_key;
+    }
+    // Deliberate: a value length counts in 8 bits, so that 256 stands for nothing and 258 for 2;
+    // the item still takes its full length in the text.
+    const auto count = static_cast<std::uint8_t>(read_length(item + 1));
+    if (count == 0) {
+        return 0;
+    }
+    const char* text = item + item_header;
+    const std::string_view value(text, strnlen(text, count));
+    return row->hexFlag == 1 ? store_hex_value(*row, value, count)
+                             : store_raw_value(*row, value, count);
+}
+
+std::int32_t setTermPDolData(const char* text, const QuorrinKeyRow* table) {
+    if (text == nullptr) {
+        return 0;
+    }
+    const std::size_t length = std::strlen(text);
+    for (std::size_t i = 0; i < length;) {
+        if (text[i] == ' ') {
+            ++i;
+            continue;
+        }
+        if (parsBankTagList(text + i, table) != 0) {
+            return 1;
+        }
+        i += item_header + static_cast<std::size_t>(read_length(text + i + 1));
+    }
+    return 0;
+}

@@ -1,0 +1,77 @@
+// Reading the application's records (EMV book 3, 10.2): every record that the AFL names goes into
+// the store.
+
+#include <algorithm>
+#include <array>
+
+#include "bankcard/card_commands.hpp"
+#include "bankcard/flow_codes.hpp"
+#include "emvdata/element_store.hpp"
+#include "quorrin/quorrin.h"
+
+namespace quorrin {
+namespace {
+
+// One entry of the AFL. Its fourth byte, the number of records for offline data authentication, has
+// no use here.
+struct FileRange {
+    static constexpr std::size_t size = 4;
+
+    std::uint8_t file;  // P2 of READ RECORD
+    unsigned first;
+    unsigned last;
+};
+
+// A copy of the card's AFL: a record that carries one may overwrite it while it is being walked.
+class FileLocator {
+  public:
+    FileLocator() {
+        std::copy(std::begin(gl_AFL), std::end(gl_AFL), bytes_.begin());
+        const auto stored =
+            static_cast<std::uint8_t>(record(slot_of(0x94)).curLen / FileRange::size);
+        count_ = std::min<std::size_t>(stored, bytes_.size() / FileRange::size);
+    }
+
+    std::size_t count() const { return count_; }
+    FileRange operator[](std::size_t index) const {
+        const std::uint8_t* entry = &bytes_[index * FileRange::size];
+        constexpr std::uint8_t by_record_number = 0x04;
+        return {static_cast<std::uint8_t>((entry[0] & 0xF8) | by_record_number), entry[1],
+                entry[2]};
+    }
+
+  private:
+    std::array<std::uint8_t, sizeof gl_AFL> bytes_;
+    std::size_t count_;
+};
+
+// Reads the records of one entry. A record that the card refuses ends the entry without an error;
+// one that does not parse is an error.
+std::int64_t read_records(std::int64_t handle, const FileRange& range) {
+    CardAnswer answer;
+    for (unsigned number = range.first; number <= range.last; ++number) {
+        const CardCommand command = read_record(static_cast<std::uint8_t>(number), range.file);
+        if (!step_succeeded(send_to_card(handle, command, answer))) {
+            break;
+        }
+        if (store_response(answer.data()) != 0) {
+            return code::data_malformed;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+}  // namespace quorrin
+
+using namespace quorrin;
+
+std::int64_t emvReadICCard(std::int64_t handle) {
+    const FileLocator files;
+    for (std::size_t i = 0; i < files.count(); ++i) {
+        if (const std::int64_t failure = read_records(handle, files[i])) {
+            return failure;
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,126 @@
+// Application selection (EMV book 1, section 12): by the AID that the host names, or the first
+// application of the card's payment system directory.
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string_view>
+
+#include "bankcard/candidate_list.hpp"
+#include "bankcard/card_commands.hpp"
+#include "bankcard/flow_codes.hpp"
+#include "quorrin/quorrin.h"
+#include "reader/codes.hpp"
+#include "reader/process_stop.hpp"
+#include "tlv/ber_tlv.hpp"
+
+namespace quorrin {
+namespace {
+
+// Room for an AID as hex text or for a whole candidate list, with a terminator.
+using AidText = std::array<char, 256>;
+
+constexpr std::uint8_t pse_name[] = {'1', 'P', 'A', 'Y', '.', 'S', 'Y',
+                                     'S', '.', 'D', 'D', 'F', '0', '1'};
+
+AidText aid_of_host(const char* aid_hex) {
+    const std::size_t length = std::strlen(aid_hex);
+    AidText text{};
+    if (length >= text.size()) {
+        stop_process("an AID text has at most 255 characters");
+    }
+    std::copy_n(aid_hex, length, text.begin());
+    return text;
+}
+
+// Leaves the first item of a candidate list.
+void cut_to_first_aid(AidText& candidates) {
+    *std::find(candidates.begin(), candidates.end() - 1, '|') = '\0';
+}
+
+std::int64_t select_application(std::int64_t handle, const char* aid_hex, CardAnswer& answer) {
+    std::array<std::uint8_t, sizeof(AidText) / 2> aid{};
+    const std::size_t size = std::strlen(aid_hex) / 2;  // an odd last digit is dropped
+    asc_to_bcd(aid.data(), aid_hex, static_cast<std::int32_t>(2 * size), 0);
+    return card_step(handle, select_by_name(std::span(aid).first(size)), answer);
+}
+
+bool store_fci(const CardAnswer& fci) {
+    const auto length = static_cast<std::uint16_t>(fci.length);
+    return tlv::is_well_formed(fci.data()) && emvExtractDataElement(fci.bytes, length) == 0;
+}
+
+// The short identifier of the directory file that the payment system environment names (88). False
+// when its FCI lacks the DF name or the identifier, or has one of them twice.
+bool find_directory_file(const CardAnswer& pse, std::uint8_t& sfi) {
+    constexpr std::uint8_t df_name_tag[] = {0x84};
+    constexpr std::uint8_t sfi_tag[] = {0x88};
+    if (tlv::find_tag(pse.data(), df_name_tag).result != tlv::Search::found) {
+        return false;
+    }
+    const tlv::Search found = tlv::find_tag(pse.data(), sfi_tag);
+    if (found.result != tlv::Search::found) {
+        return false;
+    }
+    sfi = found.value.empty() ? std::uint8_t{0} : found.value[0];
+    return true;
+}
+
+// Reads the directory's records until the card refuses one. Nothing but the card's answer ends it:
+// beyond 255 the record number starts again at 0.
+void read_directory(std::int64_t handle, std::uint8_t sfi, CardAnswer& answer) {
+    const std::uint8_t file = record_of_file(sfi);
+    std::uint8_t number = 1;
+    while (step_succeeded(send_to_card(handle, read_record(number, file), answer))) {
+        emvProcessSFIofDDF(answer.bytes, static_cast<std::uint16_t>(answer.length));
+        ++number;
+    }
+    // Deliberate: the status word that ended the directory, mostly 6A83, is covered up; the
+    // directory was read. CARD_STATUS keeps a transport failure.
+    CARD_SW1 = 0x90;
+    CARD_SW2 = 0x00;
+}
+
+}  // namespace
+}  // namespace quorrin
+
+using namespace quorrin;
+
+std::int64_t selectByPse(std::int64_t handle, char* listOut) {
+    if (listOut == nullptr) {
+        return code::bad_parameter;
+    }
+    CardAnswer answer;
+    if (const std::int64_t failure = card_step(handle, select_by_name(pse_name), answer)) {
+        return failure;
+    }
+    clear_candidates();
+    std::uint8_t sfi = 0;
+    if (!find_directory_file(answer, sfi)) {
+        return code::object_missing;
+    }
+    read_directory(handle, sfi, answer);
+    std::copy_n(gucAidList, gucAidListLen, listOut);
+    return code::success;
+}
+
+std::int64_t emvSelectAid(std::int64_t handle, const char* aidHex) {
+    emvClrIccAndTermData();
+    AidText aid{};
+    if (aidHex != nullptr && *aidHex != '\0') {
+        aid = aid_of_host(aidHex);
+    } else {
+        const std::int64_t result = selectByPse(handle, aid.data());
+        if (!step_succeeded(result)) {
+            // Deliberate: after a transport failure within the directory this is 0, with no
+            // application selected: hosts go on with what the card has selected.
+            return TransRetCodeNoMsg(result);
+        }
+        cut_to_first_aid(aid);
+    }
+    CardAnswer fci;
+    if (const std::int64_t failure = select_application(handle, aid.data(), fci)) {
+        return failure;
+    }
+    return store_fci(fci) ? code::success : code::data_malformed;
+}
