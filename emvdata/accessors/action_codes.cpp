@@ -1,0 +1,104 @@
+// Issuer and terminal action codes (EMV Book 3 section 10.7): 5 bytes each, bits as in the TVR.
+
+#include "emvdata/accessors/families.hpp"
+
+using namespace quorrin;
+using namespace quorrin::accessor;
+
+namespace {
+
+constexpr std::size_t action_code_size = 5;
+static_assert(sizeof gl_IAC_Denial == action_code_size &&
+              sizeof gl_IAC_Online == action_code_size &&
+              sizeof gl_IAC_Default == action_code_size);
+static_assert(sizeof gl_TAC_Denial == action_code_size &&
+              sizeof gl_TAC_Online == action_code_size &&
+              sizeof gl_TAC_Default == action_code_size);
+
+enum Selector : std::uint8_t {
+    issuer_denial = 11,
+    issuer_online = 12,
+    issuer_default = 13,
+    terminal_denial = 21,
+    terminal_online = 22,
+    terminal_default = 23,
+};
+
+// A code and, for the terminal's, the flag that the host has set it.
+struct ActionCode {
+    Selector selector;
+    std::uint8_t* code;
+    std::uint8_t* set_by_host;
+};
+
+constexpr ActionCode action_codes[] = {
+    {issuer_denial, gl_IAC_Denial, nullptr},
+    {issuer_online, gl_IAC_Online, nullptr},
+    {issuer_default, gl_IAC_Default, nullptr},
+    {terminal_denial, gl_TAC_Denial, &gl_FgTAC_Denial},
+    {terminal_online, gl_TAC_Online, &gl_FgTAC_Online},
+    {terminal_default, gl_TAC_Default, &gl_FgTAC_Default},
+};
+
+const ActionCode* find_action_code(std::uint8_t selector) {
+    const auto* const found = std::ranges::find(action_codes, selector, &ActionCode::selector);
+    return found == std::end(action_codes) ? nullptr : found;
+}
+
+}  // namespace
+
+std::int32_t emvGetActionCode(std::uint8_t byte, std::uint8_t bit, std::uint8_t selector) {
+    const ActionCode* const selected = find_action_code(selector);
+    if (selected == nullptr) {
+        return result::bad_selector;
+    }
+    return bit_value({selected->code, action_code_size}, byte, bit);
+}
+
+std::int32_t emvSetActionCode(std::uint8_t selector, std::uint8_t on) {
+    const ActionCode* const selected = find_action_code(selector);
+    if (selected == nullptr) {
+        return result::bad_selector;
+    }
+    // Deliberate: the code counts as neither present nor set by the host.
+    std::fill_n(selected->code, action_code_size, static_cast<std::uint8_t>(on != 0 ? 0xFF : 0x00));
+    return result::success;
+}
+
+std::int32_t emvSetTermActionCode(const std::uint8_t* code, std::uint8_t selector) {
+    const ActionCode* const selected = find_action_code(selector);
+    if (code == nullptr || selected == nullptr || selected->set_by_host == nullptr) {
+        return result::rejected;
+    }
+    std::copy_n(code, action_code_size, selected->code);
+    *selected->set_by_host = 1;
+    return result::success;
+}
+
+std::int32_t emvInActionCode(std::uint8_t selector) {
+    switch (selector) {
+        case issuer_denial:
+            return presence(element::issuer_action_code_denial);
+        case issuer_online:
+            return presence(element::issuer_action_code_online);
+        case issuer_default:
+            return presence(element::issuer_action_code_default);
+        // Deliberate: a terminal code that the host has set falls through to the next one, and a
+        // default code that it has set ends as a bad selector. Hosts take 0 as "not set" and
+        // everything else as "set", so the terminal codes are only ever asked for as a whole.
+        case terminal_denial:
+            if (gl_FgTAC_Denial == 0) {
+                return result::absent;
+            }
+            [[fallthrough]];
+        case terminal_online:
+            if (gl_FgTAC_Online == 0) {
+                return result::absent;
+            }
+            [[fallthrough]];
+        case terminal_default:
+            return gl_FgTAC_Default == 0 ? result::absent : result::bad_selector;
+        default:
+            return result::bad_selector;
+    }
+}

@@ -1,0 +1,140 @@
+// The families of typed accessors. A plain accessor is one call of a helper below; what its family
+// does and answers is stated here once.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "emvdata/element_store.hpp"
+#include "emvdata/elements.hpp"
+#include "quorrin/quorrin.h"
+
+namespace quorrin::accessor {
+
+// Results that hosts know, beyond those of the store.
+namespace result {
+inline constexpr std::int32_t success = 0;
+inline constexpr std::int32_t absent = 0;
+inline constexpr std::int32_t delivered = 1;
+inline constexpr std::int32_t bad_selector = -32;
+inline constexpr std::int32_t bad_index = -31;
+inline constexpr std::int32_t bad_length = -31;
+inline constexpr std::int32_t rejected = 49;  // a null pointer, or a value that may not be set
+inline constexpr std::int32_t unknown_element = 50;
+}  // namespace result
+
+// Presence: 1 present, 0 absent.
+inline std::int32_t presence(Slot slot) { return record(slot).state; }
+
+// Length: bytes held now, 0 when nothing was stored.
+inline std::uint16_t length(Slot slot) { return record(slot).curLen; }
+
+inline void set_length(Slot slot, std::uint16_t bytes) { record(slot).curLen = bytes; }
+
+// Bit reader: (byte, bit) as EMV counts them, both from 1, bit 1 the least significant. 0 for an
+// address outside the element.
+inline bool is_bit_address(Bytes element, std::uint8_t byte, std::uint8_t bit) {
+    return byte >= 1 && byte <= element.size() && bit >= 1 && bit <= 8;
+}
+
+inline std::int32_t bit_value(Bytes element, std::uint8_t byte, std::uint8_t bit) {
+    return is_bit_address(element, byte, bit) ? element[byte - 1u] >> (bit - 1) & 1 : 0;
+}
+
+inline void set_bit(std::span<std::uint8_t> element, std::uint8_t byte, std::uint8_t bit,
+                    std::uint8_t on) {
+    if (!is_bit_address(element, byte, bit)) {
+        return;
+    }
+    const auto mask = static_cast<std::uint8_t>(1u << (bit - 1));
+    std::uint8_t& value = element[byte - 1u];
+    // Deliberate: exactly 1 sets; every other value clears.
+    value = static_cast<std::uint8_t>(on == 1 ? value | mask : value & ~mask);
+}
+
+// Reads a whole element: the store's code (1 from the card, 2 from the terminal) and the bytes
+// read. A length that the host has set beyond the storage counts as the storage's size.
+struct Reading {
+    std::int32_t code;
+    std::uint16_t length;
+};
+
+inline std::uint16_t readable_length(Slot slot) {
+    return std::min(length(slot), storage_size(slot));
+}
+
+inline Reading read_whole(Slot slot, std::uint8_t* out) {
+    const std::uint16_t bytes = readable_length(slot);
+    return {read_value(slot, {out, bytes}), bytes};
+}
+
+// Read through the store: the store's code. Presence is not asked: an absent element has length 0.
+// Deliberate: the length is told in 8 bits, so that 256 bytes show as 0.
+inline std::int32_t read_through(Slot slot, std::uint8_t* out, std::uint8_t* out_length) {
+    if (out == nullptr || out_length == nullptr) {
+        return result::rejected;
+    }
+    const Reading reading = read_whole(slot, out);
+    *out_length = static_cast<std::uint8_t>(reading.length);
+    return reading.code;
+}
+
+// Copy getter: 1 and the element with its length when it is present; else its state, and nothing
+// is written.
+inline std::int32_t copy_if_present(Slot slot, std::uint8_t* out, std::uint8_t* out_length) {
+    if (!is_present(slot)) {
+        return presence(slot);
+    }
+    const std::int32_t code = read_through(slot, out, out_length);
+    return code == read_code::from_card ? result::delivered : code;
+}
+
+// Raw setter: the store's own code; a null pointer is no value.
+inline std::int32_t store(Slot slot, const std::uint8_t* value, std::uint16_t bytes) {
+    if (value == nullptr || bytes == 0) {
+        return store_code::no_value;
+    }
+    return store_value(slot, {}, {value, bytes});
+}
+
+// Mapped setter: 0 stored, 50 no such element, 49 anything else, a null pointer included.
+constexpr std::int32_t mapped(std::int32_t stored) {
+    switch (stored) {
+        case store_code::success:
+            return result::success;
+        case store_code::unknown_element:
+            return result::unknown_element;
+        default:
+            return result::rejected;
+    }
+}
+static_assert(mapped(0) == 0 && mapped(-31) == 50 && mapped(-22) == 49 && mapped(-26) == 49);
+
+inline std::int32_t store_mapped(Slot slot, const std::uint8_t* value, std::uint16_t bytes) {
+    return mapped(store(slot, value, bytes));
+}
+
+// Mapped setter of an element for which a store that answers -26 (value not used) is no failure.
+constexpr std::int32_t mapped_tolerant(std::int32_t stored) {
+    constexpr std::int32_t not_used = -26;
+    return stored == not_used ? result::success : mapped(stored);
+}
+static_assert(mapped_tolerant(0) == 0 && mapped_tolerant(-26) == 0 && mapped_tolerant(-31) == 50 &&
+              mapped_tolerant(-22) == 49);
+
+inline std::int32_t store_mapped_tolerant(Slot slot, const std::uint8_t* value,
+                                          std::uint16_t bytes) {
+    return mapped_tolerant(store(slot, value, bytes));
+}
+
+// Copies what fits into a storage variable; returns how much that was.
+inline std::uint16_t fill(std::span<std::uint8_t> storage, const std::uint8_t* value,
+                          std::uint16_t bytes) {
+    const std::size_t fitting = std::min<std::size_t>(bytes, storage.size());
+    std::copy_n(value, fitting, storage.begin());
+    return static_cast<std::uint16_t>(fitting);
+}
+
+}  // namespace quorrin::accessor
