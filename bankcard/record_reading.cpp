@@ -27,9 +27,7 @@ class FileLocator {
   public:
     FileLocator() {
         std::copy(std::begin(gl_AFL), std::end(gl_AFL), bytes_.begin());
-        const auto stored =
-            static_cast<std::uint8_t>(record(slot_of(0x94)).curLen / FileRange::size);
-        count_ = std::min<std::size_t>(stored, bytes_.size() / FileRange::size);
+        count_ = std::min<std::size_t>(emvGetAFLNum(), bytes_.size() / FileRange::size);
     }
 
     std::size_t count() const { return count_; }

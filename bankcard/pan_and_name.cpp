@@ -1,0 +1,98 @@
+// The self-contained read of card number and card holder name: opens the reader, finds the card,
+// reads and closes again.
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "quorrin/quorrin.h"
+#include "reader/codes.hpp"
+
+namespace quorrin {
+namespace {
+
+// Steps that the trace on standard output names.
+enum class TracePoint {
+    select = 1596,
+    select_failed = 1601,
+    options = 1605,
+    options_failed = 1609
+};
+
+void trace(TracePoint point) {
+    std::printf("%s %d\n", "getIcAPNName", static_cast<int>(point));
+}
+
+// The PAN as hex text. One with an odd number of digits ends with an F pad, which becomes the
+// terminator.
+void write_pan(char* pan, std::int32_t* pan_length) {
+    constexpr std::uint8_t max_pan_size = 10;  // EMV book 3, annex A: up to 19 digits
+    std::array<std::uint8_t, 50> bytes{};
+    std::uint8_t size = 0;
+    emvGetPAN(bytes.data(), &size);
+    const std::int32_t digits = 2 * std::min(size, max_pan_size);
+    if (digits == 0) {
+        return;
+    }
+    bcd_to_asc(pan, bytes.data(), digits, 0);
+    char& last = pan[digits - 1];
+    if (last == 'F') {
+        last = '\0';
+        // Deliberate: without a pad the length stays as the host set it.
+        *pan_length = digits - 1;
+    }
+}
+
+constexpr bool any_null(auto*... pointers) {
+    return ((pointers == nullptr) || ...);
+}
+
+}  // namespace
+}  // namespace quorrin
+
+using namespace quorrin;
+
+std::int64_t getIcAPNName(std::int64_t handle, char* pan, std::int32_t* panLen, std::uint8_t* name,
+                          std::uint8_t* nameLen) {
+    if (any_null(pan, panLen, name, nameLen)) {
+        return code::bad_parameter;
+    }
+    trace(TracePoint::select);
+    if (const std::int64_t failure = emvSelectAid(handle, nullptr)) {
+        trace(TracePoint::select_failed);
+        return failure;
+    }
+    trace(TracePoint::options);
+    if (const std::int64_t failure = emvGPO(handle, nullptr, nullptr)) {
+        trace(TracePoint::options_failed);
+        return failure;
+    }
+    if (const std::int64_t failure = emvReadICCard(handle)) {
+        return failure;
+    }
+    write_pan(pan, panLen);
+    emvGetHolderName(name, nameLen);
+    return code::success;
+}
+
+std::int32_t ICRT_GetICPanName(std::int32_t cardKind, std::int32_t port, char* pan,
+                               std::int32_t* panLen, std::uint8_t* name, std::uint8_t* nameLen) {
+    if (cardKind < 0 || cardKind > 2) {
+        return static_cast<std::int32_t>(code::wrong_card_type);
+    }
+    if (any_null(pan, panLen, name, nameLen)) {
+        return static_cast<std::int32_t>(code::bad_parameter);
+    }
+    EG_port = port;
+    char message[512] = {};
+    if (const std::int64_t failure = icBandkCardPowerUp(cardKind, message)) {
+        return static_cast<std::int32_t>(failure);
+    }
+    // Deliberate: after a failure the reader stays open and the card powered, for the host to ask
+    // for the cause or go on.
+    if (const std::int64_t failure = getIcAPNName(ReaderHandle, pan, panLen, name, nameLen)) {
+        return static_cast<std::int32_t>(failure);
+    }
+    CloseAllDevice();
+    return 0;
+}

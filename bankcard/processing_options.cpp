@@ -1,0 +1,141 @@
+// GET PROCESSING OPTIONS (EMV book 3, 6.5.8 and 10.1): the terminal's data go to the card, AIP and
+// AFL come back in either format.
+
+#include <algorithm>
+#include <array>
+
+#include "bankcard/card_step.hpp"
+#include "bankcard/flow_codes.hpp"
+#include "emvdata/element_store.hpp"
+#include "emvdata/elements.hpp"
+#include "quorrin/quorrin.h"
+#include "tlv/ber_tlv.hpp"
+#include "tlv/dol.hpp"
+
+namespace quorrin {
+namespace {
+
+// The data of the command: the PDOL data in a command template (83).
+class CommandTemplate {
+  public:
+    static constexpr std::uint8_t tag = 0x83;
+    static constexpr std::size_t header_size = 2;
+
+    // Builds the data that the card's PDOL asks for; false when that cannot be done.
+    bool build(Bytes pdol) {
+        const dol::Built built = dol::build_pdol(pdol, std::span(bytes_).subspan<header_size>());
+        bytes_[0] = tag;
+        // Deliberate: the length is one byte whatever the size; no card asks for more than that can
+        // say.
+        bytes_[1] = static_cast<std::uint8_t>(built.length);
+        size_ = header_size + built.length;
+        return built.result == dol::done;
+    }
+    Bytes bytes() const { return Bytes(bytes_).first(size_); }
+
+  private:
+    static constexpr std::size_t max_pdol_data = 1024;
+    std::array<std::uint8_t, header_size + max_pdol_data> bytes_{};
+    std::size_t size_ = 0;
+};
+
+Bytes stored_pdol() {
+    return Bytes(gl_PDOL).first(std::min<std::size_t>(emvGetPDOLLen(), sizeof gl_PDOL));
+}
+
+// What is wrong with the card's answer.
+namespace options_code {
+constexpr std::int32_t too_short = -31;  // or malformed
+constexpr std::int32_t aip_present = -30;
+constexpr std::int32_t afl_present = -29;
+constexpr std::int32_t element_refused = -28;
+constexpr std::int32_t unknown_format = -27;
+}  // namespace options_code
+
+constexpr std::uint8_t format_1 = 0x80;
+constexpr std::uint8_t format_2 = 0x77;
+
+// Format 1: the value is the AIP and, right after it, the AFL.
+std::int32_t store_format_1(Bytes response) {
+    constexpr std::size_t shortest_response = 6;
+    constexpr std::size_t aip_size = 2;
+    if (response.size() < shortest_response) {
+        return options_code::too_short;
+    }
+    const tlv::Cursor cursor(response);
+    const tlv::Object object = cursor.object();
+    if (object.is_malformed() || object.value_length < aip_size) {
+        return options_code::too_short;
+    }
+    const Bytes value = cursor.value(object);
+    if (emvSetAIP(value.data()) != 0) {
+        return options_code::aip_present;
+    }
+    const Bytes afl = value.subspan(aip_size);
+    if (emvSetAFL(afl.data(), static_cast<std::uint16_t>(afl.size())) != 0) {
+        return options_code::afl_present;
+    }
+    return 0;
+}
+
+std::int32_t store_options(Bytes response) {
+    std::size_t skipped = 0;
+    while (!response.empty() && tlv::is_padding(response[0])) {
+        response = response.subspan(1);
+        ++skipped;
+        // Deliberate: padding before the answer is borne only while it is shorter than what
+        // follows.
+        if (skipped >= response.size()) {
+            return options_code::too_short;
+        }
+    }
+    if (response.empty()) {
+        return options_code::too_short;
+    }
+    switch (response[0]) {
+        case format_1:
+            return store_format_1(response);
+        case format_2:
+            return store_response(response) == 0 ? 0 : options_code::element_refused;
+        default:
+            return options_code::unknown_format;
+    }
+}
+
+}  // namespace
+}  // namespace quorrin
+
+using namespace quorrin;
+
+void setTermDataBeforeGPO() {
+    constexpr std::uint8_t defaults[] = {0xF4, 0x00, 0x00, 0x00};
+    if (record(element::terminal_transaction_qualifiers).state == 0) {
+        emvSetTermTranCapa(defaults);
+    }
+}
+
+std::int64_t emvGPO(std::int64_t handle, const char* text, const QuorrinKeyRow* table) {
+    if (text != nullptr) {
+        // Deliberate: a bad item ends the host's text, not the transaction; the items before it
+        // count.
+        setTermPDolData(text, table);
+    }
+    setTermDataBeforeGPO();
+
+    CommandTemplate command;
+    if (!command.build(stored_pdol())) {
+        return code::data_malformed;
+    }
+    const Bytes data = command.bytes();
+    emvSetGPOPdolData(data.data(), static_cast<std::uint16_t>(data.size()));
+
+    // Deliberate: the result and the status word are not asked. A refusal brings no answer, and an
+    // empty answer is malformed.
+    CardAnswer answer;
+    send_to_card(handle, {0x80, 0xA8, 0x00, 0x00, data, apdu_with_data_and_le}, answer);
+    return store_options(answer.data()) == 0 ? 0 : code::data_malformed;
+}
+
+std::int32_t emvExtractAipAfl(const std::uint8_t* response, std::uint16_t length) {
+    return store_options({response, response != nullptr ? length : std::size_t{0}});
+}

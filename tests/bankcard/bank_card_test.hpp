@@ -1,0 +1,129 @@
+// Fixture of the bank card operations: a scripted card in the contact slot, an empty store and an
+// empty candidate list.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "tests/support/cards.hpp"
+#include "tests/support/library_test.hpp"
+#include "tests/support/scripted_card.hpp"
+
+namespace quorrin::test {
+
+// The value of an element that is present, by its tag as hex digits.
+inline std::optional<Bytes> element(std::string_view tag_digits) {
+    const Bytes tag = hex(tag_digits);
+    const auto tag_length = static_cast<std::uint8_t>(tag.size());
+    if (emvGetDataElementState(tag.data(), tag_length) != 1) {
+        return std::nullopt;
+    }
+    std::uint16_t length = emvGetDataElementLength(tag.data(), tag_length, 0);
+    Bytes value(length);
+    if (length > 0) {
+        emvGetDataElement(tag.data(), tag_length, &length, value.data());
+    }
+    return value;
+}
+
+inline std::optional<Bytes> value(std::string_view hex_text) {
+    return hex(hex_text);
+}
+
+// Stores an element as the host would, without a template.
+inline void store(std::string_view tag_digits, const Bytes& bytes) {
+    const Bytes tag = hex(tag_digits);
+    ASSERT_EQ(emvSetDataElement(nullptr, 0, tag.data(), static_cast<std::uint8_t>(tag.size()),
+                                static_cast<std::uint16_t>(bytes.size()), bytes.data()),
+              0)
+        << tag_digits;
+}
+
+// Every element that is present: tag and value.
+inline std::map<std::string, std::string> present_elements() {
+    std::map<std::string, std::string> present;
+    const auto look_at = [&](const QuorrinDataElement& row) {
+        if (row.state != 0) {
+            const std::string tag = to_hex({row.tag, row.tagLen});
+            present[tag] = to_hex(element(tag).value_or(Bytes{}));
+        }
+    };
+    std::for_each(std::begin(IccDt), std::end(IccDt), look_at);
+    std::for_each(std::begin(TermDt), std::end(TermDt), look_at);
+    return present;
+}
+
+inline std::string candidates() {
+    return {gucAidList, gucAidListLen};
+}
+
+using Commands = std::vector<std::string>;
+using Elements = std::map<std::string, std::string>;
+
+class BankCardTest : public LibraryTest {
+  protected:
+    static constexpr std::int64_t handle = 7;
+
+    BankCardTest() {
+        emvClrIccAndTermData();
+        std::memset(gucAidList, 0, sizeof gucAidList);
+        gucAidListLen = 0;
+        gucAidNum = 0;
+    }
+
+    // Puts a card in; the reader's trace starts anew.
+    ScriptedCard& insert(std::string_view text) {
+        card_ = std::make_unique<ScriptedCard>(text);
+        card_->insert();
+        reader().calls.clear();
+        return *card_;
+    }
+
+    static Commands commands() { return reader().commands(); }
+
+  private:
+    std::unique_ptr<ScriptedCard> card_;
+};
+
+// How a card or a reader refuses a command, and the code that the operation makes of it.
+struct Refusal {
+    const char* name;
+    Answer answer;
+    std::int64_t code;
+};
+
+inline const std::vector<Refusal>& refusals() {
+    static const std::vector<Refusal> all{
+        {"warning, selected file invalidated", answer("6283"), -26881},
+        {"warning, counter", answer("63C1"), -25537},
+        {"no change of state", answer("6400"), -40000},
+        {"memory failure", answer("6581"), -26881},
+        {"wrong length", answer("6700"), -26368},
+        {"secure messaging not supported", answer("6882"), -27010},
+        {"security status not satisfied", answer("6982"), -27010},
+        {"conditions of use not satisfied", answer("6985"), -27013},
+        {"card blocked", answer("6A81"), -27265},
+        {"file not found", answer("6A82"), -27266},
+        {"record not found", answer("6A83"), -27267},
+        {"wrong parameters", answer("6A86"), -23},
+        {"wrong parameters", answer("6B00"), -23},
+        {"instruction not supported", answer("6D00"), -40000},
+        {"class not supported", answer("6E00"), -23},
+        {"no precise diagnosis", answer("6F00"), -23},
+        {"application permanently blocked", answer("9303"), -37635},
+        {"not quite success", answer("9001"), -40000},
+        {"no status word", failure(0), -1},
+        {"a single byte", failure(1), -40000},
+        {"no card", failure(-2), -2},
+        {"card mute", failure(-4), -4},
+        {"reader not connected", failure(-12), -12},
+        {"unknown reader failure", failure(-99), -40000},
+        {"answer too long", failure(1025), -15},
+    };
+    return all;
+}
+
+}  // namespace quorrin::test
