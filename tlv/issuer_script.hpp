@@ -79,7 +79,8 @@ inline Bytes find_identifier(Bytes script, std::size_t room) {
     return usable ? search.value : Bytes{};
 }
 
-// Checks a whole script object; 0 or the code of emvCheckIssuerScript.
+// Checks a whole script object: `valid`, or the code of emvCheckIssuerScript.
+inline constexpr std::int32_t valid = 0;
 std::int32_t check(Bytes script);
 
 // Sends the commands of a template value. `readable` begins where the value begins and may go

@@ -8,7 +8,6 @@
 namespace quorrin::script {
 namespace {
 
-constexpr std::int32_t valid = 0;
 constexpr std::int32_t malformed_object = -31;  // somewhere in the script
 constexpr std::int32_t not_a_script = -30;      // nothing is recorded
 constexpr std::int32_t malformed_content = -29;

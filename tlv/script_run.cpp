@@ -18,6 +18,8 @@ constexpr std::int32_t done = 0;
 constexpr std::int32_t malformed_template = -30;
 constexpr std::int32_t command_too_short = -29;
 
+constexpr std::size_t command_header_size = 4;  // CLA INS P1 P2
+
 // Bytes that may be asked for beyond their end, where they are zero.
 class ZeroExtended {
   public:
@@ -39,15 +41,14 @@ class ZeroExtended {
 // Sends one script command of at least four bytes. Nothing of the card's answer matters: the issuer
 // wants every command of a script sent.
 void send_command(const ZeroExtended& bytes, std::size_t value_length) {
-    constexpr std::size_t header_size = 4;
-    constexpr std::size_t lc_position = header_size;
-    constexpr std::size_t data_position = header_size + 1;
+    constexpr std::size_t lc_position = command_header_size;
+    constexpr std::size_t data_position = command_header_size + 1;
     constexpr std::int32_t header_lc_data_le = 3;
 
     std::size_t lc = 0;
     std::int32_t le = 0;
     std::array<std::uint8_t, 256> data = {};
-    if (value_length > header_size) {
+    if (value_length > command_header_size) {
         lc = bytes.at(lc_position);
         bytes.copy(data_position, lc, data);
         // Deliberate: Le is taken only from a command that is too short for its Lc; a well-formed
@@ -76,39 +77,22 @@ class Phase {
         const tlv::Object object = tlv::read_object(script);
         const Kind* kind = script.empty() ? nullptr : find_kind(script[0]);
         if (object.is_malformed()) {
-            if (kind != nullptr) {
-                mark_failed(*kind);
+            record_unreadable(kind);
+        } else if (kind != nullptr) {
+            const bool of_this_phase = kind->phase == number_;
+            if (check(script) == valid) {
+                // Deliberate: scripts of both kinds count against the limit, in both phases.
+                total_size_ += script.size();
+                if (!of_this_phase) {
+                    return;
+                }
+                run(*kind, script.subspan(object.header_size()),
+                    readable.subspan(object.header_size()));
             }
-            // The entry is not final: the next script overwrites it.
-            write_identifier(running_identifier());
-            write_result(Result::not_performed);
-            mark_performed();
-            return;
-        }
-        if (kind == nullptr) {
-            mark_performed();
-            return;
-        }
-        const bool of_this_phase = kind->phase == number_;
-        if (check(script) != 0) {
             if (of_this_phase) {
                 emvIncIssScrptRslt();
             }
-            mark_performed();
-            return;
         }
-        // Deliberate: scripts of both kinds count against the limit, in both phases.
-        total_size_ += script.size();
-        if (!of_this_phase) {
-            return;
-        }
-        if (total_size_ > max_total_size) {
-            refuse(*kind);
-        } else if (run_commands(script.subspan(object.header_size()),
-                                readable.subspan(object.header_size())) != done) {
-            mark_failed(*kind);
-        }
-        emvIncIssScrptRslt();
         mark_performed();
     }
 
@@ -127,12 +111,25 @@ class Phase {
         return identifier;
     }
 
-    void refuse(const Kind& kind) {
-        mark_failed(kind);
-        if (gl_cScptIDExist == 0) {
-            write_identifier(running_identifier());
+    // The entry is not made final: the next script overwrites it.
+    void record_unreadable(const Kind* kind) {
+        if (kind != nullptr) {
+            mark_failed(*kind);
         }
+        write_identifier(running_identifier());
         write_result(Result::not_performed);
+    }
+
+    void run(const Kind& kind, Bytes value, Bytes readable) {
+        if (total_size_ > max_total_size) {
+            mark_failed(kind);
+            if (gl_cScptIDExist == 0) {
+                write_identifier(running_identifier());
+            }
+            write_result(Result::not_performed);
+        } else if (run_commands(value, readable) != done) {
+            mark_failed(kind);
+        }
     }
 
     std::uint8_t number_;
@@ -171,9 +168,8 @@ std::int32_t run_commands(Bytes value, Bytes readable) {
             write_identifier(identifier);
             identifier_seen = true;
         } else if (cursor.has_tag(object, command_tag)) {
-            constexpr std::size_t header_size = 4;
             ++commands;
-            if (object.value_length < header_size) {
+            if (object.value_length < command_header_size) {
                 return finish(Result::failed, commands, command_too_short);
             }
             send_command(bytes, object.value_length);
