@@ -95,7 +95,7 @@ class TextWriter {
     Text& text_;
 };
 
-constexpr std::size_t longest_item = 2 * std::numeric_limits<std::uint8_t>::max();
+constexpr std::size_t longest_item = std::size_t{2} * std::numeric_limits<std::uint8_t>::max();
 static_assert(sizeof Text::characters >=
               std::numeric_limits<std::uint8_t>::max() + 1 + longest_item);
 

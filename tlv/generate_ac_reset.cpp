@@ -1,6 +1,6 @@
 // What a GENERATE AC leaves behind, taken back before the next one.
 
-#include "emvdata/dictionary.hpp"
+#include "emvdata/elements.hpp"
 #include "quorrin/quorrin.h"
 
 using namespace quorrin;
@@ -9,10 +9,10 @@ namespace {
 
 constexpr Slot generate_ac_elements[] = {
     slot_of(0x9F27),  // cryptogram information data
-    slot_of(0x9F26),  // application cryptogram
-    slot_of(0x9F36),  // application transaction counter
-    slot_of(0x9F10),  // issuer application data
-    slot_of(0x9F4B),  // signed dynamic application data
+    element::application_cryptogram,
+    element::app_transaction_counter,
+    element::issuer_application_data,
+    element::signed_dynamic_application_data,
 };
 
 }  // namespace

@@ -32,14 +32,14 @@ class ScriptBuffer {
   public:
     void append(Bytes script) {
         bytes_[used_++] = static_cast<std::uint8_t>(script.size());
-        std::copy(script.begin(), script.end(), bytes_.begin() + used_);
-        used_ += static_cast<std::ptrdiff_t>(script.size());
+        std::copy(script.begin(), script.end(), bytes_.data() + used_);
+        used_ += script.size();
         ++bytes_[0];
         any_ = true;
     }
     bool any() const { return any_; }
     // Deliberate: the zero byte after the last script counts.
-    Bytes stored() const { return {bytes_.data(), static_cast<std::size_t>(used_) + 1}; }
+    Bytes stored() const { return {bytes_.data(), used_ + 1}; }
 
   private:
     // Room for all that the issuer data can hold, at worst empty scripts of two bytes each. What is
@@ -48,7 +48,7 @@ class ScriptBuffer {
     static constexpr std::size_t room = 1 + max_issuer_data + max_issuer_data / smallest_script + 1;
 
     std::array<std::uint8_t, room> bytes_ = {};
-    std::ptrdiff_t used_ = 1;
+    std::size_t used_ = 1;
     bool any_ = false;
 };
 

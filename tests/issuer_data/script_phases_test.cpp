@@ -297,6 +297,13 @@ TEST_F(ScriptPhases, DeliberatelyReportTheRunningIdentifierForAScriptBeyondTheLi
     EXPECT_EQ(final_entries(), 2);
 }
 
+TEST_F(ScriptPhases, ReportTheStoredIdentifierForAScriptBeyondTheLimitWhoseOwnOneTheStoreRefuses) {
+    extract_bytes(join(script_of("71", 70, "11223344"), script_of("71", 70, "AABB")));
+    emvScriptProcess(1);
+    EXPECT_TRUE(entries_are({"2011223344", "0011223344"}));
+    EXPECT_EQ(gl_cScptIDExist, 1);
+}
+
 TEST_F(ScriptPhases, ReportZerosForAScriptWithoutIdentifierThatRuns) {
     extract_bytes(join(script_of("71", 60, "11223344"), script_of("71", 60)));
     emvScriptProcess(1);
