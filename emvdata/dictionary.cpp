@@ -18,30 +18,12 @@ using namespace quorrin;
 
 namespace {
 
-// How a row's templates are written in the element rows.
-struct Templates {
-    std::uint8_t bytes[4];
-    std::uint8_t code;
-};
-
-constexpr Templates any_template{{}, 0};
-
-constexpr Templates only(std::uint8_t tag) {
-    return {{tag}, 1};
-}
-
-constexpr Templates either(std::uint8_t first, std::uint8_t second) {
-    return {{first, second}, 2};
-}
-
-constexpr Templates bf0c_or(std::uint8_t tag) {
-    return {{0xBF, 0x0C, tag}, 3};
-}
+using namespace dictionary;
 
 constexpr QuorrinDataElement make_record(std::uint16_t tag, std::uint16_t minimum,
                                          std::uint16_t maximum, Format format,
-                                         Templates templates) {
-    const bool two_bytes = dictionary::is_two_byte_tag(tag);
+                                         const Templates& templates) {
+    const bool two_bytes = is_two_byte_tag(tag);
     const auto high = static_cast<std::uint8_t>(tag >> 8);
     const auto low = static_cast<std::uint8_t>(tag);
     QuorrinDataElement element{};
@@ -111,11 +93,10 @@ static_assert(offsetof(QuorrinDataElement, state) == 24);
 
 // Only 84 and 9F13 stand twice, and nothing stands in both tables.
 constexpr bool only_the_two_cash_rows_repeat_a_tag() {
-    for (std::size_t i = 0; i < dictionary::facts.size(); ++i) {
-        for (std::size_t j = i + 1; j < dictionary::facts.size(); ++j) {
-            const std::uint16_t tag = dictionary::facts[i].tag;
-            if (tag == dictionary::facts[j].tag && !(tag == 0x84 && j == 88) &&
-                !(tag == 0x9F13 && j == 89)) {
+    for (std::size_t i = 0; i < facts.size(); ++i) {
+        for (std::size_t j = i + 1; j < facts.size(); ++j) {
+            const std::uint16_t tag = facts[i].tag;
+            if (tag == facts[j].tag && !(tag == 0x84 && j == 88) && !(tag == 0x9F13 && j == 89)) {
                 return false;
             }
         }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <span>
 
 #include "quorrin/quorrin.h"
@@ -31,7 +32,7 @@ class Slot {
 
     constexpr std::uint8_t number() const { return number_; }
     constexpr bool is_none() const { return number_ == 0; }
-    constexpr bool is_card() const { return number_ != 0 && number_ <= card_rows; }
+    constexpr bool is_card() const { return number_ - 1u < card_rows; }
     constexpr bool is_terminal() const { return number_ > card_rows; }
     constexpr Table table() const {
         return is_none() ? Table::none : is_card() ? Table::card : Table::terminal;
@@ -51,14 +52,118 @@ class Slot {
 
 namespace dictionary {
 
-// Tag and storage size of every row, in slot order.
-struct Fact {
+// The templates that a row admits, as written in the element rows and as kept in its record.
+struct Templates {
+    std::uint8_t bytes[4];
+    std::uint8_t code;
+};
+
+inline constexpr Templates any_template{{}, 0};
+
+constexpr Templates only(std::uint8_t tag) {
+    return {{tag}, 1};
+}
+
+constexpr Templates either(std::uint8_t first, std::uint8_t second) {
+    return {{first, second}, 2};
+}
+
+constexpr Templates bf0c_or(std::uint8_t tag) {
+    return {{0xBF, 0x0C, tag}, 3};
+}
+
+}  // namespace dictionary
+
+// A set of template tags, a bit for each that some row names; the rest share a bit.
+class TemplateSet {
+  public:
+    constexpr TemplateSet() = default;
+
+    // The set of the one template that an element arrived in. An empty tag stands for "no
+    // template": every row admits it. No row admits a tag of more than two bytes.
+    static constexpr TemplateSet of(Bytes tag) {
+        switch (tag.size()) {
+            case 0:
+                return TemplateSet(no_template);
+            case 1:
+                return TemplateSet(bits_of_byte[tag[0]]);
+            case 2:
+                return TemplateSet(tag[0] == 0xBF && tag[1] == 0x0C ? fci_discretionary : 0);
+            default:
+                return TemplateSet(too_long);
+        }
+    }
+
+    // What a row admits.
+    constexpr explicit TemplateSet(const dictionary::Templates& templates)
+        : TemplateSet(no_template | admitted(templates)) {}
+
+    constexpr bool meets(TemplateSet other) const { return (bits_ & other.bits_) != 0; }
+    constexpr bool is_too_long() const { return (bits_ & too_long) != 0; }
+
+    // FCI and directory templates, which carry elements that belong elsewhere on many cards.
+    constexpr bool drops_misplaced_elements() const {
+        return (bits_ & (bit_of(0x6F) | bit_of(0x73) | bit_of(0xA5) | fci_discretionary)) != 0;
+    }
+
+  private:
+    explicit constexpr TemplateSet(unsigned bits) : bits_(static_cast<std::uint16_t>(bits)) {}
+
+    static constexpr unsigned admitted(const dictionary::Templates& templates) {
+        switch (templates.code) {
+            case 0:
+                return one_byte_templates;
+            case 3:
+                return fci_discretionary | bit_of(templates.bytes[2]);
+            default:
+                // Deliberate: a row with a single template has 00 as its second byte and so admits
+                // a template byte 00 too.
+                return bit_of(templates.bytes[0]) | bit_of(templates.bytes[1]);
+        }
+    }
+
+    static constexpr std::uint8_t named[] = {0x00, 0x61, 0x6F, 0x70, 0x71,
+                                             0x72, 0x73, 0x77, 0x80, 0xA5};
+    static constexpr unsigned other_one_byte = 1u << std::size(named);
+    static constexpr unsigned one_byte_templates = (other_one_byte << 1) - 1;
+    static constexpr unsigned fci_discretionary = other_one_byte << 1;
+    static constexpr unsigned no_template = other_one_byte << 2;
+    static constexpr unsigned too_long = other_one_byte << 3;
+
+    static constexpr unsigned bit_of(std::uint8_t tag) {
+        for (std::size_t i = 0; i < std::size(named); ++i) {
+            if (named[i] == tag) {
+                return 1u << i;
+            }
+        }
+        return other_one_byte;
+    }
+
+    static const std::array<std::uint16_t, 256> bits_of_byte;  // bit_of, without a search
+
+    std::uint16_t bits_ = 0;
+};
+
+inline constexpr std::array<std::uint16_t, 256> TemplateSet::bits_of_byte = [] {
+    std::array<std::uint16_t, 256> bits{};
+    for (std::size_t byte = 0; byte < bits.size(); ++byte) {
+        bits[byte] = static_cast<std::uint16_t>(bit_of(static_cast<std::uint8_t>(byte)));
+    }
+    return bits;
+}();
+
+namespace dictionary {
+
+// What is fixed about every row, in slot order.
+struct alignas(8) Fact {
     std::uint16_t tag;
     std::uint16_t storage_size;
+    TemplateSet templates;
 };
 
 inline constexpr std::array<Fact, card_rows + terminal_rows> facts{{
-#define ELEMENT(tag, storage, bytes, minimum, maximum, format, templates) {tag, bytes},
+#define ELEMENT(tag, storage, bytes, minimum, maximum, format, templates) \
+    {tag, bytes, TemplateSet(templates)},
 #define SHARED_ELEMENT ELEMENT
 #include "emvdata/card_elements.def"
 #include "emvdata/terminal_elements.def"
@@ -70,34 +175,38 @@ constexpr bool is_two_byte_tag(std::uint16_t tag) {
     return tag > 0xFF;
 }
 
-// Tag to slot number: one page for one-byte tags, one for each first byte of two-byte tags, and an
-// empty page for every other first byte. The first row of a tag wins, the card table before the
-// terminal's.
-struct TagIndex {
-    static constexpr std::size_t max_pages = 8;
-
-    std::array<std::uint8_t, 256> one_byte{};
-    std::array<std::uint8_t, 256> page_of_first_byte{};  // page 0 is the empty one
-    std::array<std::array<std::uint8_t, 256>, max_pages> two_byte{};
-
+// Tag to slot number, without a search: 256 entries for one-byte tags, then 256 for each first byte
+// that announces a second one (EMV book 3, annex B1: low five bits set, which leaves its three high
+// bits to tell it apart). The first row of a tag wins, the card table before the terminal's.
+class TagIndex {
+  public:
     constexpr TagIndex() {
-        std::uint8_t pages = 1;
         for (std::size_t i = 0; i < facts.size(); ++i) {
-            const auto first = static_cast<std::uint8_t>(facts[i].tag >> 8);
-            const auto last = static_cast<std::uint8_t>(facts[i].tag);
-            std::uint8_t* entry = &one_byte[last];
-            if (is_two_byte_tag(facts[i].tag)) {
-                std::uint8_t& page = page_of_first_byte[first];
-                if (page == 0) {
-                    page = pages++;
-                }
-                entry = &two_byte.at(page)[last];
-            }
-            if (*entry == 0) {
-                *entry = static_cast<std::uint8_t>(i + 1);
+            const std::uint16_t tag = facts[i].tag;
+            const auto first = static_cast<std::uint8_t>(tag >> 8);
+            const auto last = static_cast<std::uint8_t>(tag);
+            std::uint8_t& entry = entries_[is_two_byte_tag(tag) ? place(first, last) : place(last)];
+            if (entry == 0) {
+                entry = static_cast<std::uint8_t>(i + 1);
             }
         }
     }
+
+    constexpr std::uint8_t find(std::uint8_t tag) const { return entries_[place(tag)]; }
+    constexpr std::uint8_t find(std::uint8_t first, std::uint8_t second) const {
+        return announces_second_byte(first) ? entries_[place(first, second)] : std::uint8_t{0};
+    }
+
+  private:
+    static constexpr bool announces_second_byte(std::uint8_t first) {
+        return (first & 0x1F) == 0x1F;
+    }
+    static constexpr std::size_t place(std::uint8_t tag) { return tag; }
+    static constexpr std::size_t place(std::uint8_t first, std::uint8_t second) {
+        return 256u + ((first & 0xE0u) << 3) + second;
+    }
+
+    std::array<std::uint8_t, 256 + 8 * 256> entries_{};
 };
 
 inline constexpr TagIndex tag_index;
@@ -105,12 +214,11 @@ inline constexpr TagIndex tag_index;
 }  // namespace dictionary
 
 constexpr Slot find_slot(Bytes tag) {
-    const dictionary::TagIndex& index = dictionary::tag_index;
     if (tag.size() == 1) {
-        return Slot::numbered(index.one_byte[tag[0]]);
+        return Slot::numbered(dictionary::tag_index.find(tag[0]));
     }
     if (tag.size() == 2) {
-        return Slot::numbered(index.two_byte[index.page_of_first_byte[tag[0]]][tag[1]]);
+        return Slot::numbered(dictionary::tag_index.find(tag[0], tag[1]));
     }
     return {};
 }
@@ -129,11 +237,15 @@ consteval Slot slot_of(std::uint16_t tag) {
 
 // The record of a slot that is not none.
 inline QuorrinDataElement& record(Slot slot) {
-    return slot.is_card() ? IccDt[slot.row()] : TermDt[slot.row()];
+    return slot.is_card() ? IccDt[slot.number() - 1u] : TermDt[slot.number() - 1u - card_rows];
+}
+
+constexpr const dictionary::Fact& fact(Slot slot) {
+    return dictionary::facts[slot.number() - 1u];
 }
 
 constexpr std::uint16_t storage_size(Slot slot) {
-    return dictionary::facts[slot.number() - 1u].storage_size;
+    return fact(slot).storage_size;
 }
 
 }  // namespace quorrin

@@ -1,14 +1,17 @@
 // The exported access to the store by tag.
 
 #include "emvdata/element_store.hpp"
+#include "tlv/host_bytes.hpp"
 
 using namespace quorrin;
 
 namespace {
 
-// A host's null pointer holds no bytes.
-Bytes host_bytes(const std::uint8_t* bytes, std::size_t count) {
-    return {bytes, bytes != nullptr ? count : 0};
+// A null template tag stands for one that no row names.
+Bytes host_template(const std::uint8_t* tag, std::size_t length) {
+    static constexpr std::uint8_t unnamed[] = {0xFF, 0xFF, 0xFF};
+    return is_missing(tag, length) ? Bytes(unnamed).first(std::min(length, sizeof unnamed))
+                                   : host_bytes(tag, length);
 }
 
 // What emvGetDataElementLength and its setter select.
@@ -42,16 +45,18 @@ std::uint8_t emvFindDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
 
 std::int32_t emvCheckTemplate(const std::uint8_t* templateTag, std::uint8_t templateLen,
                               std::uint16_t row) {
-    if (templateLen <= 2 && row >= card_rows) {
-        return template_code::mismatch;
+    const TemplateSet parent = TemplateSet::of(host_template(templateTag, templateLen));
+    if (parent.is_too_long()) {
+        return template_code::tag_too_long;
     }
-    return check_template(IccDt[row < card_rows ? row : 0], host_bytes(templateTag, templateLen));
+    const bool admitted = templateLen == 0 || (row < card_rows && admits(Slot::card(row), parent));
+    return admitted ? template_code::accepted : template_code::mismatch;
 }
 
 std::int32_t emvSetDataElement(const std::uint8_t* templateTag, std::uint8_t templateLen,
                                const std::uint8_t* tag, std::uint8_t tagLen, std::uint16_t length,
                                const std::uint8_t* value) {
-    return store_element(host_bytes(templateTag, templateLen), host_bytes(tag, tagLen),
+    return store_element(host_template(templateTag, templateLen), host_bytes(tag, tagLen),
                          host_bytes(value, length));
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "emvdata/byte_copy.hpp"
 #include "emvdata/dictionary.hpp"
 
 namespace quorrin {
@@ -34,20 +35,95 @@ inline constexpr std::int32_t mismatch = -30;
 inline constexpr std::int32_t tag_too_long = -31;
 }  // namespace template_code
 
-// Whether an element of the card table may arrive in a template (EMV book 3, annex A).
-std::int32_t check_template(const QuorrinDataElement& element, Bytes parent) noexcept;
+// Whether the row of an element admits the template that it arrived in (EMV book 3, annex A). A
+// terminal element has no home template.
+constexpr bool admits(Slot slot, TemplateSet parent) {
+    return slot.is_terminal() || fact(slot).templates.meets(parent);
+}
+
+// A host may raise a row's bounds; they never let an access leave the row's storage.
+inline std::size_t usable_maximum(const QuorrinDataElement& element, Slot slot) {
+    return std::min(element.maxLen, storage_size(slot));
+}
+
+constexpr bool is_known(Format format) {
+    return format >= Format::n && format <= Format::a;
+}
+
+// What fills an element up behind its value; numeric elements have leading zeros instead.
+constexpr std::uint8_t padding_of(Format format) {
+    return format == Format::cn ? 0xFF : 0x00;
+}
 
 // Stores a value in an element's row: template, length bounds, then the value by its format. A card
 // element that an FCI (6F, A5, BF0C) or a directory discretionary template (73) carries out of
 // place is dropped without error.
-std::int32_t store_value(Slot slot, Bytes parent, Bytes value) noexcept;
+[[gnu::always_inline]] inline std::int32_t store_value(Slot slot, TemplateSet parent,
+                                                       Bytes value) noexcept {
+    if (!admits(slot, parent)) {
+        return parent.drops_misplaced_elements() ? store_code::success : store_code::wrong_template;
+    }
+    QuorrinDataElement& element = record(slot);
+    const std::size_t maximum = usable_maximum(element, slot);
+    if (value.size() > maximum || value.size() < element.minLen) {
+        return store_code::bad_length;
+    }
+    std::uint8_t* const storage = element.value;
+    if (storage == nullptr) {
+        return store_code::unknown_format;
+    }
+    // Deliberate: the fill is counted in 8 bits, so a short value of 86 (up to 261 bytes) leaves
+    // old bytes behind its own; its length tells hosts where it ends.
+    const auto fill = static_cast<std::uint8_t>(maximum - value.size());
+    const auto format = static_cast<Format>(element.format);
+    if (!is_known(format)) {
+        return store_code::unknown_format;
+    }
+    element.curLen = static_cast<std::uint16_t>(value.size());
+    element.state = 1;
+    if (fill == 0) {
+        copy_bytes(storage, value.data(), value.size());
+    } else if (format == Format::n) {
+        fill_bytes(storage, 0x00, fill);
+        copy_bytes(storage + fill, value.data(), value.size());
+    } else {
+        copy_bytes(storage, value.data(), value.size());
+        fill_bytes(storage + value.size(), padding_of(format), fill);
+    }
+    return store_code::success;
+}
 
-// As store_value, for a value that arrives under a tag.
+// Stores a value that arrives under a tag.
 std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
 
 // Reads an element into `out`, fitted to its size by the element's format. The state is not
 // consulted: an absent element reads as padding.
-std::int32_t read_value(Slot slot, std::span<std::uint8_t> out) noexcept;
+[[gnu::always_inline]] inline std::int32_t read_value(Slot slot,
+                                                      std::span<std::uint8_t> out) noexcept {
+    static constexpr std::uint8_t never_reset[512] = {};
+    const QuorrinDataElement& element = record(slot);
+    const std::uint8_t* const storage = element.value != nullptr ? element.value : never_reset;
+    const std::size_t held = std::min(element.curLen, storage_size(slot));
+    const std::size_t copied = std::min(held, out.size());
+    const std::size_t padding = out.size() - copied;
+    const auto format = static_cast<Format>(element.format);
+    if (!is_known(format)) {
+        return read_code::unknown_format;
+    }
+    if (format == Format::n) {
+        const std::size_t maximum = usable_maximum(element, slot);
+        // Deliberate: a cut numeric value counts its bytes from the start of the storage by its
+        // length, and so shows leading zeros when the value is shorter than the element.
+        const bool is_cut = copied < held;
+        const std::size_t start = is_cut ? held - copied : maximum > held ? maximum - held : 0;
+        fill_bytes(out.data(), 0x00, padding);
+        copy_bytes(out.data() + padding, storage + start, copied);
+    } else {
+        copy_bytes(out.data(), storage, copied);
+        fill_bytes(out.data() + copied, padding_of(format), padding);
+    }
+    return slot.is_card() ? read_code::from_card : read_code::from_terminal;
+}
 
 // Walks a card response and stores every known card element in it: 0, or -30 malformed, -31 an
 // element was refused. What was stored before a fault stays.

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "quorrin/quorrin.h"
+#include "tlv/host_bytes.hpp"
 
 namespace quorrin::tlv {
 
@@ -57,11 +58,6 @@ bool is_well_formed(Bytes string) noexcept {
 
 namespace {
 
-// A host's null pointer holds no bytes.
-Bytes host_bytes(const std::uint8_t* bytes, std::size_t count) {
-    return {bytes, bytes != nullptr ? count : 0};
-}
-
 template <typename Value>
 void put(Value* target, Value value) {
     if (target != nullptr) {
@@ -74,6 +70,7 @@ constexpr std::int8_t string_malformed = -30;
 }  // namespace
 }  // namespace quorrin::tlv
 
+using namespace quorrin;
 using namespace quorrin::tlv;
 
 std::int8_t tlvGetTag(const std::uint8_t* buffer, std::uint16_t available, std::uint8_t* tagLen) {
@@ -116,6 +113,9 @@ std::int8_t tlvGetTLVDataInString(const std::uint8_t* string, std::uint16_t leng
                                   const std::uint8_t* tag, std::uint8_t tagLen, std::uint8_t* out,
                                   std::uint16_t* outLen) {
     put<std::uint16_t>(outLen, 0);
+    if (is_missing(string, length)) {
+        return Search::malformed;
+    }
     const Search search = find_tag(host_bytes(string, length), host_bytes(tag, tagLen));
     if (search.has_value) {
         // The value may lie in the buffer that the host also gave as output.
@@ -128,7 +128,8 @@ std::int8_t tlvGetTLVDataInString(const std::uint8_t* string, std::uint16_t leng
 }
 
 std::int8_t emvCheckTLVString(const std::uint8_t* string, std::uint16_t length) {
-    return is_well_formed(host_bytes(string, length)) ? std::int8_t{0} : string_malformed;
+    const bool good = !is_missing(string, length) && is_well_formed(host_bytes(string, length));
+    return good ? std::int8_t{0} : string_malformed;
 }
 
 std::int8_t ucAppendTLV(std::uint8_t* out, std::uint32_t* position, const std::uint8_t* tag,

@@ -61,30 +61,31 @@ constexpr bool is_constructed_tag(std::uint8_t first_byte) {
     return (first_byte & 0x20) != 0;
 }
 
+constexpr bool announces_second_byte(std::uint8_t first_byte) {
+    return (first_byte & 0x1F) == 0x1F;
+}
+
 constexpr Tag read_tag(Bytes data) {
-    constexpr std::uint8_t more_bytes_follow = 0x1F;
     if (data.empty()) {
         return {Tag::no_data, 0};
     }
     const std::int8_t kind = is_constructed_tag(data[0]) ? constructed : primitive;
-    if ((data[0] & more_bytes_follow) != more_bytes_follow) {
+    if (!announces_second_byte(data[0])) {
         return {kind, 1};
     }
-    std::size_t count = 1;
-    for (;;) {
-        if (count == data.size()) {
-            return {Tag::bad, static_cast<std::uint8_t>(count)};
-        }
+    for (std::size_t count = 1; count < data.size();) {
         const std::uint8_t byte = data[count++];
+        const bool is_last = byte >= 0x01 && byte <= 0x7F;
+        if (is_last) {
+            return {kind, static_cast<std::uint8_t>(count)};
+        }
         // Deliberate: no tag byte may be 00 or 80, whatever its place; such bytes are padding gone
         // astray.
         if ((byte & 0x7F) == 0) {
             return {Tag::bad, static_cast<std::uint8_t>(count)};
         }
-        if ((byte & 0x80) == 0) {
-            return {kind, static_cast<std::uint8_t>(count)};
-        }
     }
+    return {Tag::bad, static_cast<std::uint8_t>(data.size())};
 }
 
 // The size of the length field alone. `field_size` is 0 when it could not be told.
@@ -131,7 +132,13 @@ constexpr Object read_object(Bytes data) {
     if (tag.result < 0) {
         return {Object::bad_tag, tag.length, 0, 0};
     }
-    const Length length = read_length(data.subspan(tag.length));
+    const Bytes after_tag = data.subspan(tag.length);
+    // Nearly every object in a card's answer has a one-byte length: it is read without further ado.
+    if (!after_tag.empty() && after_tag[0] < 0x80) {
+        const bool fits = after_tag.size() > after_tag[0];
+        return {fits ? tag.result : Object::bad_length, tag.length, 1, after_tag[0]};
+    }
+    const Length length = read_length(after_tag);
     const std::int8_t result = length.result == Length::good ? tag.result : Object::bad_length;
     return {result, tag.length, length.field_size, length.value};
 }

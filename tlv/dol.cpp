@@ -5,6 +5,7 @@
 
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
+#include "tlv/host_bytes.hpp"
 
 namespace quorrin::dol {
 namespace {
@@ -107,15 +108,18 @@ Out host_room(std::uint8_t* out) {
     return {out, out != nullptr ? std::size_t{std::numeric_limits<std::uint32_t>::max()} : 0};
 }
 
-std::int32_t report(const Built& built, std::uint16_t* out_length) {
+using Builder = Built (*)(Bytes list, Out out) noexcept;
+
+std::int32_t build_for_host(Builder builder, std::uint8_t* out, std::uint16_t* out_length,
+                            const std::uint8_t* list, std::size_t length) {
+    const Built built = is_missing(list, length)
+                            ? Built{bad_tag, 0}
+                            : builder(host_bytes(list, length), host_room(out));
     if (out_length != nullptr) {
         *out_length = static_cast<std::uint16_t>(built.length);
     }
-    return built.result;
-}
-
-Bytes host_list(const std::uint8_t* list, std::size_t length) {
-    return {list, list != nullptr ? length : 0};
+    // Only a null pointer has no room.
+    return built.result == no_room ? store_error : built.result;
 }
 
 }  // namespace
@@ -125,12 +129,12 @@ using namespace quorrin;
 
 std::int32_t dolPaddingDOL(std::uint8_t* out, std::uint16_t* outLen, const std::uint8_t* list,
                            std::uint16_t listLen) {
-    return dol::report(dol::build(dol::host_list(list, listLen), dol::host_room(out)), outLen);
+    return dol::build_for_host(dol::build, out, outLen, list, listLen);
 }
 
 std::int32_t dolPaddingPdol(std::uint8_t* out, std::uint16_t* outLen, const std::uint8_t* list,
                             std::uint16_t listLen) {
-    return dol::report(dol::build_pdol(dol::host_list(list, listLen), dol::host_room(out)), outLen);
+    return dol::build_for_host(dol::build_pdol, out, outLen, list, listLen);
 }
 
 std::int32_t dolCheckTagInDol(const std::uint8_t* tag, std::uint8_t tagLen,
@@ -139,7 +143,10 @@ std::int32_t dolCheckTagInDol(const std::uint8_t* tag, std::uint8_t tagLen,
     constexpr std::int32_t absent = 0;
     constexpr std::int32_t bad_tag = -31;
     constexpr std::int32_t bad_length_field = -30;
-    for (tlv::Cursor cursor(dol::host_list(list, listLen)); !cursor.at_end();) {
+    if (is_missing(list, listLen)) {
+        return bad_tag;
+    }
+    for (tlv::Cursor cursor(host_bytes(list, listLen)); !cursor.at_end();) {
         const tlv::Tag entry = tlv::read_tag(cursor.rest());
         if (entry.result < 0) {
             return bad_tag;

@@ -516,7 +516,8 @@ QUORRIN_API int32_t emvSetDataElementLength(const uint8_t* tag, uint8_t tagLen, 
 /**
  * Walks a card response and stores every known card element in it. Unknown tags, empty values and
  * terminal elements are passed over; so are 50, 5F2D, 9F11 and 9F12 of a wrong length.
- * @return 0; -30 malformed; -31 an element was refused. What came before the fault stays stored.
+ * @return 0; -30 malformed, or a null pointer; -31 an element was refused. What came before the fault
+ *         stays stored.
  */
 QUORRIN_API int32_t emvExtractDataElement(const uint8_t* data, uint16_t length);
 
@@ -1244,7 +1245,7 @@ QUORRIN_API int8_t ucAppendTLV(uint8_t* out, uint32_t* position, const uint8_t* 
  * Builds the data of a CDOL or DDOL from the store.
  * @param out     sized by the caller: the sum of the listed lengths.
  * @param outLen  receives the number of bytes built, also on an error.
- * @return 0; -29 a tag of more than 2 bytes; -30 bad tag; -31 bad length field.
+ * @return 0; -29 a tag of more than 2 bytes, or no output buffer; -30 bad tag; -31 bad length field.
  */
 QUORRIN_API int32_t dolPaddingDOL(uint8_t* out, uint16_t* outLen, const uint8_t* dol,
                                   uint16_t dolLen);

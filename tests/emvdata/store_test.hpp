@@ -1,0 +1,134 @@
+// Fixture of the tests of the data element store: a store that was fully reset, with the element
+// bounds as after loading, and short ways to store and read by tag.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "quorrin/quorrin.h"
+#include "tests/emvdata/element_listing.hpp"
+#include "tests/support/guarded_buffer.hpp"
+
+namespace quorrin::test {
+
+// Bytes in a heap block of exactly their size, so that the sanitizers see any read beyond them.
+class ExactBytes {
+  public:
+    explicit ExactBytes(const Bytes& bytes)
+        : size_(bytes.size()), bytes_(std::make_unique<std::uint8_t[]>(bytes.size())) {
+        std::copy(bytes.begin(), bytes.end(), bytes_.get());
+    }
+    std::uint8_t* data() const { return bytes_.get(); }
+    std::size_t size() const { return size_; }
+    std::uint8_t size8() const { return static_cast<std::uint8_t>(size_); }
+    std::uint16_t size16() const { return static_cast<std::uint16_t>(size_); }
+
+  private:
+    std::size_t size_;
+    std::unique_ptr<std::uint8_t[]> bytes_;
+};
+
+inline std::int32_t store(std::string_view tag, const Bytes& value,
+                          std::string_view parent_template = "") {
+    const ExactBytes parent(hex(parent_template));
+    const ExactBytes tag_bytes(hex(tag));
+    const ExactBytes value_bytes(value);
+    return emvSetDataElement(parent.data(), parent.size8(), tag_bytes.data(), tag_bytes.size8(),
+                             value_bytes.size16(), value_bytes.data());
+}
+inline std::int32_t store(std::string_view tag, std::string_view value,
+                          std::string_view parent_template = "") {
+    return store(tag, hex(value), parent_template);
+}
+
+inline std::int32_t walk(const Bytes& response) {
+    const ExactBytes bytes(response);
+    return emvExtractDataElement(bytes.data(), bytes.size16());
+}
+inline std::int32_t walk(std::string_view response) {
+    return walk(hex(response));
+}
+inline std::int32_t walk_template(std::string_view tag, const Bytes& contents) {
+    const ExactBytes tag_bytes(hex(tag));
+    const ExactBytes bytes(contents);
+    return emvExtractDataTemplate(tag_bytes.data(), tag_bytes.size8(), bytes.data(),
+                                  bytes.size16());
+}
+inline std::int32_t walk_template(std::string_view tag, std::string_view contents) {
+    return walk_template(tag, hex(contents));
+}
+
+// What reading an element gives: result, length after the call, and the bytes written into a buffer
+// of exactly the wanted size.
+struct Read {
+    std::int32_t result;
+    std::uint16_t length;
+    std::string bytes;
+    bool operator==(const Read&) const = default;
+};
+inline std::ostream& operator<<(std::ostream& out, const Read& read) {
+    return out << "result " << read.result << ", length " << read.length << ", " << read.bytes;
+}
+
+inline std::int32_t state_of(std::string_view tag) {
+    const Bytes bytes = hex(tag);
+    return emvGetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()));
+}
+enum Which : std::uint8_t { current = 0, shortest = 1, longest = 2 };
+inline std::uint16_t length_of(std::string_view tag, std::uint8_t which = current) {
+    const Bytes bytes = hex(tag);
+    return emvGetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), which);
+}
+inline std::int32_t set_length_of(std::string_view tag, std::uint16_t length, std::uint8_t which) {
+    const Bytes bytes = hex(tag);
+    return emvSetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), length,
+                                   which);
+}
+inline std::int32_t set_state_of(std::string_view tag, std::uint8_t state) {
+    const Bytes bytes = hex(tag);
+    return emvSetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()), state);
+}
+
+inline Read read(std::string_view tag, std::uint16_t wanted) {
+    const ExactBytes tag_bytes(hex(tag));
+    std::uint16_t length = wanted;
+    GuardedBuffer out(wanted != 0 ? wanted : length_of(tag));
+    const std::int32_t result =
+        emvGetDataElement(tag_bytes.data(), tag_bytes.size8(), &length, out.data());
+    return {result, length, to_hex(out.first(out.size()))};
+}
+
+inline std::string held(const std::uint8_t* storage, std::size_t count) {
+    return to_hex({storage, count});
+}
+
+class StoreTest : public testing::Test {
+  protected:
+    StoreTest() {
+        restore_bounds(TermDt, listed_terminal_elements);
+        restore_bounds(IccDt, listed_card_elements);
+        for (const auto& element : listed_terminal_elements) {
+            std::fill_n(element.storage, element.declared_size, std::uint8_t{0});
+        }
+        for (const auto& element : listed_card_elements) {
+            std::fill_n(element.storage, element.declared_size, std::uint8_t{0});
+        }
+        emvClrIccAndTermData();
+    }
+
+  private:
+    template <std::size_t Rows>
+    static void restore_bounds(QuorrinDataElement (&table)[Rows],
+                               const ListedElement (&listing)[Rows]) {
+        for (std::size_t row = 0; row < Rows; ++row) {
+            table[row].minLen = listing[row].shortest;
+            table[row].maxLen = listing[row].longest;
+        }
+    }
+};
+
+}  // namespace quorrin::test
