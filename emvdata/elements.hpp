@@ -1,5 +1,5 @@
-// The data elements that are dealt with by name (EMV Book 3 Annex A, PBOC debit/credit and electronic
-// cash): names for their places in the dictionary.
+// The data elements that are dealt with by name (EMV book 3, annex A, PBOC debit/credit and
+// electronic cash): names for their places in the dictionary.
 #pragma once
 
 #include "emvdata/dictionary.hpp"

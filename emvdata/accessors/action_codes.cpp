@@ -1,4 +1,4 @@
-// Issuer and terminal action codes (EMV Book 3 section 10.7): 5 bytes each, bits as in the TVR.
+// Issuer and terminal action codes (EMV book 3, section 10.7): 5 bytes each, bits as in the TVR.
 
 #include "emvdata/accessors/families.hpp"
 

@@ -1,5 +1,5 @@
 // Application cryptograms and what comes with them: cryptogram information data, application
-// transaction counters, issuer application data, GENERATE AC responses (EMV Book 3 section 6.5.5).
+// transaction counters, issuer application data, GENERATE AC responses (EMV book 3, section 6.5.5).
 
 #include "emvdata/accessors/families.hpp"
 
@@ -36,7 +36,7 @@ std::int32_t emvGetIssAppData(std::uint8_t* out, std::uint8_t* outLen) {
 
 // With a rule of their own
 
-// EMV Book 3 table 15: cryptogram type, payment system's part, advice, reason.
+// EMV book 3, 6.5.5: cryptogram type, payment system's part, advice, reason.
 std::int32_t emvGetCIDItem(std::uint8_t item) {
     const std::uint8_t cid = gl_CID[0];
     switch (item) {

@@ -1,4 +1,4 @@
-// Cardholder verification: CVM list (8E, EMV Book 3 section 10.5) and CVM results (9F34).
+// Cardholder verification: CVM list (8E, EMV book 3, section 10.5) and CVM results (9F34).
 
 #include <cstring>
 
@@ -67,7 +67,7 @@ std::int32_t emvGetCVMListCVR(std::uint8_t* out, std::uint8_t index, std::uint8_
     if (!has_rule(index)) {
         return result::bad_index;
     }
-    // EMV Book 3 Annex C3: b7 of the first byte, its b6-b1, the second byte.
+    // EMV book 3, annex C3: b7 of the first byte, its b6-b1, the second byte.
     const CvmRule rule = rule_at(index);
     switch (item) {
         case 1:

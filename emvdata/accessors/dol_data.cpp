@@ -1,5 +1,5 @@
 // Data object lists, the card's and the terminal's defaults, and the command data built from them
-// (EMV Book 3 section 5.4).
+// (EMV book 3, section 5.4).
 
 #include "emvdata/accessors/families.hpp"
 #include "tlv/ber_tlv.hpp"

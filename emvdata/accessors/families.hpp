@@ -61,14 +61,7 @@ struct Reading {
     std::uint16_t length;
 };
 
-inline std::uint16_t readable_length(Slot slot) {
-    return std::min(length(slot), storage_size(slot));
-}
-
-inline Reading read_whole(Slot slot, std::uint8_t* out) {
-    const std::uint16_t bytes = readable_length(slot);
-    return {read_value(slot, {out, bytes}), bytes};
-}
+Reading read_whole(Slot slot, std::uint8_t* out) noexcept;
 
 // Read through the store: the store's code. Presence is not asked: an absent element has length 0.
 // Deliberate: the length is told in 8 bits, so that 256 bytes show as 0.
@@ -92,12 +85,7 @@ inline std::int32_t copy_if_present(Slot slot, std::uint8_t* out, std::uint8_t* 
 }
 
 // Raw setter: the store's own code; a null pointer is no value.
-inline std::int32_t store(Slot slot, const std::uint8_t* value, std::uint16_t bytes) {
-    if (value == nullptr || bytes == 0) {
-        return store_code::no_value;
-    }
-    return store_value(slot, {}, {value, bytes});
-}
+std::int32_t store(Slot slot, const std::uint8_t* value, std::uint16_t bytes) noexcept;
 
 // Mapped setter: 0 stored, 50 no such element, 49 anything else, a null pointer included.
 constexpr std::int32_t mapped(std::int32_t stored) {

@@ -1,5 +1,5 @@
-// The issuer's answer: response code, authentication data, scripts and their results (EMV Book 3
-// section 10.10, Book 4 Annex A5).
+// The issuer's answer: response code, authentication data, scripts and their results (EMV book 3
+// section 10.10, book 4, annex A5).
 
 #include "emvdata/accessors/families.hpp"
 

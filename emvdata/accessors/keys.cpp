@@ -1,5 +1,5 @@
 // Offline data authentication and PIN encipherment: certificates, signed data, recovered public
-// keys (EMV Book 2 sections 5 to 7).
+// keys (EMV book 2, sections 5 to 7).
 
 #include "emvdata/accessors/families.hpp"
 

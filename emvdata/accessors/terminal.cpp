@@ -1,5 +1,5 @@
 // What the host tells about the terminal: type, capabilities, country, merchant, application
-// settings, risk management (EMV Book 4 Annex A).
+// settings, risk management (EMV book 4, annex A).
 
 #include "emvdata/accessors/families.hpp"
 
@@ -89,7 +89,7 @@ std::int32_t emvSetTermType(std::uint8_t type) {
     return result::success;
 }
 
-// EMV Book 4 Annex A1: types x1, x4 are online only, x2, x5 offline with online capability.
+// EMV book 4, annex A1: types x1, x4 are online only, x2, x5 offline with online capability.
 std::int32_t emvIsOnlineCap() {
     switch (gl_Tm_TermType[0] & 0x0F) {
         case 1:
@@ -102,7 +102,7 @@ std::int32_t emvIsOnlineCap() {
     }
 }
 
-// EMV Book 4 Annex A3: byte 5 b1-b8 are code tables 1 to 8 of ISO 8859, byte 4 b1 and b2 are 9
+// EMV book 4, annex A3: byte 5 b1-b8 are code tables 1 to 8 of ISO 8859, byte 4 b1 and b2 are 9
 // and 10.
 std::int32_t emvIsSupportIssCodeTable(std::uint8_t index) {
     constexpr std::uint8_t common_table = 0x01;

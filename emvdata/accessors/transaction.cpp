@@ -91,7 +91,7 @@ std::int32_t emvSetTransTime(const std::uint8_t* time, std::uint16_t length) {
     return store_mapped(element::transaction_time, time, length);
 }
 
-// EMV Book 4 Annex A3, additional terminal capabilities byte 1: b8 cash, b7 goods, b6 services,
+// EMV book 4, annex A3, additional terminal capabilities byte 1: b8 cash, b7 goods, b6 services,
 // b5 cashback.
 std::int32_t emvSetTransType(std::uint8_t type) {
     constexpr std::uint8_t goods_and_services = 0x00;

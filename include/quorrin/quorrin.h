@@ -550,18 +550,18 @@ QUORRIN_API int32_t emvInitTmEMVData(void);
  * One function for each element and purpose. What a kind of accessor does is the same throughout:
  *   - Presence (emvIn..., emvExist...): 1 present, 0 absent.
  *   - Bit: (byte, bit) counted from 1, bit 1 the least significant; 0 for an address outside.
- *   - Address: of the storage variable, valid for the life of the process, whether or not a value is
+ *   - Address: of the storage variable, valid for the life of the process, with or without a value
  *     present.
  *   - Length: bytes now held, 0 when there is no value.
  *   - "Copies": out receives the value and outLen its length when the element is present: result 1.
  *     Else the result is its state (0) and nothing is written.
- *   - "Reads": out receives the value and outLen its length, 0 for an absent element; the result is 1
- *     for a card element, 2 for a terminal element.
+ *   - "Reads": out receives the value and outLen its length, 0 for an absent element; the result
+ *     is 1 for a card element, 2 for a terminal element.
  *   - Raw result: that of emvSetDataElement, -28 for a null pointer.
  *   - Mapped result: 0 stored, 50 element not in the tables, 49 any other failure, a null pointer
  *     included.
- * Give out room for the longest value named. Any other accessor that gets a null pointer where it has
- * to write answers 49, and does nothing when it has no result.
+ * Give out room for the longest value named. A null pointer is answered with 49 wherever nothing
+ * else is stated; an accessor without a result then does nothing.
  */
 
 /* --- Bits, TVR and TSI --- */
@@ -571,6 +571,7 @@ QUORRIN_API int32_t emvInitTmEMVData(void);
  * @return 0 or 1; 0 for an address outside a byte; 2 for a null buffer.
  */
 QUORRIN_API int32_t emvCheckBitValue(const uint8_t* buffer, uint8_t byte, uint8_t bit);
+
 /** Terminal verification results (95, 5 bytes): all bits off, present. Returns 0. */
 QUORRIN_API int32_t emvInitTVR(void);
 /** Transaction status information (9B, 2 bytes): all bits off, present. Returns 0. */
@@ -579,33 +580,40 @@ QUORRIN_API int32_t emvInitTSI(void);
 QUORRIN_API int32_t emvGetTVR(uint8_t byte, uint8_t bit);
 /** Bit of the transaction status information (9B, 2 bytes). */
 QUORRIN_API int32_t emvGetTSI(uint8_t byte, uint8_t bit);
+
 /**
  * Sets a bit of the terminal verification results (95) when on is 1, else clears it. The element
  * does not become present by it: until emvInitTVR or a store by tag, a DOL that asks for 95 gets
  * zeros.
  */
 QUORRIN_API void emvSetTVRBit(uint8_t byte, uint8_t bit, uint8_t on);
+
 /** The same for the transaction status information (9B). */
 QUORRIN_API void emvSetTSIBit(uint8_t byte, uint8_t bit, uint8_t on);
 
-/* --- Action codes --- */
-/* Selectors: 11 issuer denial (9F0E), 12 issuer online (9F0F), 13 issuer default (9F0D); 21
+/* --- Action codes ---
+ *
+ * Selectors: 11 issuer denial (9F0E), 12 issuer online (9F0F), 13 issuer default (9F0D); 21
  * terminal denial, 22 terminal online, 23 terminal default. Each code has 5 bytes, bits as in the
- * TVR. */
+ * TVR.
+ */
 
 /** Bit of an action code; -32 for another selector. */
 QUORRIN_API int32_t emvGetActionCode(uint8_t byte, uint8_t bit, uint8_t selector);
+
 /**
  * Fills an action code with FF when on is non-zero, else with 00, without making it present.
  * @return 0; -32 for another selector.
  */
 QUORRIN_API int32_t emvSetActionCode(uint8_t selector, uint8_t on);
+
 /**
  * Sets a terminal action code (selectors 21 to 23).
  * @param code  5 bytes.
  * @return 0; 49 for a null pointer or another selector.
  */
 QUORRIN_API int32_t emvSetTermActionCode(const uint8_t* code, uint8_t selector);
+
 /**
  * Whether action codes are set.
  * @return 11 to 13: the presence of the issuer's code. 21: 0 when the denial code is not set, else
@@ -622,20 +630,23 @@ QUORRIN_API int32_t emvInCVMList(void);
 QUORRIN_API uint8_t* emvGetCVMListXX(void);
 /** Amount Y of the CVM list: 4 bytes, binary. */
 QUORRIN_API uint8_t* emvGetCVMListYY(void);
+
 /**
  * One rule of the CVM list, counted from 0.
  * @param rule  receives the rule's two bytes as they stand in the list: method, then condition.
  * @return 0; -31 no such rule; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetCVM(uint16_t* rule, uint8_t index);
+
 /**
- * One item of a rule of the CVM list (EMV Book 3 Annex C3).
+ * One item of a rule of the CVM list (EMV book 3, annex C3).
  * @param out    receives the item; left alone on an error.
  * @param index  rule, from 0.
  * @param item   1: 1 when the next rule applies if this one fails; 2: method; 3: condition.
  * @return 0; -32 list of an odd length; -31 no such rule; -29 another item; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetCVMListCVR(uint8_t* out, uint8_t index, uint8_t item);
+
 /** Stores the CVM results (9F34), 3 bytes. Raw result. */
 QUORRIN_API int32_t emvSetCVMResult(const uint8_t* value);
 
@@ -645,26 +656,31 @@ QUORRIN_API int32_t emvSetCVMResult(const uint8_t* value);
 QUORRIN_API int32_t emvExistAC(void);
 /** Application cryptogram (9F26), 8 bytes. */
 QUORRIN_API uint8_t* emvGetAC(void);
+
 /**
  * Sets the application cryptogram (9F26), present with this length; more than 8 bytes count as
  * 8.
  */
 QUORRIN_API void emvSetAC(const uint8_t* ac, uint16_t length);
+
 /** Cryptogram information data (9F27). */
 QUORRIN_API uint8_t emvGetCID(void);
 /** Cryptogram information data (9F27), 1 byte. */
 QUORRIN_API uint8_t* emvGetCIDptr(void);
 /** Sets the cryptogram information data (9F27) without making them present. */
 QUORRIN_API void emvSetCID(uint8_t value);
+
 /**
- * One item of the cryptogram information data (9F27, EMV Book 3 table 15).
+ * One item of the cryptogram information data (9F27, EMV book 3, 6.5.5).
  * @param item  1: cryptogram type (0 AAC, 1 TC, 2 ARQC); 2: payment system's part; 3: advice
  *              required; 4: reason.
  * @return the item; -32 for another one.
  */
 QUORRIN_API int32_t emvGetCIDItem(uint8_t item);
+
 /** Reads the issuer application data (9F10), at most 32 bytes. */
 QUORRIN_API int32_t emvGetIssAppData(uint8_t* out, uint8_t* outLen);
+
 /**
  * What the card answered to the first GENERATE AC, from the card verification results in the issuer
  * application data (9F10).
@@ -673,16 +689,19 @@ QUORRIN_API int32_t emvGetIssAppData(uint8_t* out, uint8_t* outLen);
  *         pointer.
  */
 QUORRIN_API int32_t emvGetIssAppType(uint8_t* out);
+
 /** Application transaction counter (9F36), 2 bytes. */
 QUORRIN_API uint8_t* emvGetATC(void);
 /** Last online ATC register (9F13), 2 bytes. */
 QUORRIN_API uint8_t* emvGetLastATC(void);
+
 /**
  * Copies the application transaction counter (9F36).
  * @param atc  receives 2 bytes.
  * @return 0; 1 absent; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetCardATC(uint8_t* atc);
+
 /** The host's flag for an error of the card's transaction counter. */
 QUORRIN_API uint8_t emvGetCardATCErrFlg(void);
 /** Sets the host's flag for an error of the card's transaction counter. */
@@ -708,11 +727,13 @@ QUORRIN_API uint16_t* emvGetGACTwoLen(void);
 QUORRIN_API uint8_t emvGetTermType(void);
 /** Sets the terminal type (9F35), present. Returns 0. */
 QUORRIN_API int32_t emvSetTermType(uint8_t type);
+
 /**
  * 1 when the terminal type (9F35) is online only or offline with online capability (x1, x2, x4,
  * x5), else 0.
  */
 QUORRIN_API int32_t emvIsOnlineCap(void);
+
 /** Bit of the terminal capabilities (9F33, 3 bytes). */
 QUORRIN_API int32_t emvGetTermCapability(uint8_t byte, uint8_t bit);
 /** Stores the terminal capabilities (9F33), 3 bytes. Raw result. */
@@ -721,12 +742,14 @@ QUORRIN_API int32_t emvSetTermCapability(const uint8_t* value);
 QUORRIN_API int32_t emvGetTermCapabilityAd(uint8_t byte, uint8_t bit);
 /** Stores the additional terminal capabilities (9F40), 5 bytes. Raw result. */
 QUORRIN_API int32_t emvSetTermCapabilityAd(const uint8_t* value);
+
 /**
  * Whether the additional terminal capabilities (9F40) offer a code table of ISO/IEC 8859.
  * @param index  issuer code table index in BCD, 01 to 10, as in 9F11.
  * @return 1 or 0; table 01 also when all capabilities are 00.
  */
 QUORRIN_API int32_t emvIsSupportIssCodeTable(uint8_t index);
+
 /** Bit of the terminal transaction qualifiers (9F66, 4 bytes). */
 QUORRIN_API int32_t emvGetTermTranCapa(uint8_t byte, uint8_t bit);
 /** Stores the terminal transaction qualifiers (9F66), 4 bytes. Raw result. */
@@ -745,16 +768,19 @@ QUORRIN_API uint8_t* emvGetTermAppVerNo(void);
 QUORRIN_API int32_t emvSetTermAppVerNo(const uint8_t* value);
 /** Terminal country code (9F1A), 2 bytes. */
 QUORRIN_API uint8_t* emvGetTermCntryCode(void);
+
 /**
  * Stores the terminal country code (9F1A), 2 bytes. Mapped result; -26 of the store counts as
  * success.
  */
 QUORRIN_API int32_t emvSetTermCntryCode(const uint8_t* value);
+
 /**
  * Stores the acquirer identifier (9F01), 6 bytes. Mapped result; -26 of the store counts as
  * success.
  */
 QUORRIN_API int32_t emvSetAcquirerID(const uint8_t* value);
+
 /** Stores the merchant identifier (9F16), 15 bytes. Mapped result. */
 QUORRIN_API int32_t emvSetMerchantID(const uint8_t* value);
 /** Stores the merchant category code (9F15), 2 bytes. Mapped result. */
@@ -783,15 +809,18 @@ QUORRIN_API int64_t emvGetRandSltBiPercent(void);
 QUORRIN_API void emvSetRandSltBiPercent(int64_t value);
 /** The host's choice for terminal risk management, 0 to 2. */
 QUORRIN_API uint8_t emvGetTmRmCheckFlg(void);
+
 /**
  * Sets the host's choice for terminal risk management.
  * @return 0; 49 above 2.
  */
 QUORRIN_API int32_t emvSetTmRmCheckFlg(uint8_t flag);
 
-/* --- Transaction --- */
-/* The binary and the numeric amounts are elements of their own: set each form that the card's lists
- * ask for. */
+/* --- Transaction ---
+ *
+ * The binary and the numeric amounts are elements of their own: set each form that the card's lists
+ * ask for.
+ */
 
 /** Amount, authorised (binary) (81), 4 bytes. */
 QUORRIN_API uint8_t* emvGetAuthAmountB(void);
@@ -819,45 +848,56 @@ QUORRIN_API uint8_t* emvGetTermRefCurCode(void);
 QUORRIN_API int32_t emvSetTermRefCurCode(const uint8_t* value);
 /** Stores the transaction reference currency exponent (9F3D). Mapped result. */
 QUORRIN_API int32_t emvSetTermRefCurExp(uint8_t value);
+
 /**
  * Sets the conversion to the reference currency.
  * @return 0; 49 for a null pointer.
  */
 QUORRIN_API int32_t emvSetTermRefCurConv(const uint32_t* value);
+
 /** Transaction date (9A), 3 bytes, YYMMDD. */
 QUORRIN_API uint8_t* emvGetTransDate(void);
+
 /**
  * Stores the transaction date (9A), YYMMDD in BCD, not validated.
  * @return -31 when length is not 3; else a mapped result.
  */
 QUORRIN_API int32_t emvSetTransDate(const uint8_t* date, uint16_t length);
+
 /** Reads the transaction time (9F21), 3 bytes, HHMMSS. */
 QUORRIN_API int32_t emvGetTransTime(uint8_t* out, uint8_t* outLen);
+
 /**
  * Stores the transaction time (9F21), HHMMSS in BCD.
  * @return -31 when length is not 3; 49 beyond 23 59 59; else a mapped result.
  */
 QUORRIN_API int32_t emvSetTransTime(const uint8_t* time, uint16_t length);
+
 /** Transaction type (9C). */
 QUORRIN_API uint8_t emvGetTransType(void);
+
 /**
  * Stores the transaction type (9C). Type 00 needs goods or services, type 01 cash or cashback in
  * the additional terminal capabilities (9F40); other types are not checked.
  * @return 49 for a type that the terminal does not offer; else a mapped result.
  */
 QUORRIN_API int32_t emvSetTransType(uint8_t type);
+
 /** 1 when the transaction type (9C) is 01, else 0. */
 QUORRIN_API int32_t emvGetCashBackFlg(void);
+
 /**
  * Sets the cashback flag, and the transaction type (9C) to the same value without making it
  * present.
  */
 QUORRIN_API void emvSetCashBackFlg(uint8_t flag);
+
 /**
  * Stores the account type (5F57): 00, 10, 20 or 30.
  * @return 49 for another type; else a mapped result.
  */
 QUORRIN_API int32_t emvSetAccountType(uint8_t type);
+
 /** Stores the transaction sequence counter (9F41), 4 bytes. Mapped result. */
 QUORRIN_API int32_t emvSetTransSequenceCounter(const uint8_t* value);
 /** Presence of the unpredictable number (9F37). */
@@ -868,11 +908,13 @@ QUORRIN_API int32_t emvGetRandom(uint8_t* out, uint8_t* outLen);
 QUORRIN_API int32_t emvSetRandom(const uint8_t* value, uint16_t length);
 /** Keeps a 16-bit random number for the host. */
 QUORRIN_API void emvSetRandNum(uint16_t value);
+
 /**
  * Gives the random number kept.
  * @return 0; 1 when there is none (0 is written); 49 null pointer.
  */
 QUORRIN_API int32_t emvGetRandNum(uint16_t* out);
+
 /** PIN data (99), 256 bytes. */
 QUORRIN_API uint8_t* emvGetPinDataPtr(void);
 /** Length of the PIN data (99). */
@@ -886,51 +928,62 @@ QUORRIN_API int32_t emvSetPinDataLength(uint16_t length);
 QUORRIN_API int32_t emvInAIP(void);
 /** Bit of the application interchange profile (82, 2 bytes). */
 QUORRIN_API int32_t emvGetAIP(uint8_t byte, uint8_t bit);
+
 /**
  * Sets the application interchange profile (82), 2 bytes, present.
  * @return 0; 1 when it was present already (overwritten all the same); 49 null pointer.
  */
 QUORRIN_API int32_t emvSetAIP(const uint8_t* aip);
+
 /** Presence of the application file locator (94). */
 QUORRIN_API int32_t emvInAFL(void);
+
 /**
  * Sets the application file locator (94), at most 252 bytes, present.
  * @return 0; 1 when it was present already: the bytes are overwritten and the length stays as it
  *         was; 49 null pointer.
  */
 QUORRIN_API int32_t emvSetAFL(const uint8_t* afl, uint16_t length);
+
 /** Number of entries of the application file locator (94). */
 QUORRIN_API uint8_t emvGetAFLNum(void);
+
 /**
  * Byte offset (0 to 3) of entry entry (from 0) of the application file locator (94); 0 beyond
  * 252 bytes.
  */
 QUORRIN_API uint8_t emvGetAFL(uint8_t entry, uint8_t offset);
+
 /** Stores the application identifier of the card (4F), 5 to 16 bytes. Raw result. */
 QUORRIN_API int32_t emvSetAID(const uint8_t* value, uint16_t length);
+
 /**
  * Copies the registered application provider identifier, the first 5 bytes of the application
  * identifier (4F).
  * @return its presence; nothing is written when it is absent.
  */
 QUORRIN_API int32_t emvGetRID(uint8_t* out);
+
 /**
  * Copies the application PAN (5A): at most 10 bytes, compressed numeric, trailing F digits
  * included.
  * @return 1; 0 when absent, with a length of 0.
  */
 QUORRIN_API int32_t emvGetPAN(uint8_t* out, uint8_t* outLen);
+
 /** Length of the application PAN (5A). */
 QUORRIN_API uint16_t emvGetPANLength(void);
 /** Application PAN sequence number (5F34). */
 QUORRIN_API uint8_t emvGetPANSn(void);
 /** Length of the application PAN sequence number (5F34). */
 QUORRIN_API uint16_t emvGetPANSnLength(void);
+
 /**
  * Copies the cardholder name (5F20), at most 252 bytes.
  * @return 1; 0 when absent, with a length of 0.
  */
 QUORRIN_API int32_t emvGetHolderName(uint8_t* out, uint8_t* outLen);
+
 /** Presence of the application version number of the card (9F08). */
 QUORRIN_API int32_t emvInAppVerNo(void);
 /** Application version number of the card (9F08), 2 bytes. */
@@ -975,12 +1028,14 @@ QUORRIN_API uint16_t emvGetCardHolderCertLength(void);
 QUORRIN_API int32_t emvGetCardHolderCertType(uint8_t* out, uint8_t* outLen);
 /** Length of the cardholder's certificate type (9F62). */
 QUORRIN_API uint16_t emvGetCardHolderCertTypeLength(void);
+
 /**
  * Copies the card transaction qualifiers (9F6C).
  * @param ctq  receives 2 bytes when they are present.
  * @return their presence; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetCardTranCapa(uint8_t* ctq);
+
 /**
  * Version of fast DDA, the first of the card authentication related data (9F69).
  * @param out  receives 1 byte.
@@ -1002,11 +1057,13 @@ QUORRIN_API uint8_t* emvGetIssuerAuthCode(void);
 QUORRIN_API uint8_t* emvGetIssuerAuthData(void);
 /** Length of the issuer authentication data (91). */
 QUORRIN_API uint16_t emvGetIssuerAuthDataLength(void);
+
 /**
  * Presence of the electronic cash issuer authorisation code (9F74); 0 when the terminal does not
  * support electronic cash (9F7A other than 01).
  */
 QUORRIN_API int32_t emvExistISSAuth(void);
+
 /** Issuer scripts (71, 72), 512 bytes for both templates together. */
 QUORRIN_API uint8_t* emvGetIssuerScript(void);
 /** Length of template 71 when it is present, else of 72, else 0. */
@@ -1015,24 +1072,29 @@ QUORRIN_API uint16_t emvGetIssuerScriptLength(void);
 QUORRIN_API void emvSetIssuerScriptLength(uint16_t length);
 /** Issuer script identifier (9F18), 4 bytes. */
 QUORRIN_API uint8_t* emvGetIssScrptID(void);
+
 /**
  * Issuer script results: 12 entries of 5 bytes, result and sequence number, then the script
- * identifier (EMV Book 4 Annex A5).
+ * identifier (EMV book 4, annex A5).
  */
 QUORRIN_API uint8_t* emvGetIssScrptRslt(void);
+
 /** Bytes of the issuer script results counted so far, 5 for each; goes on past 12 results. */
 QUORRIN_API int32_t emvGetIssScrptRsltNumber(void);
+
 /**
  * Writes the first byte of the current result: result in the high nibble, sequence (at most 15)
  * in the low one. Nothing is written once 12 results are counted. Returns 0.
  */
 QUORRIN_API int32_t emvSetIssScrptRslt(uint8_t result, uint8_t sequence);
+
 /**
  * Writes the script identifier of the current result.
  * @param id  4 bytes.
  * @return 0; -31 when 12 results are counted; 49 null pointer.
  */
 QUORRIN_API int32_t emvSetIssScrptRsltID(const uint8_t* id);
+
 /** Goes on to the next result, without a bound. */
 QUORRIN_API void emvIncIssScrptRslt(void);
 
@@ -1058,30 +1120,36 @@ QUORRIN_API int32_t emvGetPinEnPkExp(uint8_t* out, uint8_t* outLen);
 QUORRIN_API int32_t emvGetPinEnPkRmd(uint8_t* out, uint8_t* outLen);
 /** Copies the signed static application data (93), at most 248 bytes. */
 QUORRIN_API int32_t emvGetSignStaticData(uint8_t* out, uint8_t* outLen);
+
 /**
  * Copies the static data authentication tag list (9F4A), at most 256 bytes; a length of 256
  * shows as 0.
  */
 QUORRIN_API int32_t emvGetSDATagList(uint8_t* out, uint8_t* outLen);
+
 /** Presence of the signed dynamic application data (9F4B). */
 QUORRIN_API int32_t emvInSignDynAppData(void);
+
 /**
  * Reads the signed dynamic application data (9F4B), at most 248 bytes.
  * @param length  receives the length.
  * @return 1; -32 when there are none; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetSignDynAppData(uint8_t* out, uint16_t* length);
+
 /** Stores the signed dynamic application data (9F4B), at most 248 bytes. Raw result. */
 QUORRIN_API int32_t emvSetSignDynAppData(const uint8_t* value, uint16_t length);
 /** Stores the ICC dynamic number (9F4C), 2 to 8 bytes. Raw result. */
 QUORRIN_API int32_t emvSetIccDynNumber(const uint8_t* value, uint16_t length);
 /** Stores the data authentication code (9F45), 2 bytes. Raw result. */
 QUORRIN_API int32_t emvSetDataAuthCode(const uint8_t* value);
+
 /**
  * Certification authority public key index (8F), 1 byte, written also when it is absent.
  * @return its presence; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetCAPkIndex(uint8_t* out);
+
 /** Copies the ICC public key record of 512 bytes, all zero when none was set. */
 QUORRIN_API void emvGetIccPKey(uint8_t* out);
 /** Sets the ICC public key record, 512 bytes in the host's own layout. */
@@ -1092,11 +1160,13 @@ QUORRIN_API int32_t emvGetIccPKeyState(void);
 QUORRIN_API void emvGetIccPKey_GM(uint8_t* out);
 /** Sets the ICC public key record of the SM algorithms, 512 bytes. */
 QUORRIN_API void emvSetIccPKey_GM(const uint8_t* key);
+
 /**
  * Copies the PIN encipherment public key record, 512 bytes.
  * @return 1; 0 when none was set; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetPinEnPKey(uint8_t* out);
+
 /** Sets the PIN encipherment public key record, 512 bytes. */
 QUORRIN_API void emvSetPinEnPKey(const uint8_t* key);
 
@@ -1126,11 +1196,13 @@ QUORRIN_API int32_t emvInIccDDOL(void);
 QUORRIN_API uint8_t* emvGetIccDDOL(void);
 /** Length of the card's DDOL (9F49). */
 QUORRIN_API uint16_t emvGetIccDDOLLength(void);
+
 /**
  * Reads the card's TDOL (97), at most 252 bytes.
  * @return 1; 49 null pointer; 52 absent; 53 a state other than absent and present.
  */
 QUORRIN_API int32_t emvGetTDOL(uint8_t* out, uint8_t* outLen);
+
 /** Stores a TDOL as the card's (97), at most 252 bytes. Raw result. */
 QUORRIN_API int32_t emvSetTDOL(const uint8_t* value, uint16_t length);
 /** 1 when the terminal has a default DDOL, else 0. */
@@ -1139,21 +1211,25 @@ QUORRIN_API int32_t emvInTermDDOL(void);
 QUORRIN_API uint8_t* emvGetTermDDOL(void);
 /** Length of the terminal's default DDOL, at most 252. */
 QUORRIN_API uint8_t emvGetTermDDOLLength(void);
+
 /**
  * Sets the terminal's default DDOL, at most 252 bytes.
  * @return 0; 49 null pointer.
  */
 QUORRIN_API int32_t emvSetTermDDOL(const uint8_t* dol, uint8_t length);
+
 /**
  * Copies the terminal's default TDOL, at most 252 bytes.
  * @return 0; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetTermDefaultTDOL(uint8_t* out, uint8_t* outLen);
+
 /**
  * Sets the terminal's default TDOL, at most 252 bytes.
  * @return 0; 49 null pointer.
  */
 QUORRIN_API int32_t emvSetTermDefaultTDOL(const uint8_t* dol, uint8_t length);
+
 /**
  * Copies the values built for the PDOL: the command data of GET PROCESSING OPTIONS without their
  * template (83).
@@ -1162,14 +1238,17 @@ QUORRIN_API int32_t emvSetTermDefaultTDOL(const uint8_t* dol, uint8_t length);
  * @return 1; 0 when no command data are kept or they are not a template 83; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetGPOPdolData(uint8_t* out, uint16_t* length);
+
 /** Keeps the command data of GET PROCESSING OPTIONS, at most 256 bytes. */
 QUORRIN_API void emvSetGPOPdolData(const uint8_t* data, uint16_t length);
+
 /**
  * Copies the command data of the first GENERATE AC, at most 256 bytes.
  * @param length  receives the length; left alone when there are none.
  * @return 1; 0 when none are kept; 49 null pointer.
  */
 QUORRIN_API int32_t emvGetGACCdolOne(uint8_t* out, uint16_t* length);
+
 /** Keeps the command data of the first GENERATE AC, at most 256 bytes. */
 QUORRIN_API void emvSetGACCdolOne(const uint8_t* data, uint16_t length);
 /** The same for the second GENERATE AC. */
