@@ -1412,10 +1412,10 @@ QUORRIN_API void emvInitGACData(void);
 
 /* ============================== Application selection ============================== */
 
-/*
+/**
  * The applications found by the last directory read: AIDs as upper-case hex text, separated by "|",
- * in the order of the directory, without terminator. An AID above 20 bytes, or one that does not
- * fit, is left out. An entry without an AID is an empty item.
+ * in the order of the directory, without terminator. An entry without an AID is an empty item; an
+ * AID above 20 bytes, or one that does not fit, is left out.
  */
 QUORRIN_API extern char gucAidList[200];
 
@@ -1426,27 +1426,28 @@ QUORRIN_API extern uint8_t gucAidListLen;
 QUORRIN_API extern uint8_t gucAidNum;
 
 /**
- * Begins a transaction: clears all card and terminal data, selects an application (EMV book
- * 1, 12.4) and stores its FCI. The directory's further applications are not tried when the first
- * one is refused.
- * @param aidHex  AID as hex text with terminator, below 256 characters (a longer text stops the
- * process); an odd last digit is ignored. Null or empty takes the first application of the card's
- *                payment system directory.
+ * Begins a transaction: clears all card and terminal data, selects an application and stores its FCI
+ * (EMV book 1, 12.4).
+ *
+ * Without an AID the first application of the card's directory is taken (see selectByPse); the others
+ * are not tried when it is refused. A directory that ends with a transport failure leaves result 0 and
+ * no application selected: look at CARD_STATUS.
+ *
+ * @param aidHex  AID as hex text with terminator, at most 255 characters; a longer text stops the
+ *                process. An odd last digit is ignored. Null or empty: by the directory.
  * @return 0; -107 when the FCI is malformed or holds an element that the store refuses; -40000 when
- * the directory cannot be found in the PSE's answer; else a code of TransRetCodeNoMsg. A directory
- * that ends with a transport failure leaves 0 with no application selected and the failure in
- *         CARD_STATUS.
+ *         the card's payment system environment names no directory; else a code of TransRetCodeNoMsg.
  */
 QUORRIN_API int64_t emvSelectAid(int64_t handle, const char* aidHex);
 
 /**
- * Selects the payment system environment "1PAY.SYS.DDF01" and reads its directory into gucAidList
- * (EMV book 1, 12.3.2), which is cleared once the card has accepted the selection. Reading ends
- * with the first record that the card refuses; the status word is 90 00 then.
+ * Selects the payment system environment "1PAY.SYS.DDF01" and reads its directory into gucAidList (EMV
+ * book 1, 12.3.2). The list is cleared once the card has accepted the selection. The first record that
+ * the card refuses ends the directory; the status word is 90 00 then.
  * @param listOut  receives a copy of gucAidList, up to 200 characters without terminator: zero it
- * first.
+ *                 first.
  * @return 0; -106 when the answer does not hold DF name (84) and SFI (88) once each; -14 for a null
- * buffer; else a code of TransRetCodeNoMsg.
+ *         buffer; else a code of TransRetCodeNoMsg.
  */
 QUORRIN_API int64_t selectByPse(int64_t handle, char* listOut);
 
@@ -1457,41 +1458,45 @@ QUORRIN_API int64_t selectByPse(int64_t handle, char* listOut);
 QUORRIN_API int64_t emvProcessSFIofDDF(const uint8_t* record, uint16_t length);
 
 /**
- * Appends the applications that a quick PBOC card names in its directory FCI (entries 61 in BF0C)
- * to gucAidList, without clearing it. Nothing is sent to the card.
+ * Appends the applications that a quick PBOC card names in its directory FCI (entries 61 in BF0C) to
+ * gucAidList, without clearing it. Nothing is sent to the card.
  * @param fci  the FCI as bytes, from its 6F on.
- * @return 0, or a positive code: 216 malformed; 212 no FCI template (6F); 213 no DF name (84) at
- * its start; 214 no proprietary template (A5), or no or empty issuer discretionary data (BF0C).
+ * @return 0, or a positive code: 216 malformed; 212 no FCI template (6F); 213 no DF name (84) at its
+ *         start; 214 no proprietary template (A5), or no or empty issuer discretionary data (BF0C).
  */
 QUORRIN_API int64_t qPBOCProcessDDF(const uint8_t* fci, uint16_t length);
 
 /* ============================== Processing options and record reading ============================== */
 
 /*
- * Keyed value text: items of a key letter, three decimal digits that count the characters of the
- * value, and the value: hex digits, or raw text. Spaces before an item are ignored.
+ * Keyed value text: items of a key letter, three decimal digits that count the characters of the value,
+ * and the value: hex digits, or raw text. Spaces before an item are ignored.
  *
  *     P012000000001000S006250101T00200
  */
 
-/** Row of a key table. A table of the host's own ends with a row whose key is a space. */
+/** Row of a key table. A host's own table ends with a row whose key is a space. */
 typedef struct QuorrinKeyRow {
     char key;
-    uint8_t tag[3];      /* left-aligned */
-    uint8_t tagLen;      /* 1 or 2 */
-    uint8_t hexFlag;     /* 1: the value travels as hex digits; 0: raw */
-    uint8_t getDataFlag; /* 1: the element is fetched with GET DATA */
+    uint8_t tag[3];      /**< left-aligned */
+    uint8_t tagLen;      /**< 1 or 2 */
+    uint8_t hexFlag;     /**< 1: the value travels as hex digits; 0: raw */
+    uint8_t getDataFlag; /**< 1: the element is fetched with GET DATA */
 } QuorrinKeyRow;
 
 /**
- * Terminal data, no end row: P amount authorised 9F02 (12 digits), Q other amount 9F03 (12), R
- * currency code 5F2A (4), S date 9A (6), T transaction type 9C (2), U time 9F21 (6), V merchant
- * name and location 9F4E (raw, 1 to 256 characters; a value length counts in 8 bits).
+ * Keys of terminal data, without an end row:
+ *     P  9F02  amount, authorised           12 digits
+ *     Q  9F03  amount, other                12 digits
+ *     R  5F2A  transaction currency code     4 digits
+ *     S  9A    transaction date              6 digits, YYMMDD
+ *     T  9C    transaction type              2 digits
+ *     U  9F21  transaction time              6 digits, HHMMSS
+ *     V  9F4E  merchant name and location    1 to 255 characters, raw
  */
 QUORRIN_API extern const QuorrinKeyRow TagMapPDolTerData[7];
 
-/** The value of a text's first three characters as decimal digits; 0 when they are not all digits.
- */
+/** The first three characters of a text as a decimal number; 0 when they are not all digits. */
 QUORRIN_API int32_t strToInt(const char* text);
 
 /**
@@ -1503,8 +1508,8 @@ QUORRIN_API int32_t strToInt(const char* text);
 QUORRIN_API int32_t getTagMapSub(uint8_t key, uint8_t* row, const QuorrinKeyRow* table);
 
 /**
- * Stores the value of one item of keyed value text. An odd number of hex digits gets a leading
- * zero; a length of 0, or one that is not all digits, stores nothing.
+ * Stores the value of one item of keyed value text. An odd number of hex digits gets a leading zero; a
+ * length of 0, or one that is not all digits, stores nothing. Lengths above 255 count modulo 256.
  * @return 0, -31 for an unknown key, else the code of emvSetDataElement.
  */
 QUORRIN_API int32_t parsBankTagList(const char* item, const QuorrinKeyRow* table);
@@ -1523,17 +1528,17 @@ QUORRIN_API void setTermDataBeforeGPO(void);
  * stores AIP and AFL.
  * @param text   terminal data as keyed value text, or null. A bad item ends it without an error.
  * @param table  key table of the text.
- * @return 0, or -107: the PDOL data cannot be built, or the answer does not hold AIP and AFL. A
- * card's refusal is -107 too; its status word is in CARD_SW1 and CARD_SW2.
+ * @return 0, or -107 when the PDOL data cannot be built or emvExtractAipAfl does not take the answer. A
+ *         card's refusal is -107 too; its status word is in CARD_SW1 and CARD_SW2.
  */
 QUORRIN_API int64_t emvGPO(int64_t handle, const char* text, const QuorrinKeyRow* table);
 
 /**
  * Stores AIP and AFL from an answer to GET PROCESSING OPTIONS, format 1 (80) or format 2 (77). A
  * format 2 answer may lack them.
- * @return 0; -27 another template; -28 format 2 with an object that the store refuses or that is
- * malformed; -29 an AFL, -30 an AIP was present before a format 1 answer; -31 empty, too short,
- * malformed or mostly padding.
+ * @return 0; -27 another template; -28 a format 2 answer that is malformed or holds an element that the
+ *         store refuses; -29 format 1, an AFL was present before; -30 format 1, an AIP was present
+ *         before; -31 empty, mostly padding, or format 1 too short or malformed.
  */
 QUORRIN_API int32_t emvExtractAipAfl(const uint8_t* response, uint16_t length);
 
@@ -1547,25 +1552,34 @@ QUORRIN_API int64_t emvReadICCard(int64_t handle);
 /* ============================== Card holder information ============================== */
 
 /**
- * Card holder data, no end row: A PAN 5A, B name 5F20 (raw), C ID type 9F62, D ID number 9F61
- * (raw), E electronic cash balance 9F79, F balance limit 9F77, G single transaction limit 9F78, H
- * currency code 9F42, I expiration date 5F24, J PAN sequence number 5F34, K track 2 57, L track 1
- * discretionary data 9F1F (raw). E, F and G are fetched with GET DATA.
+ * Keys of card holder data, without an end row. Those marked * are fetched with GET DATA.
+ *     A   5A    PAN                              hex digits
+ *     B   5F20  card holder name                 raw
+ *     C   9F62  card holder ID type              hex digits
+ *     D   9F61  card holder ID number            raw
+ *     E*  9F79  electronic cash balance          hex digits
+ *     F*  9F77  electronic cash balance limit    hex digits
+ *     G*  9F78  single transaction limit         hex digits
+ *     H   9F42  application currency code        hex digits
+ *     I   5F24  application expiration date      hex digits, YYMMDD
+ *     J   5F34  PAN sequence number              hex digits
+ *     K   57    track 2 equivalent data          hex digits
+ *     L   9F1F  track 1 discretionary data       raw
  */
 QUORRIN_API extern const QuorrinKeyRow TagMapgetIccInfo[12];
 
 /**
  * Reads card holder data in one call: selects the application, gets its processing options without
- * terminal data, reads its records and packs what the host asks for (see packUserInfo).
- * @param aidHex  as emvSelectAid.
- * @return 0, -14 for null keys or out, else the failure of emvSelectAid, emvGPO or emvReadICCard.
+ * terminal data, reads its records and packs what the host asks for.
+ * @param aidHex     as for emvSelectAid.
+ * @param keys, out  as for packUserInfo.
+ * @return 0; -14 for null keys or out; else the failure of emvSelectAid, emvGPO or emvReadICCard.
  */
 QUORRIN_API int64_t getIccInfo(int64_t handle, const char* aidHex, const char* keys, char* out);
 
 /**
- * Packs stored elements as keyed value text, in the order of the key letters, fetching E, F and G
- * from the card in ReaderHandle. Unknown letters and absent elements are left out, as is an item
- * that does not fit.
+ * Packs stored elements as keyed value text, in the order of the key letters. Unknown letters and absent
+ * elements are left out, as is an item that does not fit.
  * @param keys  letters of TagMapgetIccInfo, with terminator.
  * @param out   up to 2048 characters, without terminator: zero it first.
  * @return 0.
@@ -1573,10 +1587,9 @@ QUORRIN_API int64_t getIccInfo(int64_t handle, const char* aidHex, const char* k
 QUORRIN_API int32_t packUserInfo(const char* keys, char* out);
 
 /**
- * Fetches one element with GET DATA (EMV book 3, 6.5.7) from the card in ReaderHandle into the
- * store.
- * @return 0; -107 for a tag length other than 1 or 2 or an answer that the store refuses; else a
- * code of TransRetCodeNoMsg.
+ * Fetches one element with GET DATA (EMV book 3, 6.5.7) into the store, from the card in ReaderHandle.
+ * @return 0; -107 for a tag length other than 1 or 2, or an answer that is malformed or that the store
+ *         refuses; else a code of TransRetCodeNoMsg.
  */
 QUORRIN_API int32_t emvGetDataCmd(const uint8_t* tag, uint8_t tagLen);
 
@@ -1687,28 +1700,29 @@ QUORRIN_API int64_t PackTrsData(const uint8_t* format, uint32_t formatLen, const
 /* ============================== PAN and name ============================== */
 
 /**
- * Reads card number and card holder name all by itself: opens the reader, powers the card, selects
- * the first application of the directory, reads its records, powers the card down and closes the
- * reader.
+ * Reads card number and card holder name all by itself: opens the reader, finds and powers the card,
+ * selects the first application of its directory, reads the records, powers the card down and closes
+ * the reader.
  * @param cardKind  0 contact, 1 contactless, 2 contactless first, then contact.
  * @param port      kept in EG_port.
- * @param pan       receives the PAN as hex text, up to 20 characters: zero it first, with room
- * for 21.
- * @param panLen    receives the number of digits of a PAN that is padded with "F" (the pad becomes
- * the terminator). It is left alone for any other: preset it.
- * @param name      receives the name's bytes, up to 252, without terminator; left alone when there
- * is none.
+ * @param pan       at least 21 bytes, zeroed by the caller; receives the PAN as hex text, up to 20
+ *                  characters.
+ * @param panLen    receives the number of digits of a PAN that ends with an "F" pad, which becomes the
+ *                  terminator. It is left alone otherwise: preset it.
+ * @param name      receives the name's bytes, up to 252, without terminator; left alone when there is
+ *                  none.
  * @param nameLen   receives the name's length, 0 when there is none.
- * @return 0; -1 for another card kind and -14 for a null pointer, with the reader not touched; a
- * code of icBandkCardPowerUp, with the reader closed; else a failure of getIcAPNName, with the
- * reader left open and the card powered: finish with CloseAllDevice.
+ * @return 0. With the reader not touched: -1 for another card kind, -14 for a null pointer. With the
+ *         reader closed: a code of icBandkCardPowerUp. With the reader open and the card powered, to
+ *         be ended with CloseAllDevice: a failure of getIcAPNName.
  */
 QUORRIN_API int32_t ICRT_GetICPanName(int32_t cardKind, int32_t port, char* pan, int32_t* panLen,
                                       uint8_t* name, uint8_t* nameLen);
 
 /**
- * The same on a card that is powered already, with trace lines "getIcAPNName N" on standard output.
- * @return 0, -14 for a null pointer, else the failure of emvSelectAid, emvGPO or emvReadICCard.
+ * The same on a card that is powered already. Lines "getIcAPNName N" on standard output tell how far it
+ * came: N is 1596 at the selection (1601 it failed), 1605 at the processing options (1609 they failed).
+ * @return 0; -14 for a null pointer; else the failure of emvSelectAid, emvGPO or emvReadICCard.
  */
 QUORRIN_API int64_t getIcAPNName(int64_t handle, char* pan, int32_t* panLen, uint8_t* name,
                                  uint8_t* nameLen);

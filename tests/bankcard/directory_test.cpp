@@ -267,6 +267,9 @@ constexpr RecordCase fci_cases[] = {
     {"padding instead of A5", "6F[ 84[A0] FF ]", 214, "", 0},
     {"padding before A5", "6F[ 84[A0] 00 A5[ BF0C[ 61[ 4F[A000000001] ] ] ] ]", 214, "", 0},
     {"A5 beyond its template", "6F 05 84[A0] A5 08 BF0C[ 61[ 4F[A0] ] ]", 214, "", 0},
+    // The object after the template makes A5 fit into the FCI.
+    {"A5 longer than the rest of its template",
+     "6F 0E 84[A0] A5 10 BF0C[ 61[ 4F[A0] ] ] 00 50['SEVEN..']", 214, "", 0},
     {"empty A5", "6F[ 84[A0] A5[] ]", 214, "", 0},
     {"no BF0C", "6F[ 84[A0] A5[ 50['X'] 88[01] ] ]", 214, "", 0},
     {"BF0C deeper", "6F[ 84[A0] A5[ 73[ BF0C[ 61[ 4F[A000000001] ] ] ] ] ]", 214, "", 0},
@@ -302,6 +305,12 @@ TEST_F(DirectoryFci, StepsOverWhatDoesNotParseBySizesDecodedSoFar) {
         {"00 at the end of the entries", "6F[ 84[A0] A5[ BF0C[ 61[ 4F[A1] ] 00 ] ] ]", 0, "A1"},
         {"00 before an entry: over the end",
          "6F[ 84[A0] A5[ BF0C[ 61[ 4F[A1] ] 00 61[ 4F[A2] ] ] ] ]", 0, "A1"},
+        // Well formed as a flat string: what the entry lacks follows the template.
+        {"entry longer than its BF0C", "6F[ 84[A0] A5[ BF0C 02 6107 ] ] 4F[A000000001]", 0, ""},
+        // After the FF, 81 81 81 is an object of 129 bytes, and another one follows. From the FF on
+        // it is a tag without an end, whose 256 bytes count as none.
+        {"no size at all: the end", "6F[ 84[A0] A5[ FF 81*254 00 00*9 BF0C[ 61[ 4F[A0] ] ] ] ]",
+         214, ""},
     };
     for (const auto& [what, fci, result, list] : cases) {
         clear_list();

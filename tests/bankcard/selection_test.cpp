@@ -133,24 +133,34 @@ TEST_F(SelectAid, TakesAnAnswerWithoutData) {
     EXPECT_EQ(present_elements(), Elements{});
 }
 
-TEST_F(SelectAid, RefusesAMalformedFci) {
+TEST_F(SelectAid, RefusesAMalformedFciAndStoresNothingOfIt) {
     const std::pair<const char*, const char*> cases[] = {
         {"template longer than the answer", "6F10 8408A000000333010101"},
-        {"element longer than the answer", "6F[ 84 10 A000000333 ]"},
+        {"element longer than the answer", "84[A000000333010101] 6F[ 84 10 A000000333 ]"},
         {"tag without an end", "6F[ 84[A000000333010101] ] 9F"},
         {"tag with a zero byte", "6F[ 84[A000000333010101] 9F00 01 00 ]"},
         {"no length", "6F[ 84[A000000333010101] ] 84"},
-        {"indefinite length", "6F80 8408A000000333010101 0000"},
+        {"indefinite length", "84[A000000333010101] 6F80 8408A000000333010101 0000"},
         {"length of a length beyond the answer", "6F[ 84[A000000333010101] ] 84 83 01"},
-        {"value of 64 KiB", "6F82FFFF 8400"},
+        {"value of 64 KiB", "84[A000000333010101] 6F82FFFF 8400"},
+    };
+    for (const auto& [what, fci] : cases) {
+        insert(card_with_fci(fci));
+        EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), -107) << what;
+        EXPECT_EQ(commands().size(), 1u) << what;
+        EXPECT_EQ(present_elements(), Elements{}) << what;
+    }
+}
+
+TEST_F(SelectAid, RefusesAnFciThatTheStoreRefuses) {
+    const std::pair<const char*, const char*> cases[] = {
         {"DF name too short for an AID", "6F[ 84[A0000003] ]"},
         {"DF name too long for an AID", "6F[ 84[A0*17] ]"},
-        {"element that no FCI template may carry whole", "70[ 4F[A000000333010101] ]"},
+        {"AID in a record template", "70[ 4F[A000000333010101] ]"},
         // Well formed as a flat string, but the nested object ends after its template.
         {"element beyond its template", "6F[ A502 5004 ] 44454249"},
     };
     for (const auto& [what, fci] : cases) {
-        emvClrIccAndTermData();
         insert(card_with_fci(fci));
         EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), -107) << what;
         EXPECT_EQ(commands().size(), 1u) << what;
