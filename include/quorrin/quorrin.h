@@ -1388,9 +1388,9 @@ QUORRIN_API int32_t emvScriptProcess(uint8_t phase);
  * commands 86. Stores the identifier and notes it in the current result entry.
  * @param scriptObject  the whole object with tag and length.
  * @param size          its size in bytes.
- * @return 0 valid; -31 malformed somewhere, -29 malformed content, -28 an object that does not belong
- *         there: these three are recorded in the TVR and in the current result entry; -30 not a
- *         script, or not of this size: nothing is recorded.
+ * @return 0 valid; -31 malformed somewhere, -29 malformed content, -28 an object that does not
+ *         belong there: these three are recorded in the TVR and in the current result entry; -30 not
+ *         a script, or not of this size: nothing is recorded.
  */
 QUORRIN_API int32_t emvCheckIssuerScript(const uint8_t* scriptObject, uint16_t size);
 

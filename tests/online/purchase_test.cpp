@@ -89,6 +89,11 @@ std::string script_buffer() {
 
 class Purchase : public LibraryTest {
   protected:
+    Purchase() {
+        emvClrIccAndTermData();
+        gucGetArqcFlag = 0;
+    }
+
     static bool is_announcement(const Bytes& card_answer) {
         return card_answer.size() == 2 && card_answer[0] == 0x61;
     }
@@ -138,7 +143,6 @@ class Purchase : public LibraryTest {
 };
 
 TEST_F(Purchase, RunsFromOpeningToClosingTheReader) {
-    gucGetArqcFlag = 0;
     reader().power_on[0x01] = answer("3B024142");
     for (const Exchange& exchange : exchanges) {
         reader().answers.push_back(answer(card_bytes(exchange.answer)));
