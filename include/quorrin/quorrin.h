@@ -1389,8 +1389,8 @@ QUORRIN_API int32_t emvScriptProcess(uint8_t phase);
  * @param scriptObject  the whole object with tag and length.
  * @param size          its size in bytes.
  * @return 0 valid; -31 malformed somewhere, -29 malformed content, -28 an object that does not
- *         belong there: these three are recorded in the TVR and in the current result entry; -30 not
- *         a script, or not of this size: nothing is recorded.
+ *         belong there: these three are recorded in the TVR and in the current result entry; -30
+ *         not a script, or not of this size: nothing is recorded.
  */
 QUORRIN_API int32_t emvCheckIssuerScript(const uint8_t* scriptObject, uint16_t size);
 
@@ -1619,8 +1619,8 @@ QUORRIN_API int64_t getARQC(int64_t handle, const char* terminalData, const char
 /**
  * Asks the card for an ARQC (EMV book 3, 6.5.5) with the data that its CDOL1 lists, and stores what
  * it answers.
- * @return 0; 238 when the card has no CDOL1; 208 when the data exceed 256 bytes or the answer cannot
- *         be read; else the code of the card's refusal.
+ * @return 0; 238 when the card has no CDOL1; 208 when the data exceed 256 bytes or the answer
+ *         cannot be read; else the code of the card's refusal.
  */
 QUORRIN_API int64_t emvGACFrist(int64_t handle);
 
@@ -1636,8 +1636,8 @@ QUORRIN_API void emvGACSecond(void);
  * @param unused      not read.
  * @param issuerText  the issuer's answer as hex text of at most 1024 characters (see
  *                    emvExtractIssuerData).
- * @return -120 when no ARQC was obtained, -14 for a null text, -23 for one that is too long; else 0,
- *         whatever the card answers: the TVR, the TSI and the script results say what happened.
+ * @return -120 when no ARQC was obtained, -14 for a null text, -23 for one that is too long; else
+ *         0, whatever the card answers: the TVR, the TSI and the script results say what happened.
  */
 QUORRIN_API int64_t ARPCExeScript(int64_t handle, int64_t unused, const char* issuerText);
 
@@ -1652,18 +1652,19 @@ QUORRIN_API int64_t emvExternalAuthenticate(int64_t handle);
 
 /**
  * Reads the card's transaction log as text: the length of the first record's text in three digits,
- * then the texts of all records read, back to back (see PackTrsData). The data element store is left
- * alone.
+ * then the texts of all records read, back to back (see PackTrsData). The data element store is
+ * left alone.
  * @param logType   2 the load log (DF4F, DF4D); any other value the transaction log (9F4F, 9F4D).
- * @param selector  1 to 10 reads that record only; 0 or more than 10 reads all; negative reads none.
+ * @param selector  1 to 10 reads that record only; 0 or more than 10 reads all; negative reads
+ *                  none.
  * @param aidHex    AID as hex text; null or empty takes the first application of the card's
  *                  directory. A text of 100 characters or more, or an AID of more than 20 bytes
  *                  (once the card has accepted it), stops the process.
  * @param out       zeroed by the caller; 128 characters a record do for merchant names of 20 bytes,
  *                  255 in any case, and three more for the length.
- * @return 0, also when nothing is selected or the log is empty; -14 for a null buffer; -106 when the
- *         application names no log; -107 when a record cannot be formatted; else the code of the
- *         card's refusal. What was read before a failure stays in the text.
+ * @return 0, also when nothing is selected or the log is empty; -14 for a null buffer; -106 when
+ *         the application names no log; -107 when a record cannot be formatted; else the code of
+ *         the card's refusal. What was read before a failure stays in the text.
  */
 QUORRIN_API int64_t GetIcBankCardTrDetail(int32_t logType, int64_t handle, int32_t selector,
                                           const char* aidHex, char* out);
