@@ -102,9 +102,7 @@ class TemplateSet {
     constexpr bool is_too_long() const { return (bits_ & too_long) != 0; }
 
     // FCI and directory templates, which carry elements that belong elsewhere on many cards.
-    constexpr bool drops_misplaced_elements() const {
-        return (bits_ & (bit_of(0x6F) | bit_of(0x73) | bit_of(0xA5) | fci_discretionary)) != 0;
-    }
+    constexpr bool drops_misplaced_elements() const;
 
   private:
     explicit constexpr TemplateSet(unsigned bits) : bits_(static_cast<std::uint16_t>(bits)) {}
@@ -143,6 +141,11 @@ class TemplateSet {
 
     std::uint16_t bits_ = 0;
 };
+
+constexpr bool TemplateSet::drops_misplaced_elements() const {
+    constexpr unsigned dropping = bit_of(0x6F) | bit_of(0x73) | bit_of(0xA5) | fci_discretionary;
+    return (bits_ & dropping) != 0;
+}
 
 inline constexpr std::array<std::uint16_t, 256> TemplateSet::bits_of_byte = [] {
     std::array<std::uint16_t, 256> bits{};
@@ -194,7 +197,10 @@ class TagIndex {
 
     constexpr std::uint8_t find(std::uint8_t tag) const { return entries_[place(tag)]; }
     constexpr std::uint8_t find(std::uint8_t first, std::uint8_t second) const {
-        return announces_second_byte(first) ? entries_[place(first, second)] : std::uint8_t{0};
+        if (!announces_second_byte(first)) [[unlikely]] {
+            return 0;
+        }
+        return entries_[place(first, second)];
     }
 
   private:

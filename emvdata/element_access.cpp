@@ -1,5 +1,7 @@
 // The exported access to the store by tag.
 
+#include <array>
+
 #include "emvdata/element_store.hpp"
 #include "tlv/host_bytes.hpp"
 
@@ -13,6 +15,21 @@ Bytes host_template(const std::uint8_t* tag, std::size_t length) {
     return is_missing(tag, length) ? Bytes(unnamed).first(std::min(length, sizeof unnamed))
                                    : host_bytes(tag, length);
 }
+
+// Where each slot stands, as lookups report it.
+struct Place {
+    std::uint8_t table;
+    std::uint8_t row;
+};
+constexpr auto places = [] {
+    std::array<Place, card_rows + terminal_rows + 1> all{};
+    for (std::size_t number = 0; number < all.size(); ++number) {
+        const Slot slot = Slot::numbered(static_cast<std::uint8_t>(number));
+        all[number] = {static_cast<std::uint8_t>(slot.table()),
+                       static_cast<std::uint8_t>(slot.row())};
+    }
+    return all;
+}();
 
 // What emvGetDataElementLength and its setter select.
 std::uint16_t* selected_length(QuorrinDataElement& element, std::uint8_t which) {
@@ -36,11 +53,11 @@ std::uint8_t emvFindDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
     if (wanted.empty() || wanted.size() > 2) {
         return static_cast<std::uint8_t>(Table::none);
     }
-    const Slot slot = find_slot(wanted);
+    const Place place = places[find_slot(wanted).number()];
     if (rowOut != nullptr) {
-        *rowOut = slot.row();
+        *rowOut = place.row;
     }
-    return static_cast<std::uint8_t>(slot.table());
+    return place.table;
 }
 
 std::int32_t emvCheckTemplate(const std::uint8_t* templateTag, std::uint8_t templateLen,
