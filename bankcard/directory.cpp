@@ -5,6 +5,7 @@
 #include "bankcard/flow_codes.hpp"
 #include "quorrin/quorrin.h"
 #include "tlv/ber_tlv.hpp"
+#include "tlv/host_bytes.hpp"
 
 namespace quorrin {
 namespace {
@@ -115,14 +116,14 @@ std::int64_t append_applications_of_fci(tlv::Bytes fci) {
 using namespace quorrin;
 
 std::int64_t emvProcessSFIofDDF(const std::uint8_t* record, std::uint16_t length) {
-    if (record == nullptr && length > 0) {
+    if (is_missing(record, length)) {
         return code::data_malformed;
     }
     return append_applications_of_record({record, length});
 }
 
 std::int64_t qPBOCProcessDDF(const std::uint8_t* fci, std::uint16_t length) {
-    if (fci == nullptr && length > 0) {
+    if (is_missing(fci, length)) {
         return fci_malformed;
     }
     return append_applications_of_fci({fci, length});

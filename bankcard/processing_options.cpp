@@ -11,6 +11,7 @@
 #include "quorrin/quorrin.h"
 #include "tlv/ber_tlv.hpp"
 #include "tlv/dol.hpp"
+#include "tlv/host_bytes.hpp"
 
 namespace quorrin {
 namespace {
@@ -137,5 +138,5 @@ std::int64_t emvGPO(std::int64_t handle, const char* text, const QuorrinKeyRow* 
 }
 
 std::int32_t emvExtractAipAfl(const std::uint8_t* response, std::uint16_t length) {
-    return store_options({response, response != nullptr ? length : std::size_t{0}});
+    return store_options(host_bytes(response, length));
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -58,6 +59,14 @@ inline std::map<std::string, std::string> present_elements() {
 
 inline std::string candidates() {
     return {gucAidList, gucAidListLen};
+}
+
+// A test name from what a case says about itself.
+inline std::string test_name(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0; }, '_');
+    return text;
 }
 
 using Commands = std::vector<std::string>;

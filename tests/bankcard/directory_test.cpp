@@ -100,7 +100,7 @@ constexpr RecordCase record_cases[] = {
 // clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Records, DirectoryRecord, testing::ValuesIn(record_cases),
-                         [](const auto& test) { return "Case" + std::to_string(test.index); });
+                         [](const auto& test) { return test_name(test.param.what); });
 
 TEST_F(Directory, DeliberatelyTakesAnAidThatIsNotAlone) {
     const std::tuple<const char*, const char*, const char*> cases[] = {
@@ -282,7 +282,7 @@ constexpr RecordCase fci_cases[] = {
 // clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Fcis, DirectoryFci, testing::ValuesIn(fci_cases),
-                         [](const auto& test) { return "Case" + std::to_string(test.index); });
+                         [](const auto& test) { return test_name(test.param.what); });
 
 TEST_F(DirectoryFci, DeliberatelyLooksForBf0cBeyondA5) {
     EXPECT_EQ(

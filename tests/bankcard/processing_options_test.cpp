@@ -328,7 +328,7 @@ const AnswerCase answer_cases[] = {
 // clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Answers, OptionsAnswer, testing::ValuesIn(answer_cases),
-                         [](const auto& test) { return "Case" + std::to_string(test.index); });
+                         [](const auto& test) { return test_name(test.param.what); });
 
 class StoredOptions : public BankCardTest {
   protected:

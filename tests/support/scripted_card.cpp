@@ -53,6 +53,11 @@ ScriptedCard& ScriptedCard::at_step(std::size_t step, Answer given) {
     return *this;
 }
 
+ScriptedCard& ScriptedCard::otherwise(Answer given) {
+    otherwise_ = std::move(given);
+    return *this;
+}
+
 Answer ScriptedCard::exchange(const Bytes& command) {
     if (const auto found = at_step_.find(step_++); found != at_step_.end()) {
         return found->second;
@@ -72,6 +77,9 @@ Answer ScriptedCard::exchange(const Bytes& command) {
                                candidate.is_select();
         return reachable && candidate.matches(command);
     });
+    if (row == rows_.end() && otherwise_) {
+        return *otherwise_;
+    }
     if (row == rows_.end()) {
         ADD_FAILURE() << "the card has no row for " << to_hex(command);
         return answer("6F00");

@@ -16,6 +16,7 @@
 
 #include <deque>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +43,9 @@ class ScriptedCard {
     // Answers the command of this number, counted from 0 at the last insert(), with this answer.
     ScriptedCard& at_step(std::size_t step, Answer answer);
 
+    // Answers commands without a row, which then do not fail the test.
+    ScriptedCard& otherwise(Answer answer);
+
     Answer exchange(const Bytes& command);
 
   private:
@@ -62,6 +66,7 @@ class ScriptedCard {
     std::vector<Row> overriding_;
     std::deque<Row> once_;
     std::map<std::size_t, Answer> at_step_;
+    std::optional<Answer> otherwise_;
     std::size_t step_ = 0;
     int selected_ = 0;
 };
