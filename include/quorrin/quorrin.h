@@ -1342,6 +1342,74 @@ QUORRIN_API int32_t dolCheckTagInDol(const uint8_t* tag, uint8_t tagLen, const u
 
 /* ============================== Issuer data and scripts ============================== */
 
+/*
+ * The issuer's answer (EMV book 3, 10.9 and 10.10): response code 8A, authorisation code 89,
+ * authentication data 91 and issuer scripts, templates 71 and 72.
+ *
+ * Collected scripts stand in gl_Iss_Script: their number, then each script behind its size in one
+ * byte, then one zero byte. Scripts 71 and 72 stand there together, in received order, 256 bytes in
+ * all at most.
+ *
+ * Script results stand in gl_Iss_ScriptRslt, up to 12 entries of 5 bytes counted by
+ * gl_Iss_NumScriptRslt (EMV book 4, annex A5): high nibble 0 not performed, 1 failed, 2 successful;
+ * low nibble the number of the failing command, 0 when not given, 15 for 15 and more; then the
+ * 4-byte script identifier, zeros when the script has none. A failure also sets TVR byte 5 bit 6
+ * (scripts 71) or bit 5 (72); processing sets TSI byte 1 bit 3.
+ */
+
+/**
+ * 1 when emvCheckIssuerScript has stored the current script's identifier 9F18 and noted it in the
+ * current result entry; emvScriptProcess clears it before each script.
+ */
+QUORRIN_API extern uint8_t gl_cScptIDExist;
+
+/**
+ * Takes the issuer's answer apart and stores it. 8A and 89 count at its start only, in that order;
+ * the first 91 and all scripts are taken from anywhere after. Elements of a wrong length are left
+ * out, and so are all scripts when they exceed 256 bytes together.
+ * @param data    BER-TLV objects; 00 and FF between them are not padding here.
+ * @param length  at most 512; nothing is stored from more.
+ * @return 0 always.
+ */
+QUORRIN_API int32_t emvExtractIssuerData(const uint8_t* data, uint16_t length);
+
+/**
+ * Runs the collected scripts of one kind: checks every script, sends the commands of the valid ones
+ * to the user's card in ReaderHandle, whatever the card answers to them, and records the outcome in
+ * the script results, the TVR and the TSI. Scripts of both kinds count against the limit of 128
+ * bytes (EMV book 3, 10.10); those beyond it are not run.
+ * @param phase  1 for the scripts 71, 2 for the scripts 72.
+ * @return 0 always.
+ */
+QUORRIN_API int32_t emvScriptProcess(uint8_t phase);
+
+/**
+ * Checks one script: a well-formed template 71 or 72 that holds at most one identifier 9F18 and
+ * commands 86. Stores the identifier and notes it in the current result entry.
+ * @param scriptObject  the whole object with tag and length.
+ * @param size          its size in bytes.
+ * @return 0 valid; -31 malformed somewhere, -29 malformed content, -28 an object that does not
+ *         belong there: these three are recorded in the TVR and in the current result entry; -30
+ *         not a script, or not of this size: nothing is recorded.
+ */
+QUORRIN_API int32_t emvCheckIssuerScript(const uint8_t* scriptObject, uint16_t size);
+
+/**
+ * Sends the commands of one script template to the user's card in ReaderHandle and writes the
+ * current result entry. Objects other than 9F18 and 86 are stepped over.
+ * @param value   the template's value.
+ * @param length  its length in bytes.
+ * @return 0 all commands sent; -30 a malformed object, -29 a command of less than four bytes; the
+ *         commands before it have been sent. -30 also for a null pointer.
+ */
+QUORRIN_API int32_t emvIssuerCommandProcess(const uint8_t* value, uint16_t length);
+
+/**
+ * Marks what a GENERATE AC answers as absent: 9F27, 9F26, 9F36, 9F10 and 9F4B. Clears the card ATC
+ * error flag.
+ */
+QUORRIN_API void emvInitGACData(void);
+
 /* ============================== Application selection ============================== */
 
 /**
@@ -1527,9 +1595,108 @@ QUORRIN_API int32_t emvGetDataCmd(const uint8_t* tag, uint8_t tagLen);
 
 /* ============================== First GENERATE AC ============================== */
 
+/**
+ * 1 once getARQC has succeeded; never cleared afterwards. ARPCExeScript refuses any other value.
+ */
+QUORRIN_API extern uint8_t gucGetArqcFlag;
+
+/**
+ * Runs a transaction up to the first GENERATE AC: selection, GET PROCESSING OPTIONS, records,
+ * cryptogram.
+ * @param terminalData  keyed value text with the transaction's terminal data for TagMapPDolTerData;
+ *                      null for none.
+ * @param aidHex        AID as hex text; null or empty takes the first application of the card's
+ *                      directory.
+ * @param cryptogram    receives the application cryptogram, 16 hex characters.
+ * @param cdol2         receives the card's CDOL2 itself, a list of tags and lengths, as hex text of
+ *                      up to 504 characters; left alone when the card has none.
+ * @return 0 when the card gave a cryptogram of any kind (look at 9F27); the codes of emvSelectAid,
+ *         emvGPO, emvReadICCard and emvGACFrist. On failure both texts are left alone.
+ */
+QUORRIN_API int64_t getARQC(int64_t handle, const char* terminalData, const char* aidHex,
+                            char* cryptogram, char* cdol2);
+
+/**
+ * Asks the card for an ARQC (EMV book 3, 6.5.5) with the data that its CDOL1 lists, and stores what
+ * it answers.
+ * @return 0; 238 when the card has no CDOL1; 208 when the data exceed 256 bytes or the answer
+ *         cannot be read; else the code of the card's refusal.
+ */
+QUORRIN_API int64_t emvGACFrist(int64_t handle);
+
+/** Does nothing: the second GENERATE AC is not part of this library's transactions. */
+QUORRIN_API void emvGACSecond(void);
+
 /* ============================== Issuer's answer ============================== */
 
+/**
+ * Takes the issuer's answer to the card after a successful getARQC: stores it, sends EXTERNAL
+ * AUTHENTICATE, runs the scripts 71 and then the scripts 72.
+ * @param handle      reader handle for EXTERNAL AUTHENTICATE; scripts go to ReaderHandle.
+ * @param unused      not read.
+ * @param issuerText  the issuer's answer as hex text of at most 1024 characters (see
+ *                    emvExtractIssuerData).
+ * @return -120 when no ARQC was obtained, -14 for a null text, -23 for one that is too long; else
+ *         0, whatever the card answers: the TVR, the TSI and the script results say what happened.
+ */
+QUORRIN_API int64_t ARPCExeScript(int64_t handle, int64_t unused, const char* issuerText);
+
+/**
+ * Sends EXTERNAL AUTHENTICATE (EMV book 3, 6.5.4) with the stored authentication data 91, or with
+ * none when there are none.
+ * @return 0, or the code of the card's refusal.
+ */
+QUORRIN_API int64_t emvExternalAuthenticate(int64_t handle);
+
 /* ============================== Transaction log ============================== */
+
+/**
+ * Reads the card's transaction log as text: the length of the first record's text in three digits,
+ * then the texts of all records read, back to back (see PackTrsData). The data element store is
+ * left alone.
+ * @param logType   2 the load log (DF4F, DF4D); any other value the transaction log (9F4F, 9F4D).
+ * @param selector  1 to 10 reads that record only; 0 or more than 10 reads all; negative reads
+ *                  none.
+ * @param aidHex    AID as hex text; null or empty takes the first application of the card's
+ *                  directory. A text of 100 characters or more, or an AID of more than 20 bytes
+ *                  (once the card has accepted it), stops the process.
+ * @param out       zeroed by the caller; 128 characters a record do for merchant names of 20 bytes,
+ *                  255 in any case, and three more for the length.
+ * @return 0, also when nothing is selected or the log is empty; -14 for a null buffer; -106 when
+ *         the application names no log; -107 when a record cannot be formatted; else the code of
+ *         the card's refusal. What was read before a failure stays in the text.
+ */
+QUORRIN_API int64_t GetIcBankCardTrDetail(int32_t logType, int64_t handle, int32_t selector,
+                                          const char* aidHex, char* out);
+
+/**
+ * Formats one log record as text of 88 characters and two a byte of the merchant name:
+ *
+ *   position  text
+ *   0         P 012 and the amount authorised (9F02), 12 digits
+ *   16        Q 012 and the other amount (9F03), 12 digits
+ *   32        R 004 and the currency code (5F2A), 4 digits
+ *   40        S 006 and the date (9A) with century 20, 8 digits
+ *   52        T 001 and the transaction type (9C), 2 digits
+ *   58        U 003 and the time (9F21), 6 digits
+ *   68        V 004 and the terminal country code (9F1A), 4 digits
+ *   76        W, the number of bytes n in three digits and the merchant name (9F4E), 2n hex digits
+ *   80 + 2n   X 002 and the application transaction counter (9F36), 4 hex digits
+ *
+ * A field that the format does not name is zeros. A merchant name of more than 83 bytes garbles the
+ * text, whose length and positions are kept in 8 bits.
+ *
+ * @param format     the card's answer to GET DATA for its log format: 9F4F with a list of tags and
+ *                   lengths.
+ * @param record     the card's answer to READ RECORD; as many bytes are read as the format names.
+ * @param recordLen  not used.
+ * @param out        255 characters do in any case; no terminator is written.
+ * @param outLen     receives the number of characters.
+ * @return 0; -107 for a format that is malformed or gives a field another length than it must have,
+ *         and for a null pointer; nothing is written then.
+ */
+QUORRIN_API int64_t PackTrsData(const uint8_t* format, uint32_t formatLen, const uint8_t* record,
+                                uint32_t recordLen, char* out, uint32_t* outLen);
 
 /* ============================== PAN and name ============================== */
 

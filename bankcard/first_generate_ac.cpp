@@ -1,0 +1,143 @@
+// A transaction up to the first GENERATE AC, which asks the card for an authorisation request
+// cryptogram (EMV book 3, 6.5.5 and 9).
+
+#include <algorithm>
+#include <array>
+
+#include "bankcard/card_step.hpp"
+#include "emvdata/element_store.hpp"
+#include "quorrin/quorrin.h"
+#include "reader/codes.hpp"
+#include "tlv/ber_tlv.hpp"
+#include "tlv/dol.hpp"
+
+std::uint8_t gucGetArqcFlag = 0;
+
+using namespace quorrin;
+
+namespace {
+
+using tlv::Bytes;
+
+// Positive, unlike the codes of the message table: hosts test for non-zero.
+constexpr std::int64_t no_cdol1 = 238;
+constexpr std::int64_t no_cryptogram = 208;
+
+constexpr std::size_t max_cdol1_data = 256;
+constexpr std::uint8_t p1_arqc = 0x80;
+
+constexpr std::uint8_t format1_template = 0x80;
+constexpr std::uint8_t format2_template = 0x77;
+
+// A field of the value of a format 1 answer (EMV book 3, 6.5.5.4).
+struct Format1Field {
+    std::uint8_t tag[2];
+    std::size_t position;
+    std::size_t length;
+};
+constexpr Format1Field format1_fields[] = {
+    {{0x9F, 0x27}, 0, 1},  // cryptogram information data
+    {{0x9F, 0x36}, 1, 2},  // application transaction counter
+    {{0x9F, 0x26}, 3, 8},  // application cryptogram
+};
+constexpr std::uint8_t issuer_application_data[] = {0x9F, 0x10};
+constexpr std::size_t issuer_application_data_position = 11;
+constexpr std::size_t max_issuer_application_data = 32;
+
+void store_format1(const std::uint8_t (&tag)[2], Bytes value) {
+    store_element({&format1_template, 1}, tag, value);
+}
+
+std::int64_t accept_format1(Bytes answer) {
+    const tlv::Object object = tlv::read_object(answer);
+    if (!object.is_primitive() || object.value_length < issuer_application_data_position ||
+        object.value_length > issuer_application_data_position + max_issuer_application_data) {
+        return no_cryptogram;
+    }
+    const Bytes fields = answer.subspan(object.header_size());
+    for (const Format1Field& field : format1_fields) {
+        store_format1(field.tag, fields.subspan(field.position, field.length));
+    }
+    // Deliberate: all the rest of the answer is issuer application data, whatever the length field
+    // says; the store refuses more than 32 bytes.
+    const Bytes rest = fields.subspan(issuer_application_data_position);
+    if (!rest.empty()) {
+        store_format1(issuer_application_data, rest);
+    }
+    return code::success;
+}
+
+std::int64_t accept_answer(Bytes answer) {
+    if (answer.empty()) {
+        return no_cryptogram;
+    }
+    if (answer[0] == format1_template) {
+        return accept_format1(answer);
+    }
+    if (answer[0] == format2_template && store_response(answer) == store_code::success) {
+        return code::success;
+    }
+    return no_cryptogram;
+}
+
+// The list as the card gave it; its length counts in eight bits.
+Bytes cdol1() {
+    const std::size_t length = static_cast<std::uint8_t>(emvGetCDOL1Length());
+    return Bytes(gl_CDOL1).first(std::min(length, sizeof gl_CDOL1));
+}
+
+void write_hex(char* text, Bytes bytes) {
+    bcd_to_asc(text, bytes.data(), static_cast<std::int32_t>(2 * bytes.size()), 0);
+}
+
+}  // namespace
+
+std::int64_t getARQC(std::int64_t handle, const char* terminalData, const char* aidHex,
+                     char* cryptogram, char* cdol2) {
+    if (const std::int64_t result = emvSelectAid(handle, aidHex); result != code::success) {
+        return result;
+    }
+    if (const std::int64_t result = emvGPO(handle, terminalData, TagMapPDolTerData);
+        result != code::success) {
+        return result;
+    }
+    if (const std::int64_t result = emvReadICCard(handle); result != code::success) {
+        return result;
+    }
+    if (const std::int64_t result = emvGACFrist(handle); result != code::success) {
+        return result;
+    }
+    if (emvExistAC() != 0) {
+        write_hex(cryptogram, gl_AC);
+    }
+    if (emvInCDOL2() != 0) {
+        write_hex(cdol2, Bytes(gl_CDOL2).first(
+                             std::min<std::size_t>(emvGetCDOL2Length(), sizeof gl_CDOL2)));
+    }
+    // Deliberate: never cleared again, so that the issuer's answer is accepted at any later time.
+    gucGetArqcFlag = 1;
+    return code::success;
+}
+
+std::int64_t emvGACFrist(std::int64_t handle) {
+    if (emvInCDOL1() != 1) {
+        return no_cdol1;
+    }
+    // Deliberate: a CDOL1 that cannot be answered to its end is answered as far as it goes, which
+    // leaves the decision to the card.
+    std::array<std::uint8_t, max_cdol1_data> room = {};
+    const dol::Built built = dol::build(cdol1(), room);
+    if (built.result == dol::no_room) {
+        return no_cryptogram;
+    }
+    const Bytes data = Bytes(room).first(built.length);
+    emvSetGACCdolOne(data.data(), static_cast<std::uint16_t>(data.size()));
+
+    CardAnswer answer;
+    const std::int64_t result =
+        card_step(handle, {0x80, 0xAE, p1_arqc, 0x00, data, apdu_with_data_and_le}, answer);
+    return result == code::success ? accept_answer(answer.data()) : result;
+}
+
+// The second GENERATE AC is not part of this transaction.
+void emvGACSecond(void) {}
