@@ -33,6 +33,15 @@ class ExactBytes {
     std::unique_ptr<std::uint8_t[]> bytes_;
 };
 
+// 01 02 03 ...
+inline Bytes counted(std::size_t size) {
+    Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<std::uint8_t>(i + 1);
+    }
+    return bytes;
+}
+
 inline std::int32_t store(std::string_view tag, const Bytes& value,
                           std::string_view parent_template = "") {
     const ExactBytes parent(hex(parent_template));
