@@ -11,8 +11,6 @@ namespace quorrin::test {
 namespace {
 
 struct InitialImage {
-    std::vector<QuorrinDataElement> terminal{std::begin(TermDt), std::end(TermDt)};
-    std::vector<QuorrinDataElement> card{std::begin(IccDt), std::end(IccDt)};
     bool storage_is_zero = true;
     std::vector<Bytes> working;
 
@@ -33,7 +31,7 @@ struct InitialImage {
 const InitialImage initial;
 
 TEST(StoreBeforeTheFirstReset, RowsHaveNoValue) {
-    for (const auto* table : {&initial.terminal, &initial.card}) {
+    for (const auto* table : {&loaded_terminal_rows, &loaded_card_rows}) {
         for (const QuorrinDataElement& element : *table) {
             EXPECT_EQ(element.value, nullptr) << to_hex(element.tag);
             EXPECT_EQ(element.curLen, 0) << to_hex(element.tag);

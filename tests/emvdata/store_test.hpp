@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "quorrin/quorrin.h"
 #include "tests/emvdata/element_listing.hpp"
@@ -106,11 +107,16 @@ inline std::string held(const std::uint8_t* storage, std::size_t count) {
     return to_hex({storage, count});
 }
 
+// The tables as the library brings them, copied before any test runs.
+inline const std::vector<QuorrinDataElement> loaded_terminal_rows(std::begin(TermDt),
+                                                                  std::end(TermDt));
+inline const std::vector<QuorrinDataElement> loaded_card_rows(std::begin(IccDt), std::end(IccDt));
+
 class StoreTest : public testing::Test {
   protected:
     StoreTest() {
-        restore_bounds(TermDt, listed_terminal_elements);
-        restore_bounds(IccDt, listed_card_elements);
+        restore_bounds(TermDt, loaded_terminal_rows);
+        restore_bounds(IccDt, loaded_card_rows);
         for (const auto& element : listed_terminal_elements) {
             std::fill_n(element.storage, element.declared_size, std::uint8_t{0});
         }
@@ -123,10 +129,10 @@ class StoreTest : public testing::Test {
   private:
     template <std::size_t Rows>
     static void restore_bounds(QuorrinDataElement (&table)[Rows],
-                               const ListedElement (&listing)[Rows]) {
+                               const std::vector<QuorrinDataElement>& loaded) {
         for (std::size_t row = 0; row < Rows; ++row) {
-            table[row].minLen = listing[row].shortest;
-            table[row].maxLen = listing[row].longest;
+            table[row].minLen = loaded.at(row).minLen;
+            table[row].maxLen = loaded.at(row).maxLen;
         }
     }
 };
