@@ -185,12 +185,17 @@ std::int64_t IccComm(std::int64_t handle, std::int32_t kind, std::int32_t cla, s
     CARD_STATUS = 0;
     CARD_SW1 = 0;
     CARD_SW2 = 0;
-    const bool has_data = apduCase == 2 || apduCase == 3;
-    const bool has_le = apduCase == 1 || apduCase == 3;
-    const std::size_t data_size = has_data ? static_cast<std::uint8_t>(lc) : 0;
     if (respLen != nullptr) {
         *respLen = 0;
     }
+    const CardKind* card = find_card_kind(kind);
+    if (card == nullptr) {
+        return code::success;
+    }
+
+    const bool has_data = apduCase == 2 || apduCase == 3;
+    const bool has_le = apduCase == 1 || apduCase == 3;
+    const std::size_t data_size = has_data ? static_cast<std::uint8_t>(lc) : 0;
     if (resp == nullptr || respLen == nullptr || (data == nullptr && data_size > 0)) {
         CARD_STATUS = code::bad_parameter;
         return code::bad_parameter;
@@ -206,11 +211,6 @@ std::int64_t IccComm(std::int64_t handle, std::int32_t kind, std::int32_t cla, s
     }
     if (has_le) {
         command.append(le);
-    }
-
-    const CardKind* card = find_card_kind(kind);
-    if (card == nullptr) {
-        return code::success;
     }
     return Exchange(handle, *card, command, resp, respLen).run();
 }
