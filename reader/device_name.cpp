@@ -19,8 +19,9 @@ constexpr std::size_t value_size = 20;
 // file selects a port.
 constexpr std::string_view first_line{"Velmora\0COM\0A", 13};
 
-// A line as fgets leaves it. It is not cleared between lines, and the byte after a full line
-// exists.
+// A line as fgets leaves it, with a byte after a full line. Deliberate: it is not cleared between
+// lines, so that a COM line without "=" takes its value from behind the terminator: a host may get
+// the port of the line before.
 class LineReader {
   public:
     explicit LineReader(std::FILE* file) : file_(file) {}

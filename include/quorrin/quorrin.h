@@ -41,22 +41,25 @@ extern "C" {
  *
  * Codes and what to do about them:
  *     0                     success
- *    -1 ..  -15             reader or slot: wrong card type (-1), no card (-2), card not powered (-3),
- *                           card mute (-4), reader library cannot be loaded (-5), reader connection
- *                           (-11), not connected (-12), command not supported (-13), bad parameter
- *                           (-14), check error (-15)
+ *    -1 ..  -15             reader or slot: wrong card type (-1), no card (-2), card not powered
+ *                           (-3), card mute (-4), reader library cannot be loaded (-5), reader
+ *                           connection (-11), not connected (-12), command not supported (-13),
+ *                           bad parameter (-14), check error (-15)
  *   -20 ..  -52, -22xx      card, data and PIN entry codes
- *   -21504 .. -37894        the card refused a command; mostly the negated status word
+ *   -25536 .. -37894        the card refused a command; mostly the negated status word
  *                           (-27266 is 6A82)
  *   -40000                  unknown
+ *
+ * A few refusals share a code of another group: -21 is also status word 6300, -23 also 6A86, 6B00,
+ * 6E00 and 6F00, -40000 also 6400.
  */
 
 /**
  * Translates a result into a message for the host and logs it.
  *
- * Code 0 stands for the last card status word (CARD_SW1, CARD_SW2): 90 00 gives 0, writes nothing and
- * logs nothing; a known status word gives its code. Code -51 names the remaining PIN tries of a 63Cx
- * status word.
+ * Code 0 stands for the last card status word (CARD_SW1, CARD_SW2): 90 00 gives 0, writes nothing
+ * and logs nothing; a known status word gives its code; 00 00, no status word, gives -1; an unknown
+ * one gives -40000. Code -51 names the remaining PIN tries of a 63Cx status word.
  *
  * @param code  result of any operation of this library.
  * @param text  receives the UTF-8 message with terminator, at most 73 bytes; null writes nothing.
@@ -94,20 +97,28 @@ QUORRIN_API int64_t OpenDevice(const char* name, int64_t* handle);
  */
 QUORRIN_API int64_t CloseDevice(int64_t* handle);
 
-/** Powers the user card down and closes the reader in ReaderHandle. Returns CloseDevice's result. */
+/**
+ * Powers the user card (EG_nUserCardType) down and closes the reader in ReaderHandle.
+ * @return CloseDevice's result, whatever the power-down gave.
+ */
 QUORRIN_API int64_t CloseAllDevice(void);
 
 /**
  * Reads the reader's serial number.
- * @param serial  at least 32 bytes, zeroed by the caller; receives at most 32 characters without
- *                terminator.
+ * @param handle  reader handle, passed on as it is: the reader library judges it.
+ * @param serial  at least 32 bytes, zeroed by the caller; receives the first 32 characters of the
+ *                serial number at most, without terminator.
  * @return 0 on success, -14 for a null buffer, else the reader library's result.
  */
 QUORRIN_API int64_t GetDevSerial(int64_t handle, char* serial);
 
-/* Logging entry points of earlier host programs. They do nothing. */
+/** Logging entry point of earlier host programs. Does nothing; all arguments may be null or 0. */
 QUORRIN_API void WriteLog(const char* a, const char* b, int32_t c);
+
+/** Logging entry point of earlier host programs. Does nothing. */
 QUORRIN_API void WriteLogTime(void);
+
+/** Logging entry point of earlier host programs. Does nothing; all arguments may be null or 0. */
 QUORRIN_API void WriteLogEnc(const char* a, const char* b, int32_t c, int32_t d);
 
 /* ============================== Card power ==============================
@@ -126,30 +137,35 @@ QUORRIN_API extern uint8_t EG_nUserCardType;
  * @param kind    card kind.
  * @param atr     receives the answer to reset (ISO 7816-3), up to 512 bytes.
  * @param atrLen  receives its length.
- * @return 0 on success, -14 for a bad argument, else the reader library's result (0 included, when it
- *         reported no answer to reset); on failure nothing is written.
+ * @return 0 on success, -14 for a bad argument, else the reader library's result (0 included, when
+ *         it reported no answer to reset); on failure nothing is written.
  */
 QUORRIN_API int64_t PowerUp(int64_t handle, int32_t kind, uint8_t* atr, uint32_t* atrLen);
 
 /**
  * Powers the card in a slot down.
+ * @param handle  reader handle, positive.
+ * @param kind    card kind.
  * @return 0 on success, -14 for a bad argument, else the reader library's result.
  */
 QUORRIN_API int64_t PowerDown(int64_t handle, int32_t kind);
 
 /**
  * Powers the user's card and remembers in EG_nUserCardType which slot was tried last.
- * @param mode  1 contact only; 2 contactless only; 3 contact, then contactless when there is no card;
- *              4 contactless, then contact when there is no card or it does not answer.
- * @return 0 when a card answered, -14 for another mode, else the failing code. Mode 4 also returns 0
- *         when the contactless slot fails with any code other than -2 and -4.
+ * @param handle  reader handle, positive; the kind is remembered even when it is not.
+ * @param mode    1 contact only; 2 contactless only; 3 contact, then contactless when there is no
+ *                card; 4 contactless, then contact when there is no card or it does not answer.
+ * @return 0 when a card answered, -14 for another mode, else the failing code. Mode 4 also returns
+ *         0 when the contactless slot fails with any code other than -2 and -4.
  */
 QUORRIN_API int64_t FindUserCard(int64_t handle, int32_t mode);
 
 /* ============================== APDU exchange ============================== */
 
-/** Status word of the last exchange (ISO 7816-4); 00 00 when none was received. */
+/** First status byte of the last exchange, SW1 (ISO 7816-4); 00 when none was received. */
 QUORRIN_API extern uint8_t CARD_SW1;
+
+/** Second status byte of the last exchange, SW2 (ISO 7816-4); 00 when none was received. */
 QUORRIN_API extern uint8_t CARD_SW2;
 
 /** Result of the last exchange: 0 when a status word was received or nothing was sent. */
@@ -162,18 +178,19 @@ QUORRIN_API extern int64_t CARD_STATUS;
  * that the card asks for.
  *
  * @param handle    reader handle, normally ReaderHandle.
- * @param kind      card kind; any other value sends nothing and leaves result 0, status word 00 00.
+ * @param kind      card kind; any other value sends nothing and leaves result 0, status word 00 00
+ *                  and length 0, before the pointers are looked at.
  * @param cla,ins,p1,p2  command header; the low 8 bits are sent.
  * @param lc        number of command data bytes, low 8 bits.
  * @param data      the command data, lc bytes; read for apduCase 2 and 3 only.
  * @param le        expected length, low 8 bits; 0 asks for all.
- * @param apduCase  1 header and Le; 2 header, Lc and data; 3 header, Lc, data and Le; any other value
- *                  the header alone. These are not the ISO case numbers.
+ * @param apduCase  1 header and Le; 2 header, Lc and data; 3 header, Lc, data and Le; any other
+ *                  value the header alone. These are not the ISO case numbers.
  * @param resp      receives the response data without SW1 SW2, up to 1022 bytes.
  * @param respLen   receives the number of response data bytes.
  * @return 0 whenever a status word was received, whatever it is: look at CARD_SW1 and CARD_SW2. -14
- *         for a null pointer that is needed, -15 when the card's answer exceeds 1024 bytes, else the
- *         reader library's result. The same value is left in CARD_STATUS.
+ *         for a null pointer that is needed, -15 when the card's answer exceeds 1024 bytes, else
+ *         the reader library's result. The same value is left in CARD_STATUS.
  */
 QUORRIN_API int64_t IccComm(int64_t handle, int32_t kind, int32_t cla, int32_t ins, int32_t p1,
                             int32_t p2, int32_t lc, const uint8_t* data, int32_t le,
@@ -186,8 +203,8 @@ QUORRIN_API int64_t IccComm(int64_t handle, int32_t kind, int32_t cla, int32_t i
  * 0-9, A-F and a-f give values of their own. No terminator is written.
  * @param dst         (len + 1) / 2 bytes.
  * @param src         len characters.
- * @param rightAlign  non-zero puts a zero digit before an odd number of digits; otherwise one follows
- *                    them.
+ * @param rightAlign  non-zero puts a zero digit before an odd number of digits; otherwise one
+ *                    follows them.
  */
 QUORRIN_API void asc_to_bcd(uint8_t* dst, const char* src, int32_t len, uint8_t rightAlign);
 
@@ -203,8 +220,8 @@ QUORRIN_API void bcd_to_asc(char* dst, const uint8_t* src, int32_t n, uint8_t ri
 /* ============================== Data element dictionary ==============================
  *
  * Every EMV / PBOC data element lives in one storage variable; two tables describe them. A value is
- * stored right-justified with leading 00 (n), left-justified with trailing FF (cn) or left-justified with
- * trailing 00 (an, ans, b, a) in the element's longest length.
+ * stored right-justified with leading 00 (n), left-justified with trailing FF (cn) or
+ * left-justified with trailing 00 (an, ans, b, a) in the element's longest length.
  */
 
 /** One data element: a row of TermDt or IccDt (32 bytes). */
@@ -216,7 +233,7 @@ typedef struct QuorrinDataElement {
     uint8_t tag[3];       /**< tag bytes, left-aligned */
     uint8_t tagLen;       /**< number of tag bytes, 1 or 2 */
     uint8_t templates[4]; /**< templates the element may arrive in, read by templateCode */
-    uint8_t templateCode; /**< 0 any; 1 one 1-byte tag; 2 two 1-byte tags; 3 a 2-byte and a 1-byte tag */
+    uint8_t templateCode; /**< 0 any; 1 one 1-byte tag; 2 two; 3 a 2-byte and a 1-byte tag */
     uint8_t format;       /**< 1 n, 2 cn, 3 an, 4 ans, 5 b, 6 a (EMV book 3, 4.3) */
     uint8_t state;        /**< 0 absent, 1 present */
 } QuorrinDataElement;
@@ -228,8 +245,8 @@ QUORRIN_API extern QuorrinDataElement TermDt[48];
 QUORRIN_API extern QuorrinDataElement IccDt[94];
 
 /**
- * Points every row of both tables at its storage variable. Every reset does this; before the first one
- * the tables hold null pointers, a store answers -18 and a read gives padding.
+ * Points every row of both tables at its storage variable. Every reset does this; before the first
+ * one the tables hold null pointers, a store answers -18 and a read gives padding.
  */
 QUORRIN_API void emvInitDataPointer(void);
 
@@ -273,18 +290,22 @@ QUORRIN_API extern uint8_t gl_Tm_CurExp[1]; /**< Transaction currency exponent (
 QUORRIN_API extern uint8_t gl_Tm_TransDate[3]; /**< Transaction date (9A) */
 QUORRIN_API extern uint8_t gl_Tm_PINData[256]; /**< Transaction PIN data (99) */
 QUORRIN_API extern uint8_t gl_Tm_RefCurCode[2]; /**< Transaction reference currency code (9F3C) */
-QUORRIN_API extern uint8_t gl_Tm_RefCurExp[1]; /**< Transaction reference currency exponent (9F3D) */
+/** Transaction reference currency exponent (9F3D) */
+QUORRIN_API extern uint8_t gl_Tm_RefCurExp[1];
 QUORRIN_API extern uint8_t gl_Tm_TrSeqCntr[4]; /**< Transaction sequence counter (9F41) */
 QUORRIN_API extern uint8_t gl_Tm_TSI[2]; /**< Transaction status information (TSI) (9B) */
 QUORRIN_API extern uint8_t gl_Tm_TransTime[3]; /**< Transaction time (9F21) */
 QUORRIN_API extern uint8_t gl_Tm_TransType[1]; /**< Transaction type (9C) */
 QUORRIN_API extern uint8_t gl_Tm_UnPNum[4]; /**< Unpredictable number (9F37) */
-QUORRIN_API extern uint8_t gl_Iss_Script[512]; /**< Issuer script template 1 (71), shared with template 2 (72) */
+/** Issuer script template 1 (71), shared with template 2 (72) */
+QUORRIN_API extern uint8_t gl_Iss_Script[512];
 QUORRIN_API extern uint8_t gl_Tm_MchNameLoc[256]; /**< Merchant name and location (9F4E) */
-QUORRIN_API extern uint8_t gl_Tm_VisaVLP[1]; /**< Electronic cash terminal support indicator (9F7A) */
+/** Electronic cash terminal support indicator (9F7A) */
+QUORRIN_API extern uint8_t gl_Tm_VisaVLP[1];
 QUORRIN_API extern uint8_t gl_Tm_TransCateCode[1]; /**< Transaction category code (9F53) */
 QUORRIN_API extern uint8_t gl_Tm_AccountType[1]; /**< Account type (5F57) */
-QUORRIN_API extern uint8_t gl_Tm_ECTranLmt[6]; /**< Electronic cash terminal transaction limit (9F7B) */
+/** Electronic cash terminal transaction limit (9F7B) */
+QUORRIN_API extern uint8_t gl_Tm_ECTranLmt[6];
 QUORRIN_API extern uint8_t gl_Tm_ECTranPRT[4]; /**< Terminal transaction qualifiers (TTQ) (9F66) */
 QUORRIN_API extern uint8_t gl_Tm_SuppGMAlg[1]; /**< SM algorithm support indicator (DF69) */
 
@@ -325,7 +346,8 @@ QUORRIN_API extern uint8_t gl_FCIDiscData[240]; /**< FCI issuer discretionary da
 QUORRIN_API extern uint8_t gl_FCIPropTemp[256]; /**< FCI proprietary template (A5) */
 QUORRIN_API extern uint8_t gl_FCITemp[252]; /**< FCI template (6F) */
 QUORRIN_API extern uint8_t gl_IccDynNum[8]; /**< ICC dynamic number (9F4C) */
-QUORRIN_API extern uint8_t gl_PeCert[248]; /**< ICC PIN encipherment public key certificate (9F2D) */
+/** ICC PIN encipherment public key certificate (9F2D) */
+QUORRIN_API extern uint8_t gl_PeCert[248];
 QUORRIN_API extern uint8_t gl_PeExp[3]; /**< ICC PIN encipherment public key exponent (9F2E) */
 QUORRIN_API extern uint8_t gl_PeRmd[42]; /**< ICC PIN encipherment public key remainder (9F2F) */
 QUORRIN_API extern uint8_t gl_IccPkCert[248]; /**< ICC public key certificate (9F46) */
@@ -369,15 +391,18 @@ QUORRIN_API extern uint8_t gl_IC_ISSCOUNTRYCODE_A3[3]; /**< Issuer country code,
 QUORRIN_API extern uint8_t gl_IC_IssIDNumber[3]; /**< Issuer identification number (42) */
 QUORRIN_API extern uint8_t gl_IC_ECBalance[6]; /**< Electronic cash balance (9F79) */
 QUORRIN_API extern uint8_t gl_IC_ECBalanceLmt[6]; /**< Electronic cash balance limit (9F77) */
-QUORRIN_API extern uint8_t gl_IC_ECIssAuthCode[6]; /**< Electronic cash issuer authorisation code (9F74) */
-QUORRIN_API extern uint8_t gl_IC_ECSigleLmt[6]; /**< Electronic cash single transaction limit (9F78) */
+/** Electronic cash issuer authorisation code (9F74) */
+QUORRIN_API extern uint8_t gl_IC_ECIssAuthCode[6];
+/** Electronic cash single transaction limit (9F78) */
+QUORRIN_API extern uint8_t gl_IC_ECSigleLmt[6];
 QUORRIN_API extern uint8_t gl_IC_ECResetThld[6]; /**< Electronic cash reset threshold (9F6D) */
 QUORRIN_API extern uint8_t gl_IC_ECADA[4]; /**< Application default action (9F52) */
 QUORRIN_API extern uint8_t gl_IC_ECVOS[6]; /**< Available offline spending amount (9F5D) */
 QUORRIN_API extern uint8_t gl_IC_ECCAP[4]; /**< Card additional processes (9F68) */
 QUORRIN_API extern uint8_t gl_IC_ECCCVMLT[6]; /**< Card CVM limit (9F6B) */
 QUORRIN_API extern uint8_t gl_IC_ECCTQ[2]; /**< Card transaction qualifiers (CTQ) (9F6C) */
-QUORRIN_API extern uint8_t gl_IC_ECAIP[2]; /**< Application interchange profile, electronic cash (84) */
+/** Application interchange profile, electronic cash (84) */
+QUORRIN_API extern uint8_t gl_IC_ECAIP[2];
 QUORRIN_API extern uint8_t gl_IC_ECLOATC[2]; /**< Last online ATC, electronic cash (9F13) */
 QUORRIN_API extern uint8_t gl_IC_ECCAR[32]; /**< Card authentication related data (9F69) */
 QUORRIN_API extern uint8_t gl_IC_ProductLable[16]; /**< Product identification (9F63) */
@@ -385,45 +410,70 @@ QUORRIN_API extern uint8_t gl_IC_ECMCHNUM[256]; /**< Merchant number, electronic
 QUORRIN_API extern uint8_t gl_LogEntry_Load[2]; /**< Log entry, load log (DF4D) */
 
 /* Working data that no table row describes. */
+
 /** Length of the issuer scripts; kept for hosts. */
 QUORRIN_API extern uint16_t gl_Iss_ScriptLen;
-/** Answer of the first and of the second GENERATE AC, with their lengths; kept for hosts. */
+/** Answer of the first GENERATE AC; kept for hosts. */
 QUORRIN_API extern uint8_t gl_GACOne[256];
+/** Answer of the second GENERATE AC; kept for hosts. */
 QUORRIN_API extern uint8_t gl_GACTwo[256];
+/** Length of gl_GACOne. */
 QUORRIN_API extern uint16_t gl_GACOneLen;
+/** Length of gl_GACTwo. */
 QUORRIN_API extern uint16_t gl_GACTwoLen;
-/** Public key records: card key, card SM key, PIN encipherment key, each with a flag (1 = set). */
+/** Public key record of the card, in the host's own layout. */
 QUORRIN_API extern uint8_t gl_tIccPk[512];
+/** Public key record of the card for the SM algorithms, in the host's own layout. */
 QUORRIN_API extern uint8_t gl_tIccPk_GM[512];
+/** Public key record for PIN encipherment, in the host's own layout. */
 QUORRIN_API extern uint8_t gl_tPinEnPk[512];
+/** 1 when gl_tIccPk is set. */
 QUORRIN_API extern uint8_t gl_FlgIccPk;
+/** 1 when gl_tIccPk_GM is set. */
 QUORRIN_API extern uint8_t gl_FlgIccPk_GM;
+/** 1 when gl_tPinEnPk is set. */
 QUORRIN_API extern uint8_t gl_FlgPinEnPk;
-/** Command data built from the PDOL, CDOL1 and CDOL2, with their lengths. */
+/** Command data of GET PROCESSING OPTIONS, built from the PDOL. */
 QUORRIN_API extern uint8_t gl_GPOPdolData[256];
+/** Command data of the first GENERATE AC, built from CDOL1. */
 QUORRIN_API extern uint8_t gl_GACCdolOne[256];
+/** Command data of the second GENERATE AC, built from CDOL2. */
 QUORRIN_API extern uint8_t gl_GACCdolTwo[256];
+/** Length of gl_GPOPdolData. */
 QUORRIN_API extern uint16_t gl_LenGPOPdolData;
+/** Length of gl_GACCdolOne. */
 QUORRIN_API extern uint16_t gl_LenGACCdolOne;
+/** Length of gl_GACCdolTwo. */
 QUORRIN_API extern uint16_t gl_LenGACCdolTwo;
-/** Issuer script results: up to 12 entries of 5 bytes (EMV book 4, A5), and their number. */
+/** Issuer script results: up to 12 entries of 5 bytes (EMV book 4, A5). */
 QUORRIN_API extern uint8_t gl_Iss_ScriptRslt[60];
+/** Number of issuer script results. */
 QUORRIN_API extern uint8_t gl_Iss_NumScriptRslt;
-/** The terminal's default DDOL and TDOL, with their lengths. */
+/** The terminal's default DDOL. */
 QUORRIN_API extern uint8_t gl_Tm_DDOL[252];
+/** The terminal's default TDOL. */
 QUORRIN_API extern uint8_t gl_Tm_TDOL[252];
+/** Length of gl_Tm_DDOL. */
 QUORRIN_API extern uint8_t gl_Tm_LenDDOL;
+/** Length of gl_Tm_TDOL. */
 QUORRIN_API extern uint8_t gl_Tm_LenTDOL;
-/** Terminal action codes, each with a flag (1 = set by the host). */
+/** Terminal action code, denial. */
 QUORRIN_API extern uint8_t gl_TAC_Denial[5];
+/** Terminal action code, online. */
 QUORRIN_API extern uint8_t gl_TAC_Online[5];
+/** Terminal action code, default. */
 QUORRIN_API extern uint8_t gl_TAC_Default[5];
+/** 1 when the host has set gl_TAC_Denial. */
 QUORRIN_API extern uint8_t gl_FgTAC_Denial;
+/** 1 when the host has set gl_TAC_Online. */
 QUORRIN_API extern uint8_t gl_FgTAC_Online;
+/** 1 when the host has set gl_TAC_Default. */
 QUORRIN_API extern uint8_t gl_FgTAC_Default;
-/** Random transaction selection (EMV book 3, 10.6.2): threshold, target and maximum percentage. */
+/** Threshold of random transaction selection (EMV book 3, 10.6.2). */
 QUORRIN_API extern int64_t gl_lRandSltLmt;
+/** Target percentage of random transaction selection (EMV book 3, 10.6.2). */
 QUORRIN_API extern int64_t gl_lRandSltPcnt;
+/** Maximum target percentage of biased random selection (EMV book 3, 10.6.2). */
 QUORRIN_API extern int64_t gl_lBiRSltPcnt;
 /** Risk management flag. Starts as 1. */
 QUORRIN_API extern uint8_t gl_Tm_RmCheckFlg;
@@ -433,8 +483,9 @@ QUORRIN_API extern uint32_t gl_Tm_RefCurConv;
 QUORRIN_API extern uint8_t gl_Tm_CashBackFlg;
 /** Type of application cryptogram asked for. */
 QUORRIN_API extern uint8_t gl_Tm_ACType;
-/** Random number kept for the host, with its flag. */
+/** Random number kept for the host. */
 QUORRIN_API extern uint16_t gl_RandNum;
+/** 1 when gl_RandNum is set. */
 QUORRIN_API extern uint8_t gl_RandNum_Flag;
 /** Card ATC error flag. */
 QUORRIN_API extern uint8_t gl_ATC_Err;
@@ -448,7 +499,8 @@ QUORRIN_API extern uint8_t gl_KernOption[256];
 
 /**
  * Finds the row of a tag.
- * @param rowOut  receives the row's index in its table, 0 on a miss; left alone when tagLen is not 1 or 2.
+ * @param rowOut  receives the row's index in its table, 0 on a miss; left alone when tagLen is not
+ *                1 or 2.
  * @return 1 card table, 2 terminal table, 0 unknown.
  */
 QUORRIN_API uint8_t emvFindDataElement(const uint8_t* tag, uint8_t tagLen, uint16_t* rowOut);
@@ -465,10 +517,10 @@ QUORRIN_API int32_t emvCheckTemplate(const uint8_t* templateTag, uint8_t templat
  * Stores a value under its tag.
  * @param templateTag  tag of the template it came in; templateLen 0: no template check.
  * @param value        length bytes.
- * @return 0 stored, or dropped because an FCI (6F, A5, BF0C) or a template 73 carries an element that
- *         belongs elsewhere. -18 the store has not been reset yet; -22 length outside the element's
- *         bounds; -27 wrong template; -28 empty value; -29 template tag of more than 2 bytes; -30 tag of
- *         other than 1 or 2 bytes; -31 unknown tag.
+ * @return 0 stored, or dropped because an FCI (6F, A5, BF0C) or a template 73 carries an element
+ *         that belongs elsewhere. -18 the store has not been reset yet; -22 length outside the
+ *         element's bounds; -27 wrong template; -28 empty value; -29 template tag of more than 2
+ *         bytes; -30 tag of other than 1 or 2 bytes; -31 unknown tag.
  */
 QUORRIN_API int32_t emvSetDataElement(const uint8_t* templateTag, uint8_t templateLen,
                                       const uint8_t* tag, uint8_t tagLen, uint16_t length,
@@ -480,9 +532,9 @@ QUORRIN_API int32_t emvSetDataElementCanChgTempPar(const uint8_t* templateTag, u
                                                    uint16_t length, const uint8_t* value);
 
 /**
- * Reads a value, fitted to the wanted length by the element's format: numeric values get leading 00 or lose
- * leading digits, cn gets trailing FF, all others trailing 00 or lose trailing bytes. Absent elements
- * read as padding.
+ * Reads a value, fitted to the wanted length by the element's format: numeric values get leading 00
+ * or lose leading digits, cn gets trailing FF, all others trailing 00 or lose trailing bytes.
+ * Absent elements read as padding.
  * @param lengthInOut  wanted length; 0 is replaced by the current length.
  * @param out          as many bytes.
  * @return 1 card element, 2 terminal element, -30 unknown tag, -31 tag of other than 1 or 2 bytes.
@@ -516,14 +568,14 @@ QUORRIN_API int32_t emvSetDataElementLength(const uint8_t* tag, uint8_t tagLen, 
 /**
  * Walks a card response and stores every known card element in it. Unknown tags, empty values and
  * terminal elements are passed over; so are 50, 5F2D, 9F11 and 9F12 of a wrong length.
- * @return 0; -30 malformed, or a null pointer; -31 an element was refused. What came before the fault
- *         stays stored.
+ * @return 0; -30 malformed, or a null pointer; -31 an element was refused. What came before the
+ *         fault stays stored.
  */
 QUORRIN_API int32_t emvExtractDataElement(const uint8_t* data, uint16_t length);
 
 /**
- * The same for the value of one template, whose elements must be allowed in it. A template tag of more
- * than 5 bytes, given or met, stops the process.
+ * The same for the value of one template, whose elements must be allowed in it. A template tag of
+ * more than 5 bytes, given or met, stops the process.
  */
 QUORRIN_API int32_t emvExtractDataTemplate(const uint8_t* templateTag, uint8_t templateTagLen,
                                            const uint8_t* data, uint16_t length);
@@ -532,11 +584,15 @@ QUORRIN_API int32_t emvExtractDataTemplate(const uint8_t* templateTag, uint8_t t
 
 /**
  * Empties the whole store, the terminal's configuration included: the start of every application
- * selection. The terminal action codes become 00 (denial) and FF (online, default). Always returns 0.
+ * selection. The terminal action codes become 00 (denial) and FF (online, default).
+ * @return 0.
  */
 QUORRIN_API int32_t emvClrIccAndTermData(void);
 
-/** Empties the card's elements and the transaction's, keeping the terminal's configuration. Returns 0. */
+/**
+ * Empties the card's elements and the transaction's, keeping the terminal's configuration.
+ * @return 0.
+ */
 QUORRIN_API int32_t emvInitAppData(void);
 
 /** Empties the terminal's application configuration and its action codes. Returns 0. */
@@ -1264,8 +1320,8 @@ QUORRIN_API void emvSetGACCdolTwo(const uint8_t* data, uint16_t length);
 /**
  * Reads the tag at the start of a buffer.
  * @param tagLen  receives the number of tag bytes.
- * @return 0 primitive, 1 constructed; -30 bad tag (also one with a later byte 00 or 80); -31 nothing
- *         available.
+ * @return 0 primitive, 1 constructed; -30 bad tag (also one with a later byte 00 or 80); -31
+ *         nothing available.
  */
 QUORRIN_API int8_t tlvGetTag(const uint8_t* buffer, uint16_t available, uint8_t* tagLen);
 
@@ -1273,12 +1329,13 @@ QUORRIN_API int8_t tlvGetTag(const uint8_t* buffer, uint16_t available, uint8_t*
  * Reads the size of the length field at the start of a buffer.
  * @return 0; -30 bad length field; -31 nothing available.
  */
-QUORRIN_API int8_t tlvGetLength(const uint8_t* buffer, uint16_t available, uint8_t* lengthFieldSize);
+QUORRIN_API int8_t tlvGetLength(const uint8_t* buffer, uint16_t available,
+                                uint8_t* lengthFieldSize);
 
 /**
  * Reads the length field at the start of a buffer and its value, kept in 16 bits.
- * @return 0; -29 more than is left, with the value still reported; -30 bad length field; -31 nothing
- *         available.
+ * @return 0; -29 more than is left, with the value still reported; -30 bad length field; -31
+ *         nothing available.
  */
 QUORRIN_API int8_t tlvGetLengthValue(const uint8_t* buffer, uint16_t available,
                                      uint8_t* lengthFieldSize, uint16_t* valueLen);
@@ -1294,7 +1351,8 @@ QUORRIN_API int8_t tlvGetTLV(const uint8_t* buffer, uint16_t available, uint8_t*
  * Finds a tag anywhere in a TLV string of at most 256 bytes, inside templates too.
  * @param out     receives the first value; 256 bytes hold any.
  * @param outLen  receives its length.
- * @return 0 found; 1 not found; -30 found twice (never for 9F18); -31 malformed, or above 256 bytes.
+ * @return 0 found; 1 not found; -30 found twice (never for 9F18); -31 malformed, or above 256
+ *         bytes.
  */
 QUORRIN_API int8_t tlvGetTLVDataInString(const uint8_t* string, uint16_t length, const uint8_t* tag,
                                          uint8_t tagLen, uint8_t* out, uint16_t* outLen);
@@ -1316,20 +1374,23 @@ QUORRIN_API int8_t ucAppendTLV(uint8_t* out, uint32_t* position, const uint8_t* 
 
 /* ============================== Data object lists ==============================
  *
- * A card lists tags and lengths, the terminal answers with the values (EMV book 3, 5.4), each fitted as
- * emvGetDataElement does. Unknown tags and templates are answered with zeros.
+ * A card lists tags and lengths, the terminal answers with the values (EMV book 3, 5.4), each
+ * fitted as emvGetDataElement does. Unknown tags and templates are answered with zeros.
  */
 
 /**
  * Builds the data of a CDOL or DDOL from the store.
  * @param out     sized by the caller: the sum of the listed lengths.
  * @param outLen  receives the number of bytes built, also on an error.
- * @return 0; -29 a tag of more than 2 bytes, or no output buffer; -30 bad tag; -31 bad length field.
+ * @return 0; -29 a tag of more than 2 bytes, or no output buffer; -30 bad tag; -31 bad length
+ *         field.
  */
 QUORRIN_API int32_t dolPaddingDOL(uint8_t* out, uint16_t* outLen, const uint8_t* dol,
                                   uint16_t dolLen);
 
-/** The same for a PDOL, which gets terminal elements alone: card elements are answered with zeros. */
+/**
+ * The same for a PDOL, which gets terminal elements alone: card elements are answered with zeros.
+ */
 QUORRIN_API int32_t dolPaddingPdol(uint8_t* out, uint16_t* outLen, const uint8_t* dol,
                                    uint16_t dolLen);
 
@@ -1426,24 +1487,25 @@ QUORRIN_API extern uint8_t gucAidListLen;
 QUORRIN_API extern uint8_t gucAidNum;
 
 /**
- * Begins a transaction: clears all card and terminal data, selects an application and stores its FCI
- * (EMV book 1, 12.4).
+ * Begins a transaction: clears all card and terminal data, selects an application and stores its
+ * FCI (EMV book 1, 12.4).
  *
- * Without an AID the first application of the card's directory is taken (see selectByPse); the others
- * are not tried when it is refused. A directory that ends with a transport failure leaves result 0 and
- * no application selected: look at CARD_STATUS.
+ * Without an AID the first application of the card's directory is taken (see selectByPse); the
+ * others are not tried when it is refused. A directory that ends with a transport failure leaves
+ * result 0 and no application selected: look at CARD_STATUS.
  *
  * @param aidHex  AID as hex text with terminator, at most 255 characters; a longer text stops the
  *                process. An odd last digit is ignored. Null or empty: by the directory.
  * @return 0; -107 when the FCI is malformed or holds an element that the store refuses; -40000 when
- *         the card's payment system environment names no directory; else a code of TransRetCodeNoMsg.
+ *         the card's payment system environment names no directory; else a code of
+ *         TransRetCodeNoMsg.
  */
 QUORRIN_API int64_t emvSelectAid(int64_t handle, const char* aidHex);
 
 /**
- * Selects the payment system environment "1PAY.SYS.DDF01" and reads its directory into gucAidList (EMV
- * book 1, 12.3.2). The list is cleared once the card has accepted the selection. The first record that
- * the card refuses ends the directory; the status word is 90 00 then.
+ * Selects the payment system environment "1PAY.SYS.DDF01" and reads its directory into gucAidList
+ * (EMV book 1, 12.3.2). The list is cleared once the card has accepted the selection. The first
+ * record that the card refuses ends the directory; the status word is 90 00 then.
  * @param listOut  receives a copy of gucAidList, up to 200 characters without terminator: zero it
  *                 first.
  * @return 0; -106 when the answer does not hold DF name (84) and SFI (88) once each; -14 for a null
@@ -1458,19 +1520,20 @@ QUORRIN_API int64_t selectByPse(int64_t handle, char* listOut);
 QUORRIN_API int64_t emvProcessSFIofDDF(const uint8_t* record, uint16_t length);
 
 /**
- * Appends the applications that a quick PBOC card names in its directory FCI (entries 61 in BF0C) to
- * gucAidList, without clearing it. Nothing is sent to the card.
+ * Appends the applications that a quick PBOC card names in its directory FCI (entries 61 in BF0C)
+ * to gucAidList, without clearing it. Nothing is sent to the card.
  * @param fci  the FCI as bytes, from its 6F on.
- * @return 0, or a positive code: 216 malformed; 212 no FCI template (6F); 213 no DF name (84) at its
- *         start; 214 no proprietary template (A5), or no or empty issuer discretionary data (BF0C).
+ * @return 0, or a positive code: 216 malformed; 212 no FCI template (6F); 213 no DF name (84) at
+ *         its start; 214 no proprietary template (A5), or no or empty issuer discretionary data
+ *         (BF0C).
  */
 QUORRIN_API int64_t qPBOCProcessDDF(const uint8_t* fci, uint16_t length);
 
-/* ============================== Processing options and record reading ============================== */
+/* =========================== Processing options and record reading =========================== */
 
 /*
- * Keyed value text: items of a key letter, three decimal digits that count the characters of the value,
- * and the value: hex digits, or raw text. Spaces before an item are ignored.
+ * Keyed value text: items of a key letter, three decimal digits that count the characters of the
+ * value, and the value: hex digits, or raw text. Spaces before an item are ignored.
  *
  *     P012000000001000S006250101T00200
  */
@@ -1508,8 +1571,9 @@ QUORRIN_API int32_t strToInt(const char* text);
 QUORRIN_API int32_t getTagMapSub(uint8_t key, uint8_t* row, const QuorrinKeyRow* table);
 
 /**
- * Stores the value of one item of keyed value text. An odd number of hex digits gets a leading zero; a
- * length of 0, or one that is not all digits, stores nothing. Lengths above 255 count modulo 256.
+ * Stores the value of one item of keyed value text. An odd number of hex digits gets a leading
+ * zero; a length of 0, or one that is not all digits, stores nothing. Lengths above 255 count
+ * modulo 256.
  * @return 0, -31 for an unknown key, else the code of emvSetDataElement.
  */
 QUORRIN_API int32_t parsBankTagList(const char* item, const QuorrinKeyRow* table);
@@ -1528,17 +1592,17 @@ QUORRIN_API void setTermDataBeforeGPO(void);
  * stores AIP and AFL.
  * @param text   terminal data as keyed value text, or null. A bad item ends it without an error.
  * @param table  key table of the text.
- * @return 0, or -107 when the PDOL data cannot be built or emvExtractAipAfl does not take the answer. A
- *         card's refusal is -107 too; its status word is in CARD_SW1 and CARD_SW2.
+ * @return 0, or -107 when the PDOL data cannot be built or emvExtractAipAfl does not take the
+ *         answer. A card's refusal is -107 too; its status word is in CARD_SW1 and CARD_SW2.
  */
 QUORRIN_API int64_t emvGPO(int64_t handle, const char* text, const QuorrinKeyRow* table);
 
 /**
  * Stores AIP and AFL from an answer to GET PROCESSING OPTIONS, format 1 (80) or format 2 (77). A
  * format 2 answer may lack them.
- * @return 0; -27 another template; -28 a format 2 answer that is malformed or holds an element that the
- *         store refuses; -29 format 1, an AFL was present before; -30 format 1, an AIP was present
- *         before; -31 empty, mostly padding, or format 1 too short or malformed.
+ * @return 0; -27 another template; -28 a format 2 answer that is malformed or holds an element that
+ *         the store refuses; -29 format 1, an AFL was present before; -30 format 1, an AIP was
+ *         present before; -31 empty, mostly padding, or format 1 too short or malformed.
  */
 QUORRIN_API int32_t emvExtractAipAfl(const uint8_t* response, uint16_t length);
 
@@ -1578,8 +1642,8 @@ QUORRIN_API extern const QuorrinKeyRow TagMapgetIccInfo[12];
 QUORRIN_API int64_t getIccInfo(int64_t handle, const char* aidHex, const char* keys, char* out);
 
 /**
- * Packs stored elements as keyed value text, in the order of the key letters. Unknown letters and absent
- * elements are left out, as is an item that does not fit.
+ * Packs stored elements as keyed value text, in the order of the key letters. Unknown letters and
+ * absent elements are left out, as is an item that does not fit.
  * @param keys  letters of TagMapgetIccInfo, with terminator.
  * @param out   up to 2048 characters, without terminator: zero it first.
  * @return 0.
@@ -1587,9 +1651,10 @@ QUORRIN_API int64_t getIccInfo(int64_t handle, const char* aidHex, const char* k
 QUORRIN_API int32_t packUserInfo(const char* keys, char* out);
 
 /**
- * Fetches one element with GET DATA (EMV book 3, 6.5.7) into the store, from the card in ReaderHandle.
- * @return 0; -107 for a tag length other than 1 or 2, or an answer that is malformed or that the store
- *         refuses; else a code of TransRetCodeNoMsg.
+ * Fetches one element with GET DATA (EMV book 3, 6.5.7) into the store, from the card in
+ * ReaderHandle.
+ * @return 0; -107 for a tag length other than 1 or 2, or an answer that is malformed or that the
+ *         store refuses; else a code of TransRetCodeNoMsg.
  */
 QUORRIN_API int32_t emvGetDataCmd(const uint8_t* tag, uint8_t tagLen);
 
@@ -1701,28 +1766,29 @@ QUORRIN_API int64_t PackTrsData(const uint8_t* format, uint32_t formatLen, const
 /* ============================== PAN and name ============================== */
 
 /**
- * Reads card number and card holder name all by itself: opens the reader, finds and powers the card,
- * selects the first application of its directory, reads the records, powers the card down and closes
- * the reader.
+ * Reads card number and card holder name all by itself: opens the reader, finds and powers the
+ * card, selects the first application of its directory, reads the records, powers the card down and
+ * closes the reader.
  * @param cardKind  0 contact, 1 contactless, 2 contactless first, then contact.
  * @param port      kept in EG_port.
  * @param pan       at least 21 bytes, zeroed by the caller; receives the PAN as hex text, up to 20
  *                  characters.
- * @param panLen    receives the number of digits of a PAN that ends with an "F" pad, which becomes the
- *                  terminator. It is left alone otherwise: preset it.
- * @param name      receives the name's bytes, up to 252, without terminator; left alone when there is
- *                  none.
+ * @param panLen    receives the number of digits of a PAN that ends with an "F" pad, which becomes
+ *                  the terminator. It is left alone otherwise: preset it.
+ * @param name      receives the name's bytes, up to 252, without terminator; left alone when there
+ *                  is none.
  * @param nameLen   receives the name's length, 0 when there is none.
- * @return 0. With the reader not touched: -1 for another card kind, -14 for a null pointer. With the
- *         reader closed: a code of icBandkCardPowerUp. With the reader open and the card powered, to
- *         be ended with CloseAllDevice: a failure of getIcAPNName.
+ * @return 0. With the reader not touched: -1 for another card kind, -14 for a null pointer. With
+ *         the reader closed: a code of icBandkCardPowerUp. With the reader open and the card
+ *         powered, to be ended with CloseAllDevice: a failure of getIcAPNName.
  */
 QUORRIN_API int32_t ICRT_GetICPanName(int32_t cardKind, int32_t port, char* pan, int32_t* panLen,
                                       uint8_t* name, uint8_t* nameLen);
 
 /**
- * The same on a card that is powered already. Lines "getIcAPNName N" on standard output tell how far it
- * came: N is 1596 at the selection (1601 it failed), 1605 at the processing options (1609 they failed).
+ * The same on a card that is powered already. Lines "getIcAPNName N" on standard output tell how
+ * far it came: N is 1596 at the selection (1601 it failed), 1605 at the processing options (1609
+ * they failed).
  * @return 0; -14 for a null pointer; else the failure of emvSelectAid, emvGPO or emvReadICCard.
  */
 QUORRIN_API int64_t getIcAPNName(int64_t handle, char* pan, int32_t* panLen, uint8_t* name,
@@ -1746,9 +1812,18 @@ QUORRIN_API int64_t icBandkCardPowerUp(int32_t iType, char* msg)
 
 /**
  * Reads the device name from "Velmora.ini" in the current directory.
- * @param name  at least 5 bytes; receives "COM1" to "COM9" or "AUTO", with terminator.
- * @return 0, or -1 when there is no such file or it is not a binary device configuration; a plain text
- *         file never is one.
+ *
+ * The file is read in lines of at most 99 characters, line end included; of a longer line each
+ * piece counts as a line. The first line must begin with the 13 bytes "Velmora" 00 "COM" 00 "A",
+ * which no plain text file has. The name comes from the first later line that begins with "COM",
+ * usually "COM=3". Its value is the text after the first "=", of which 19 characters count, spaces
+ * included; leading spaces are skipped then. It is read as a decimal number up to the first other
+ * character: 1 to 9 give "COM1" to "COM9", all else ("AUTO", 0, 10, text, nothing) gives "AUTO".
+ * Without "=" the value is what an earlier line left behind the end of this one.
+ *
+ * @param name  at least 5 bytes; receives the name with terminator, left alone on failure.
+ * @return 0; -1 when there is no such file, it is empty, its first line is another or it has no
+ *         line that begins with "COM", and for a null pointer.
  */
 QUORRIN_API int32_t GetDevName(char* name) QUORRIN_CXX_SYMBOL("_Z10GetDevNamePc");
 

@@ -2,9 +2,11 @@
  * The six functions that a reader library provides and libQuorrin.so.1 calls.
  *
  * Include this header when you write a reader library. libQuorrin.so.1 imports these names without
- * naming the file that provides them: the host process supplies them, by linking the reader library,
- * by preloading it, by opening it with RTLD_GLOBAL, or by defining them itself. Each is resolved when
- * it is first called.
+ * naming the file that provides them: the host process supplies them, by linking the reader
+ * library, by preloading it, by opening it with RTLD_GLOBAL, or by defining them itself. Each is
+ * resolved when it is first called, so a host that calls none needs none. Only where everything is
+ * bound at load time (LD_BIND_NOW in the environment, dlopen with RTLD_NOW) must they be there when
+ * libQuorrin.so.1 is loaded.
  *
  * Results and arguments are passed as 64-bit or 32-bit integers exactly as declared. Failures are
  * reported with the device codes -1 to -15 (see quorrin.h, return codes).
@@ -16,6 +18,9 @@
  *   further user card (MAS)     0x02                  0x02
  *   user card, contactless      0x31                  0x03
  *   SAM slots 1 to 4            0x11 to 0x14          0x11 to 0x14
+ *
+ * A handle is what ICC_Reader_Open returned; GetDevSerial and IccComm pass on whatever the host
+ * gave them.
  */
 #ifndef QUORRIN_READER_LIBRARY_H
 #define QUORRIN_READER_LIBRARY_H
@@ -44,8 +49,9 @@ int64_t ICC_Reader_Close(void);
 
 /**
  * Powers the card in a slot and reports its answer to reset (ISO 7816-3).
- * @param slot  slot code for power-on.
- * @param atr   512 bytes, zero on entry; receives the answer to reset.
+ * @param handle  reader handle, positive.
+ * @param slot    slot code for power-on.
+ * @param atr     512 bytes, zero on entry; receives the answer to reset.
  * @return the length of the answer to reset (1 to 512); 0 or a negative code on failure, of which
  *         -2 (no card) and -4 (card does not answer) let the library look in the next slot.
  */
@@ -53,13 +59,15 @@ int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr);
 
 /**
  * Powers the card in a slot down.
- * @param slot  slot code for power-off, which differs from power-on for the contactless slot.
+ * @param handle  reader handle, positive.
+ * @param slot    slot code for power-off, which differs from power-on for the contactless slot.
  * @return 0 on success, anything else is a failure.
  */
 int64_t ICC_Reader_PowerOff(int64_t handle, int slot);
 
 /**
  * Exchanges one command APDU with the card in a slot.
+ * @param handle    reader handle, any value.
  * @param slot      slot code for exchange.
  * @param length    command length in bytes (4 to 261).
  * @param command   the command APDU.
@@ -72,7 +80,9 @@ int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t
 
 /**
  * Reads the reader's serial number.
- * @param serial  100 bytes, zero on entry; receives the serial number as text.
+ * @param handle  reader handle, any value.
+ * @param serial  100 bytes, zero on entry; receives the serial number as text, of which the first
+ *                32 characters are used.
  * @return 0 on success, anything else is a failure.
  */
 int64_t ICC_Reader_GetSerial(int64_t handle, char* serial);

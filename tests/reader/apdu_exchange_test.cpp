@@ -3,6 +3,7 @@
 #include <limits>
 #include <numeric>
 
+#include "tests/reader/reader_results.hpp"
 #include "tests/support/library_test.hpp"
 
 namespace quorrin::test {
@@ -38,6 +39,11 @@ class ApduExchange : public LibraryTest {
                        data.data(), le, apdu_case, response.data(), &response_length);
     }
     std::int64_t select() { return exchange(11, 0x00, 0xA4, 0x04, 0x00, hex("A0000003"), 0, 3); }
+    std::int64_t select_into(GuardedBuffer& buffer) {
+        const Bytes name = hex("A0000003");
+        return IccComm(7, 11, 0x00, 0xA4, 0x04, 0x00, static_cast<std::int32_t>(name.size()),
+                       name.data(), 0, 3, buffer.data(), &response_length);
+    }
     std::int64_t get_data() { return exchange(11, 0x80, 0xCA, 0x9F, 0x36, {}, 0, 1); }
 
     // A status word was received: result 0 with exactly this data and status word.
@@ -49,20 +55,29 @@ class ApduExchange : public LibraryTest {
         return outcome(result, expected, {}, 0);
     }
 
+    // This result, in CARD_STATUS too, and this status word.
+    static testing::AssertionResult ended(std::int64_t result, std::int64_t expected, int sw) {
+        const int actual_sw = CARD_SW1 << 8 | CARD_SW2;
+        if (result == expected && CARD_STATUS == expected && actual_sw == sw) {
+            return testing::AssertionSuccess();
+        }
+        return testing::AssertionFailure() << "result " << result << ", CARD_STATUS " << CARD_STATUS
+                                           << ", status word " << std::hex << actual_sw << std::dec
+                                           << "\n  expected " << expected << ", " << std::hex << sw;
+    }
+
     GuardedBuffer response{1022};
     std::uint32_t response_length = 4711;
 
   private:
     testing::AssertionResult outcome(std::int64_t result, std::int64_t expected, const Bytes& data,
                                      int sw) const {
-        const int actual_sw = CARD_SW1 << 8 | CARD_SW2;
-        if (result != expected || CARD_STATUS != expected || actual_sw != sw ||
-            response_length != data.size()) {
+        if (const auto end = ended(result, expected, sw); !end) {
+            return end;
+        }
+        if (response_length != data.size()) {
             return testing::AssertionFailure()
-                   << "result " << result << ", CARD_STATUS " << CARD_STATUS << ", status word "
-                   << std::hex << actual_sw << std::dec << ", length " << response_length
-                   << "\n  expected " << expected << ", " << std::hex << sw << std::dec << ", "
-                   << data.size();
+                   << "length " << response_length << ", expected " << data.size();
         }
         return response.holds(data);
     }
@@ -80,7 +95,7 @@ struct CommandLayout {
 
 class CommandLayouts : public ApduExchange, public testing::WithParamInterface<CommandLayout> {};
 
-TEST_P(CommandLayouts, AreSentByteForByte) {
+TEST_P(CommandLayouts, AreSentByteForByteUnderDeliberatelyOwnCaseNumbers) {
     const CommandLayout& layout = GetParam();
     reader().answers = {answer("9000")};
     EXPECT_TRUE(delivered(
@@ -157,6 +172,27 @@ TEST_P(CardKinds, UseTheirSlotAndLabels) {
                                          "ICC_Application A" + replacement));
 }
 
+TEST_P(CardKinds, FetchMoreDataFromTheirSlot) {
+    const std::string send = "Send 7 " + std::string(GetParam().slot) + ": ";
+    reader().answers = {answer("6102"), answer("41 6101"), answer("42 9000")};
+    EXPECT_TRUE(delivered(exchange(GetParam().kind, 0x41, 0x42, 0x43, 0x44, {}, 0, 4), hex("4142"),
+                          0x9000));
+    EXPECT_THAT(reader().calls,
+                ElementsAre(send + "41424344", send + "00C0000002", send + "00C0000001"));
+    EXPECT_THAT(log.texts(), ElementsAre("DEV->" + std::string(GetParam().device) + ": ABCD",
+                                         "ICC_Application AB" + replacement));
+}
+
+TEST_P(CardKinds, CorrectTheLengthInTheirSlot) {
+    const std::string send = "Send 7 " + std::string(GetParam().slot) + ": ";
+    reader().answers = {answer("6C01"), answer("41 9000")};
+    EXPECT_TRUE(
+        delivered(exchange(GetParam().kind, 0x41, 0x42, 0x43, 0x44, {}, 0, 1), hex("41"), 0x9000));
+    EXPECT_THAT(reader().calls, ElementsAre(send + "4142434400", send + "4142434401"));
+    EXPECT_THAT(log.texts(), ElementsAre("DEV->" + std::string(GetParam().device) + ": ABCD",
+                                         "ICC_Application A" + replacement));
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Kinds, CardKinds,
     testing::Values(KindOnTheWire{11, "01", "CPU"}, KindOnTheWire{13, "02", "MAS"},
@@ -227,19 +263,24 @@ TEST_F(ApduExchange, AnswersFillTheBufferToItsEnd) {
     }
 }
 
-TEST_F(ApduExchange, EveryReaderFailureIsPassedThrough) {
-    for (const std::int64_t result :
-         {std::int64_t{1}, std::int64_t{0}, std::int64_t{-1}, std::int64_t{-2}, std::int64_t{-3},
-          std::int64_t{-4}, std::int64_t{-5}, std::int64_t{-11}, std::int64_t{-12},
-          std::int64_t{-13}, std::int64_t{-14}, std::int64_t{-15}, std::int64_t{-51},
-          std::int64_t{-5'000'000'000}}) {
+TEST_F(ApduExchange, EveryReaderResultBelowTwoIsPassedThrough) {
+    for (const std::int64_t result : reader_results) {
+        GuardedBuffer buffer(1022);
+        log.clear();
         response_length = 4711;
         CARD_SW1 = 0x90;
         // Bytes in the buffer mean nothing when the reader failed.
-        reader().answers = {{result, hex("61109000")}};
-        EXPECT_TRUE(failed(select(), result));
-        EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: "));
-        log.clear();
+        reader().answers = {{result, hex("419000")}};
+        const std::int64_t returned = select_into(buffer);
+        if (result < 2 || result > 1024) {
+            EXPECT_TRUE(ended(returned, result < 2 ? result : -15, 0));
+            EXPECT_TRUE(buffer.untouched()) << result;
+            EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: "));
+        } else {
+            EXPECT_TRUE(ended(returned, 0, result == 2 ? 0x4190 : 0x9000));
+            EXPECT_TRUE(buffer.holds(hex(result == 2 ? "" : "41")));
+        }
+        EXPECT_EQ(response_length, result == 3 ? 1u : 0u) << result;
     }
 }
 
@@ -313,6 +354,18 @@ TEST_F(ApduExchange, ChainEndsWithAnyOtherStatusWord) {
     EXPECT_TRUE(delivered(select(), hex("A1 B1B2"), 0x6C02));
 }
 
+TEST_F(ApduExchange, StatusWordAloneEndsAChainAfterData) {
+    for (const int sw : {0x9000, 0x6A82, 0x6C05}) {
+        const Bytes status{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
+        reset_reader();
+        response_length = 4711;
+        reader().answers = {answer("6102"), answer("A1A2 6104"), answer(status)};
+        EXPECT_TRUE(delivered(select(), hex("A1A2"), sw));
+        EXPECT_THAT(reader().commands(),
+                    ElementsAre("00A4040004A000000300", "00C0000002", "00C0000004"));
+    }
+}
+
 TEST_F(ApduExchange, ChainHasNoLimitOnItsRounds) {
     reader().answers = {answer("6101")};
     for (int round = 0; round < 3000; ++round) {
@@ -364,11 +417,44 @@ TEST_F(ApduExchange, AnswerAbove1024BytesWithinAChainIsACheckError) {
 }
 
 TEST_F(ApduExchange, ReaderFailureInAChainDeliberatelyMakesTheLastTwoBytesTheStatusWord) {
-    for (const std::int64_t result : {1, 0, -2, -11}) {
-        reset_reader();
-        reader().answers = {answer("6104"), answer("A1A2A3A4 6104"), failure(result)};
-        EXPECT_TRUE(delivered(select(), hex("A1A2"), 0xA3A4)) << result;
+    for (const std::int64_t result : reader_results) {
+        GuardedBuffer buffer(1022);
+        log.clear();
+        reader().answers = {answer("6104"), answer("A1A2A3A4 6104"), {result, hex("B19000")}};
+        const std::int64_t returned = select_into(buffer);
+        if (result < 2) {
+            EXPECT_TRUE(ended(returned, 0, 0xA3A4)) << result;
+            EXPECT_TRUE(buffer.holds(hex("A1A2")));
+            EXPECT_EQ(response_length, 2u);
+        } else if (result > 1024) {
+            EXPECT_TRUE(ended(returned, -15, 0)) << result;
+            EXPECT_TRUE(buffer.untouched());
+            EXPECT_EQ(response_length, 0u);
+            EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: "));
+        } else {
+            EXPECT_TRUE(ended(returned, 0, result == 2 ? 0xB190 : 0x9000)) << result;
+            EXPECT_TRUE(buffer.holds(hex(result == 2 ? "A1A2A3A4" : "A1A2A3A4B1")));
+            EXPECT_EQ(response_length, result == 2 ? 4u : 5u);
+        }
     }
+}
+
+TEST_F(ApduExchange, ChainCutAfterAnyNumberOfBytesDeliberatelyEndsInAStatusWord) {
+    for (const std::size_t received : {2u, 3u, 1022u, 1023u, 1024u}) {
+        GuardedBuffer buffer(1022);
+        const Bytes data = pattern(received);
+        const auto middle = data.begin() + static_cast<std::ptrdiff_t>(received / 2);
+        reader().answers = {answer("61FF"), answer(join(Bytes(data.begin(), middle), hex("61FF"))),
+                            answer(join(Bytes(middle, data.end()), hex("61FF"))), failure(-11)};
+        const int last_two = data[received - 2] << 8 | data[received - 1];
+        EXPECT_TRUE(ended(select_into(buffer), 0, last_two)) << received;
+        EXPECT_TRUE(buffer.holds(pattern(received - 2)));
+        EXPECT_EQ(response_length, received - 2);
+        EXPECT_TRUE(reader().answers.empty());
+    }
+}
+
+TEST_F(ApduExchange, ChainCutRightBehindAStatusWordDeliberatelySucceeds) {
     GuardedBuffer fresh(1022);
     reader().answers = {answer("6104"), answer("9000 6104"), failure(-11)};
     EXPECT_EQ(IccComm(7, 11, 0, 0xA4, 0, 0, 0, nullptr, 0, 1, fresh.data(), &response_length), 0);
@@ -379,15 +465,20 @@ TEST_F(ApduExchange, ReaderFailureInAChainDeliberatelyMakesTheLastTwoBytesTheSta
 }
 
 TEST_F(ApduExchange, ChainCutBelowTwoBytesDeliberatelyFailsWithTheirNumber) {
-    reader().answers = {answer("6104"), failure(-11)};
-    EXPECT_TRUE(failed(select(), 0));
-    EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: "));
+    for (const std::int64_t result : reader_results) {
+        if (result >= 2) {
+            continue;
+        }
+        log.clear();
+        response_length = 4711;
+        reader().answers = {answer("6104"), {result, hex("B19000")}};
+        EXPECT_TRUE(failed(select(), 0)) << result;
 
-    log.clear();
-    response_length = 4711;
-    reader().answers = {answer("6104"), answer("A1 6104"), failure(-11)};
-    EXPECT_TRUE(failed(select(), 1));
-    EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: "));
+        response_length = 4711;
+        reader().answers = {answer("6104"), answer("A1 6104"), {result, hex("B19000")}};
+        EXPECT_TRUE(failed(select(), 1)) << result;
+        EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: ", "DEV->CPU: "));
+    }
 
     // Rounds that bring nothing do not count.
     reader().answers = {answer("6104"), answer("6104"), answer("6104"), failure(-2)};
@@ -434,13 +525,21 @@ TEST_F(ApduExchange, RepeatedAnswerIsFinal) {
     }
 }
 
-TEST_F(ApduExchange, RepetitionMayFail) {
-    for (const std::int64_t result : {1, 0, -2, -4, -11}) {
+TEST_F(ApduExchange, EveryResultOfTheRepetitionBelowTwoIsPassedThrough) {
+    for (const std::int64_t result : reader_results) {
+        GuardedBuffer buffer(1022);
         log.clear();
-        reader().answers = {answer("6C05"), {result, hex("9000")}};
-        EXPECT_TRUE(failed(get_data(), result));
-        // CA 9F happens to be a UTF-8 character.
-        EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: " + replacement + "\u029F6"));
+        reader().answers = {answer("6C05"), {result, hex("419000")}};
+        const std::int64_t returned = select_into(buffer);
+        if (result < 2 || result > 1024) {
+            EXPECT_TRUE(ended(returned, result < 2 ? result : -15, 0));
+            EXPECT_TRUE(buffer.untouched()) << result;
+            EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: "));
+        } else {
+            EXPECT_TRUE(ended(returned, 0, result == 2 ? 0x4190 : 0x9000));
+            EXPECT_TRUE(buffer.holds(hex(result == 2 ? "" : "41")));
+        }
+        EXPECT_EQ(response_length, result == 3 ? 1u : 0u) << result;
     }
 }
 
@@ -461,6 +560,23 @@ TEST_F(ApduExchange, RepeatedAnswerIsBounded) {
 
 // ---- Log lines -------------------------------------------------------------------------------
 
+TEST_F(ApduExchange, OutgoingLineIsLoggedBeforeTheCommandAndTheOthersAfterIt) {
+    reader().answers = {answer("41 9000"), failure(-11)};
+    select();
+    select();
+    EXPECT_THAT(reader().lines_logged_before, ElementsAre(1, 4));
+    EXPECT_EQ(log.texts().size(), 4u);
+
+    log.clear();
+    reset_reader();
+    reader().answers = {answer("6101"), answer("41 6101"), answer("42 9000"), answer("6C01"),
+                        answer("41 9000")};
+    select();
+    select();
+    EXPECT_THAT(reader().lines_logged_before, ElementsAre(1, 1, 1, 3, 3));
+    EXPECT_EQ(log.texts().size(), 4u);
+}
+
 TEST_F(ApduExchange, IncomingLineDeliberatelyShowsTheCommand) {
     reader().answers = {answer("4142 9000")};
     exchange(11, 0x31, 0x32, 0x33, 0x34, hex("3536"), 0x37, 3);
@@ -477,7 +593,7 @@ TEST_F(ApduExchange, StatusWordAloneHasNoIncomingLine) {
     EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: 1234", "ICC_Application jA"));
 }
 
-TEST_F(ApduExchange, ZeroByteEndsTheLoggedTextAndEmptyTextsKeepTheirSeparator) {
+TEST_F(ApduExchange, LoggedTextDeliberatelyEndsAtTheFirstZeroByte) {
     reader().answers = {answer("00 9000")};
     exchange(11, 0x00, 0x41, 0x42, 0x43, {}, 0, 1);
     EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: ", "CPU->DEV: ", "ICC_Application "));
@@ -488,7 +604,7 @@ TEST_F(ApduExchange, ZeroByteEndsTheLoggedTextAndEmptyTextsKeepTheirSeparator) {
     EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: A", "CPU->DEV: A", "ICC_Application A"));
 }
 
-TEST_F(ApduExchange, BytesThatAreNoUtf8AreShownAsReplacementCharacters) {
+TEST_F(ApduExchange, RawBytesAreDeliberatelyLoggedAsText) {
     reader().answers = {answer("9000")};
     exchange(11, 0x80, 0xA8, 0x00, 0x00, {}, 0, 1);
     EXPECT_THAT(log.texts(), ElementsAre("DEV->CPU: " + replacement + replacement,
@@ -549,7 +665,21 @@ TEST_F(ApduExchange, DataIsNotReadWhereNoneIsSent) {
     EXPECT_THAT(reader().commands(), ElementsAre("00A4000000", "00A40000", "00A400000000"));
 }
 
-TEST_F(ApduExchange, RefusesNullPointers) {
+TEST_F(ApduExchange, UnknownKindComesBeforeNullPointers) {
+    EXPECT_TRUE(ended(IccComm(7, 5, 0, 0xA4, 0, 0, 0, nullptr, 0, 1, nullptr, nullptr), 0, 0));
+    EXPECT_TRUE(ended(
+        IccComm(7, 5, 0, 0xA4, 0, 0, 1, nullptr, 0, 2, response.data(), &response_length), 0, 0));
+    EXPECT_EQ(response_length, 0u);
+    response_length = 4711;
+    EXPECT_TRUE(
+        ended(IccComm(7, 5, 0, 0xA4, 0, 0, 0, nullptr, 0, 1, nullptr, &response_length), 0, 0));
+    EXPECT_EQ(response_length, 0u);
+    EXPECT_TRUE(response.untouched());
+    EXPECT_THAT(reader().calls, IsEmpty());
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(ApduExchange, RefusesNullPointersWithAKnownKind) {
     EXPECT_EQ(IccComm(7, 11, 0, 0xA4, 0, 0, 1, nullptr, 0, 2, response.data(), &response_length),
               -14);
     EXPECT_EQ(response_length, 0u);

@@ -1,5 +1,6 @@
 // PowerUp, PowerDown, FindUserCard, icBandkCardPowerUp.
 
+#include "tests/reader/reader_results.hpp"
 #include "tests/support/library_test.hpp"
 
 namespace quorrin::test {
@@ -22,9 +23,6 @@ constexpr Slot slots[] = {
 };
 
 constexpr int unknown_kinds[] = {-1, 0, 5, 6, 7, 10, 14, 0x31, 256 + 11, -256 + 12};
-
-constexpr std::int64_t reader_failures[] = {
-    -1, -2, -3, -4, -5, -11, -12, -13, -14, -15, -51, -40000, std::int64_t{-5'000'000'000}};
 
 std::string call(const char* name, int slot) {
     return std::string(name) + " 7 " + to_hex(Bytes{static_cast<std::uint8_t>(slot)});
@@ -57,16 +55,30 @@ TEST_P(EverySlot, PowersUpUnderItsCodeAndLabel) {
     EXPECT_THAT(log.texts(), ElementsAre("success: PowerUp(" + std::string(slot.label) + ") 3"));
 }
 
-TEST_P(EverySlot, ReportsEveryPowerUpFailure) {
+TEST_P(EverySlot, TakesPositiveResultsForAnswersToResetAndPassesTheOthersThrough) {
     const Slot& slot = GetParam();
-    for (const std::int64_t result : reader_failures) {
-        reader().power_on[slot.power_on] = {result, hex("3B 00")};
-        EXPECT_EQ(power_up(slot.kind), result);
-        EXPECT_THAT(log.texts(), ElementsAre("fail: PowerUp(" + std::string(slot.label) + ")"));
+    const std::string label = "PowerUp(" + std::string(slot.label) + ")";
+    for (const std::int64_t result : reader_results) {
         log.clear();
+        GuardedBuffer buffer(512);
+        atr_length = 4711;
+        reader().power_on[slot.power_on] = {result, filled(512, 0x3F)};
+        const std::int64_t returned = PowerUp(7, slot.kind, buffer.data(), &atr_length);
+        if (result > 0) {
+            const std::int64_t length = std::min<std::int64_t>(result, 512);
+            EXPECT_EQ(returned, 0) << result;
+            EXPECT_TRUE(buffer.holds(filled(static_cast<std::size_t>(length), 0x3F)));
+            EXPECT_EQ(atr_length, length);
+            EXPECT_THAT(log.texts(),
+                        ElementsAre("success: " + label + " " + std::to_string(length)));
+        } else {
+            EXPECT_EQ(returned, result);
+            EXPECT_TRUE(buffer.untouched()) << result;
+            EXPECT_EQ(atr_length, 4711u);
+            EXPECT_THAT(log.texts(), ElementsAre("fail: " + label));
+        }
+        EXPECT_EQ(reader().lines_logged_before.back(), 0u) << "logged after the call";
     }
-    EXPECT_TRUE(atr_buffer.untouched());
-    EXPECT_EQ(atr_length, 4711u);
 }
 
 TEST_P(EverySlot, PowersDownUnderItsCodeAndLabel) {
@@ -78,15 +90,13 @@ TEST_P(EverySlot, PowersDownUnderItsCodeAndLabel) {
 
 TEST_P(EverySlot, ReportsEveryPowerDownResultButZeroAsFailure) {
     const Slot& slot = GetParam();
-    for (const std::int64_t result : reader_failures) {
-        reader().power_off[slot.power_off] = result;
-        EXPECT_EQ(PowerDown(7, slot.kind), result);
-    }
-    for (const std::int64_t result : {std::int64_t{1}, std::int64_t{1} << 32}) {
+    const std::string label = "PowerDown(" + std::string(slot.label) + ")";
+    for (const std::int64_t result : reader_results) {
         log.clear();
         reader().power_off[slot.power_off] = result;
         EXPECT_EQ(PowerDown(7, slot.kind), result);
-        EXPECT_THAT(log.texts(), ElementsAre("fail: PowerDown(" + std::string(slot.label) + ")"));
+        EXPECT_THAT(log.texts(), ElementsAre((result == 0 ? "success: " : "fail: ") + label));
+        EXPECT_EQ(reader().lines_logged_before.back(), 0u) << "logged after the call";
     }
 }
 
@@ -211,6 +221,26 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.name; });
 
 class FindCardCalls : public LibraryTest {};
+
+// What the first slot of a search may answer, and what comes of it.
+TEST_F(FindCardCalls, EveryResultOfTheFirstSlotIsTakenAsItsModeSays) {
+    reader().power_on[0x01] = atr("3B00");
+    for (const std::int64_t result : reader_results) {
+        const std::int64_t passed = result > 0 ? 0 : result;
+        reader().power_on[0x31] = {result, filled(512, 0x3F)};
+        EXPECT_EQ(FindUserCard(7, 2), passed);
+        EXPECT_EQ(FindUserCard(7, 4), 0) << result;
+        EXPECT_EQ(EG_nUserCardType, result == -2 || result == -4 ? 11 : 12) << result;
+    }
+    reader().power_on[0x31] = atr("3B00");
+    for (const std::int64_t result : reader_results) {
+        const std::int64_t passed = result > 0 ? 0 : result;
+        reader().power_on[0x01] = {result, filled(512, 0x3F)};
+        EXPECT_EQ(FindUserCard(7, 1), passed);
+        EXPECT_EQ(FindUserCard(7, 3), result == -2 ? 0 : passed);
+        EXPECT_EQ(EG_nUserCardType, result == -2 ? 12 : 11) << result;
+    }
+}
 
 TEST_F(FindCardCalls, EachAttemptStartsFromAnEmptyBufferAndIsLogged) {
     reader().power_on[0x31] = {-4, filled(512, 0x77)};

@@ -176,51 +176,58 @@ TEST_F(DeviceName, RefusesANullName) {
 
 struct Trimming {
     const char* name;
-    std::string_view text;
+    std::string_view text;  // without terminator
     char character;
-    std::string_view left;   // after TrimLeft
-    std::string_view right;  // after TrimRight
+    // Every byte of the block afterwards: text, terminator and what stays behind it.
+    std::string_view left;
+    std::string_view right;
 };
 
 class Trim : public testing::TestWithParam<Trimming> {
   protected:
-    // The text before the first zero byte after `trim`, in a block of exactly its size.
+    // Trims the text once in a block of exactly its size, once with room behind it.
     template <typename Function>
-    static std::string trimmed(Function trim) {
-        GuardedBuffer buffer(GetParam().text.size() + 1);
-        std::copy(GetParam().text.begin(), GetParam().text.end(), buffer.data());
-        buffer.data()[GetParam().text.size()] = 0;
-        trim(buffer.data(), static_cast<std::uint8_t>(GetParam().character));
-        return buffer.text();
+    static void expect_block(Function trim, std::string_view expected) {
+        const std::string_view text = GetParam().text;
+        for (const std::size_t room : {0u, 4u}) {
+            GuardedBuffer buffer(text.size() + 1 + room);
+            std::copy(text.begin(), text.end(), buffer.data());
+            buffer.data()[text.size()] = 0;
+            trim(buffer.data(), static_cast<std::uint8_t>(GetParam().character));
+            EXPECT_TRUE(buffer.holds_text(expected));
+        }
     }
 };
 
 TEST_P(Trim, RemovesLeadingCharacters) {
-    EXPECT_EQ(trimmed(TrimLeft), GetParam().left);
+    expect_block(TrimLeft, GetParam().left);
 }
 
 TEST_P(Trim, RemovesTrailingCharacters) {
-    EXPECT_EQ(trimmed(TrimRight), GetParam().right);
+    expect_block(TrimRight, GetParam().right);
 }
 
+using namespace std::string_view_literals;
+
+// Left: the rest moves with its terminator, the old tail stays. Right: every byte removed is cleared.
 INSTANTIATE_TEST_SUITE_P(
     Texts, Trim,
-    testing::Values(Trimming{"Both", "  a b  ", ' ', "a b  ", "  a b"},
-                    Trimming{"Nothing", "ab", ' ', "ab", "ab"}, Trimming{"Empty", "", ' ', "", ""},
-                    Trimming{"One", " ", ' ', "", ""}, Trimming{"All", "    ", ' ', "", ""},
-                    Trimming{"OtherCharacter", "00120", '0', "120", "0012"},
-                    Trimming{"LineEndStops", " 3 \n", ' ', "3 \n", " 3 \n"},
-                    Trimming{"HighByte", "\xFF\x01\xFF", '\xFF', "\x01\xFF", "\xFF\x01"},
-                    Trimming{"ZeroCharacter", "ab", '\0', "ab", "ab"},
-                    Trimming{"ZeroCharacterOfEmpty", "", '\0', "", ""}),
+    testing::Values(Trimming{"Both", "  a b  ", ' ', "a b  \0 \0"sv, "  a b\0\0\0"sv},
+                    Trimming{"Nothing", "ab", ' ', "ab\0"sv, "ab\0"sv},
+                    Trimming{"Empty", "", ' ', "\0"sv, "\0"sv},
+                    Trimming{"One", " ", ' ', "\0\0"sv, "\0\0"sv},
+                    Trimming{"All", "    ", ' ', "\0   \0"sv, "\0\0\0\0\0"sv},
+                    Trimming{"OtherCharacter", "00120", '0',
+                             "120\0"
+                             "0\0"sv,
+                             "0012\0\0"sv},
+                    Trimming{"LongRest", "  abcdef", ' ', "abcdef\0f\0"sv, "  abcdef\0"sv},
+                    Trimming{"LineEndStops", " 3 \n", ' ', "3 \n\0\0"sv, " 3 \n\0"sv},
+                    Trimming{"HighByte", "\xFF\x01\xFF", '\xFF', "\x01\xFF\0\0"sv,
+                             "\xFF\x01\0\0"sv},
+                    Trimming{"ZeroCharacter", "ab", '\0', "ab\0"sv, "ab\0"sv},
+                    Trimming{"ZeroCharacterOfEmpty", "", '\0', "\0"sv, "\0"sv}),
     [](const auto& row) { return row.param.name; });
-
-TEST(Trim, RightClearsEveryTrailingByte) {
-    GuardedBuffer buffer(6);
-    std::memcpy(buffer.data(), "a   ", 5);
-    TrimRight(buffer.data(), ' ');
-    EXPECT_TRUE(buffer.holds(hex("61 00 00 00 00")));
-}
 
 TEST(Trim, NullTextIsLeftAlone) {
     TrimLeft(nullptr, ' ');

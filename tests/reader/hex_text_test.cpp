@@ -45,8 +45,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Packing{"ZeroBytesAreCharacters", std::string_view("1\0\0002", 4), 0, "1002"}),
     [](const auto& row) { return row.param.name; });
 
-// Independent statement of the character values, every byte in both positions.
-TEST(PackText, EveryByteHasItsValueInBothPositions) {
+// Independent statement of the character values, which spill above 15; every byte in both positions.
+TEST(PackText, EveryByteDeliberatelyHasItsUnmaskedValueInBothPositions) {
     for (int character = 0; character <= 0xFF; ++character) {
         int value = 0;
         if (character > 0x60) {

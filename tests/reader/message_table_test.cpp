@@ -123,9 +123,24 @@ TEST_F(WholeMessageTable, KnowsTheListedCodesAndNoOthers) {
 // The longest text fixes the size that hosts give their buffers.
 TEST_F(WholeMessageTable, HasTextsOfAtMost72Bytes) {
     std::size_t longest = 0;
+    const auto translate = [&](std::int64_t code) {
+        char text[512];
+        std::fill(std::begin(text), std::end(text), '\x7E');
+        if (TransRetCode(code, text) != 0) {
+            longest = std::max(longest, std::strlen(text));
+        }
+    };
     for (const ListedMessage& row : message_listing) {
-        longest = std::max(longest, row.text.size());
+        CARD_SW1 = static_cast<std::uint8_t>(row.sw1);
+        CARD_SW2 = static_cast<std::uint8_t>(row.sw2);
+        translate(0);
+        translate(row.code);
     }
+    CARD_SW1 = 0x61;  // not in the table
+    CARD_SW2 = 0xCF;  // 15 tries, the longest number
+    translate(0);
+    translate(pin_placeholder);
+    translate(5);
     EXPECT_EQ(longest, 72u);
 }
 

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "tests/reader/reader_results.hpp"
 #include "tests/support/library_test.hpp"
 
 namespace quorrin::test {
@@ -9,9 +10,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr std::int64_t reader_failures[] = {
-    -1, -2, -3, -4, -5, -11, -12, -13, -14, -15, -51, -40000, std::int64_t{-5'000'000'000}};
 
 class ReaderConnection : public LibraryTest {
   protected:
@@ -27,7 +25,7 @@ TEST_F(ReaderConnection, OpenStoresTheHandle) {
     EXPECT_THAT(log.texts(), ElementsAre("OpenDevice(SCRIPTED) = 7"));
 }
 
-TEST_F(ReaderConnection, OpenHandsOverAnEmptyNameWhateverTheHostNamed) {
+TEST_F(ReaderConnection, OpenDeliberatelyIgnoresTheNameAndHandsOverAnEmptyOne) {
     char other[] = "COM7";
     EXPECT_EQ(OpenDevice(other, &handle), 0);
     EXPECT_EQ(reader().handed_buffer, filled(32, 0));
@@ -42,13 +40,22 @@ TEST_F(ReaderConnection, OpenAgainOverwritesTheHandle) {
     EXPECT_EQ(handle, 1);
 }
 
-TEST_F(ReaderConnection, OpenPassesFailuresThrough) {
-    for (const std::int64_t result : reader_failures) {
-        reader().open.result = result;
-        EXPECT_EQ(OpenDevice(auto_name, &handle), result);
-        EXPECT_EQ(handle, 99);
-        EXPECT_THAT(log.texts(), ElementsAre("OpenDevice(SCRIPTED)"));
+TEST_F(ReaderConnection, OpenTakesPositiveResultsForHandlesAndPassesTheOthersThrough) {
+    for (const std::int64_t result : reader_results) {
+        handle = 99;
         log.clear();
+        reader().open.result = result;
+        if (result > 0) {
+            EXPECT_EQ(OpenDevice(auto_name, &handle), 0) << result;
+            EXPECT_EQ(handle, result);
+            const std::string as_int = std::to_string(static_cast<std::int32_t>(result));
+            EXPECT_THAT(log.texts(), ElementsAre("OpenDevice(SCRIPTED) = " + as_int));
+        } else {
+            EXPECT_EQ(OpenDevice(auto_name, &handle), result);
+            EXPECT_EQ(handle, 99) << result;
+            EXPECT_THAT(log.texts(), ElementsAre("OpenDevice(SCRIPTED)"));
+        }
+        EXPECT_EQ(reader().lines_logged_before.back(), 0u) << "logged after the call";
     }
 }
 
@@ -112,22 +119,15 @@ TEST_F(ReaderConnection, CloseWithoutHandleDoesNothing) {
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
-TEST_F(ReaderConnection, ClosePositiveResultIsSuccess) {
-    for (const std::int64_t result : {std::int64_t{1}, std::int64_t{5'000'000'000}}) {
+TEST_F(ReaderConnection, CloseKeepsTheHandleOnNegativeResultsOnly) {
+    for (const std::int64_t result : reader_results) {
         handle = 99;
-        reader().close = result;
-        EXPECT_EQ(CloseDevice(&handle), 0);
-        EXPECT_EQ(handle, 0);
-    }
-}
-
-TEST_F(ReaderConnection, CloseFailureKeepsTheHandle) {
-    for (const std::int64_t result : reader_failures) {
-        reader().close = result;
-        EXPECT_EQ(CloseDevice(&handle), result);
-        EXPECT_EQ(handle, 99);
-        EXPECT_THAT(log.texts(), ElementsAre("CloseDevice(99)"));
         log.clear();
+        reader().close = result;
+        EXPECT_EQ(CloseDevice(&handle), result < 0 ? result : 0);
+        EXPECT_EQ(handle, result < 0 ? 99 : 0) << result;
+        EXPECT_THAT(log.texts(), ElementsAre("CloseDevice(99)"));
+        EXPECT_EQ(reader().lines_logged_before.back(), 0u) << "logged after the call";
     }
 }
 
@@ -168,7 +168,17 @@ TEST_F(ReaderConnection, CloseAllReturnsTheResultOfTheClose) {
     EXPECT_EQ(ReaderHandle, 7);
 }
 
-TEST_F(ReaderConnection, CloseAllWithNothingOpenCallsNothing) {
+TEST_F(ReaderConnection, CloseAllDeliberatelyPowersDownTheKindThatIsCurrent) {
+    reader().power_on[0x01] = answer("3B00");
+    EXPECT_EQ(OpenDevice(auto_name, &ReaderHandle), 0);
+    EXPECT_EQ(FindUserCard(ReaderHandle, 1), 0);
+    EG_nUserCardType = 4;
+    EXPECT_EQ(CloseAllDevice(), 0);
+    EXPECT_THAT(reader().calls, ElementsAre("Open", "PowerOn 7 01", "PowerOff 7 14", "Close"));
+}
+
+TEST_F(ReaderConnection,
+       CloseAllWithNothingOpenDeliberatelyAsksForAPowerDownThatIsRefusedSilently) {
     EXPECT_EQ(CloseAllDevice(), 0);
     EXPECT_THAT(reader().calls, IsEmpty());
     EXPECT_THAT(log.texts(), IsEmpty());
@@ -215,16 +225,12 @@ TEST_F(ReaderConnection, EmptySerialWritesNothing) {
 }
 
 TEST_F(ReaderConnection, SerialFailsOnEveryResultButZero) {
-    GuardedBuffer serial(32);
-    for (const std::int64_t result : reader_failures) {
+    for (const std::int64_t result : reader_results) {
+        GuardedBuffer serial(32);
         reader().serial.result = result;
         EXPECT_EQ(GetDevSerial(7, serial.text()), result);
+        EXPECT_TRUE(serial.holds_text(result == 0 ? "0123456789" : "")) << result;
     }
-    for (const std::int64_t result : {std::int64_t{1}, std::int64_t{1} << 32}) {
-        reader().serial.result = result;
-        EXPECT_EQ(GetDevSerial(7, serial.text()), result);
-    }
-    EXPECT_TRUE(serial.untouched());
 }
 
 TEST_F(ReaderConnection, SerialIsAskedUnderAnyHandle) {

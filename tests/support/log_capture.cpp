@@ -44,6 +44,10 @@ const std::vector<LogLine>& LogCapture::lines() const {
     return captured();
 }
 
+std::size_t LogCapture::line_count() {
+    return captured().size();
+}
+
 void LogCapture::clear() {
     captured().clear();
 }

@@ -27,6 +27,9 @@ class LogCapture {
     const std::vector<LogLine>& lines() const;
     void clear();
 
+    // Number of lines logged since construction or the last clear() of the capture that lives.
+    static std::size_t line_count();
+
   private:
     QtMessageHandler previous_;
 };

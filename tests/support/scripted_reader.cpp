@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "quorrin/reader_library.h"
+#include "tests/support/log_capture.hpp"
 
 namespace quorrin::test {
 namespace {
@@ -15,6 +16,11 @@ std::string number(std::int64_t value) {
 
 std::string slot_code(int slot) {
     return to_hex(Bytes{static_cast<std::uint8_t>(slot)});
+}
+
+void record(std::string call) {
+    reader().calls.push_back(std::move(call));
+    reader().lines_logged_before.push_back(LogCapture::line_count());
 }
 
 // The reader library's side of an output buffer: the room is part of the interface.
@@ -53,18 +59,18 @@ using namespace quorrin::test;
 #pragma GCC visibility push(default)
 
 int64_t ICC_Reader_Open(char* name) {
-    reader().calls.push_back("Open");
+    record("Open");
     put(reader().open.bytes, name, 32);
     return reader().open.result;
 }
 
 int64_t ICC_Reader_Close(void) {
-    reader().calls.push_back("Close");
+    record("Close");
     return reader().close;
 }
 
 int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
-    reader().calls.push_back("PowerOn " + number(handle) + " " + slot_code(slot));
+    record("PowerOn " + number(handle) + " " + slot_code(slot));
     const auto found = reader().power_on.find(slot);
     const Answer given = found == reader().power_on.end() ? failure(-2) : found->second;
     put(given.bytes, atr, 512);
@@ -72,7 +78,7 @@ int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
 }
 
 int64_t ICC_Reader_PowerOff(int64_t handle, int slot) {
-    reader().calls.push_back("PowerOff " + number(handle) + " " + slot_code(slot));
+    record("PowerOff " + number(handle) + " " + slot_code(slot));
     const auto found = reader().power_off.find(slot);
     return found == reader().power_off.end() ? 0 : found->second;
 }
@@ -80,8 +86,7 @@ int64_t ICC_Reader_PowerOff(int64_t handle, int slot) {
 int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t* command,
                                uint8_t* response) {
     const Bytes sent(command, command + length);
-    reader().calls.push_back("Send " + number(handle) + " " + slot_code(slot) + ": " +
-                             to_hex(sent));
+    record("Send " + number(handle) + " " + slot_code(slot) + ": " + to_hex(sent));
     Answer given = failure(-11);
     if (reader().card) {
         given = reader().card(sent);
@@ -96,7 +101,7 @@ int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t
 }
 
 int64_t ICC_Reader_GetSerial(int64_t handle, char* serial) {
-    reader().calls.push_back("GetSerial " + number(handle));
+    record("GetSerial " + number(handle));
     put(reader().serial.bytes, serial, 100);
     return reader().serial.result;
 }

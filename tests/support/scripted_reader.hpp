@@ -48,6 +48,9 @@ struct ScriptedReader {
     // "Send 7 01: 00A4040000" (handle, slot code, command).
     std::vector<std::string> calls;
 
+    // For each of them, how many lines the log held when it was made.
+    std::vector<std::size_t> lines_logged_before;
+
     // The commands among the calls, as hex text.
     std::vector<std::string> commands() const;
 
