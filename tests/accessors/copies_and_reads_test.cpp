@@ -125,7 +125,7 @@ TEST_F(CopiesAndReads, RefuseNullPointers) {
 TEST_F(CopiesAndReads, EndWithTheStorageWhateverLengthTheHostHasSet) {
     for (const auto& family : {std::span<const Copy>(copies), std::span<const Copy>(reads)}) {
         for (const Copy& copy : family) {
-            // The certificate number has one byte of storage more than it accepts.
+            // The cardholder ID number has one byte of storage more than it accepts.
             const std::size_t storage = copy.tag == std::string_view("9F61") ? 41 : copy.longest;
             const Bytes value = pattern(copy.longest);
             put(copy.tag, value);
@@ -136,6 +136,32 @@ TEST_F(CopiesAndReads, EndWithTheStorageWhateverLengthTheHostHasSet) {
             EXPECT_EQ(out.first(copy.longest), value) << copy.name;
             EXPECT_TRUE(out_length.holds({static_cast<std::uint8_t>(storage)})) << copy.name;
         }
+    }
+}
+
+TEST_F(CopiesAndReads, OfAStoreThatWasNeverResetAreZeros) {
+    for (const auto& family : {std::span<const Copy>(copies), std::span<const Copy>(reads)}) {
+        for (const Copy& copy : family) {
+            put(copy.tag, pattern(copy.longest));
+            row(copy.tag).value = nullptr;
+            GuardedBuffer out(copy.longest);
+            GuardedBuffer out_length(1);
+            EXPECT_EQ(copy.accessor(out.data(), out_length.data()), copy.result) << copy.name;
+            EXPECT_TRUE(out.holds(filled(copy.longest, 0x00))) << copy.name;
+            EXPECT_TRUE(out_length.holds({static_cast<std::uint8_t>(copy.longest)})) << copy.name;
+        }
+    }
+}
+
+TEST_F(CopiesAndReads, CopiesOfAPresentElementAnswerOneWhateverTheStoreSays) {
+    for (const Copy& copy : copies) {
+        put(copy.tag, pattern(copy.shortest));
+        row(copy.tag).format = 9;
+        GuardedBuffer out(copy.longest);
+        GuardedBuffer out_length(1);
+        EXPECT_EQ(copy.accessor(out.data(), out_length.data()), 1) << copy.name;
+        EXPECT_TRUE(out.untouched()) << copy.name;
+        EXPECT_TRUE(out_length.holds({static_cast<std::uint8_t>(copy.shortest)})) << copy.name;
     }
 }
 
