@@ -53,21 +53,17 @@ std::uint8_t emvGetUCOL() { return gl_UCOL[0]; }
 
 std::uint16_t emvGetPANLength() { return length(element::pan); }
 std::uint16_t emvGetPANSnLength() { return length(element::pan_sequence_number); }
-std::uint16_t emvGetCardHolderCertLength() {
-    return length(element::cardholder_certificate_number);
-}
-std::uint16_t emvGetCardHolderCertTypeLength() {
-    return length(element::cardholder_certificate_type);
-}
+std::uint16_t emvGetCardHolderCertLength() { return length(element::cardholder_id_number); }
+std::uint16_t emvGetCardHolderCertTypeLength() { return length(element::cardholder_id_type); }
 
 std::int32_t emvGetPreferLang(std::uint8_t* out, std::uint8_t* outLen) {
     return read_through(element::language_preference, out, outLen);
 }
 std::int32_t emvGetCardHolderCert(std::uint8_t* out, std::uint8_t* outLen) {
-    return read_through(element::cardholder_certificate_number, out, outLen);
+    return read_through(element::cardholder_id_number, out, outLen);
 }
 std::int32_t emvGetCardHolderCertType(std::uint8_t* out, std::uint8_t* outLen) {
-    return read_through(element::cardholder_certificate_type, out, outLen);
+    return read_through(element::cardholder_id_type, out, outLen);
 }
 
 // Raw results
