@@ -89,6 +89,8 @@ std::int32_t emvSetAIP(const std::uint8_t* aip) {
     }
     std::copy_n(aip, std::size(gl_AIP), gl_AIP);
     if (is_present(element::app_interchange_profile)) {
+        // Deliberate: 1 is a remark, not a refusal. A host that sets a profile of its own works
+        // with that one from here on.
         return was_present;
     }
     mark_present(element::app_interchange_profile, sizeof gl_AIP);
