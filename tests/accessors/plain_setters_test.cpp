@@ -164,6 +164,18 @@ TEST_F(PlainSetters, RefuseANullPointerOfAnyLength) {
     }
 }
 
+TEST_F(PlainSetters, TellAStoreThatWasNeverResetForAGivenLength) {
+    for (const Given& setter : given_setters) {
+        std::uint8_t* const storage = std::exchange(row(setter.tag).value, nullptr);
+        const ExactBytes value(pattern(setter.longest));
+        EXPECT_EQ(setter.accessor(value.data(), setter.longest), expected(setter.style, -18))
+            << setter.name;
+        row(setter.tag).value = storage;
+        EXPECT_EQ(row(setter.tag).state, 0) << setter.name;
+        EXPECT_EQ(row(setter.tag).curLen, 0) << setter.name;
+    }
+}
+
 // ---- Bytes by value
 
 struct ByValue {
@@ -196,6 +208,16 @@ TEST_F(PlainSetters, TellAByteThatTheDictionaryRefuses) {
         const StoreImage before;
         EXPECT_EQ(setter.accessor(0xE2), 49) << setter.name;
         EXPECT_THAT(before.changed(), IsEmpty()) << setter.name;
+    }
+}
+
+TEST_F(PlainSetters, TellAStoreThatWasNeverResetForAByte) {
+    for (const ByValue& setter : by_value_setters) {
+        std::uint8_t* const storage = std::exchange(row(setter.tag).value, nullptr);
+        EXPECT_EQ(setter.accessor(0xE2), 49) << setter.name;
+        row(setter.tag).value = storage;
+        EXPECT_EQ(row(setter.tag).state, 0) << setter.name;
+        EXPECT_EQ(row(setter.tag).curLen, 0) << setter.name;
     }
 }
 

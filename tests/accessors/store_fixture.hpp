@@ -44,6 +44,12 @@ inline Bytes stored(std::string_view tag, std::size_t count) {
     return {element.value, element.value + count};
 }
 
+// State and length of an element, as a host can set them apart from its value.
+inline void mark(std::string_view tag, std::uint8_t state, std::uint16_t length) {
+    row(tag).state = state;
+    row(tag).curLen = length;
+}
+
 // All ones in the storage of every element, so that a step beside one shows.
 inline void fill_every_element() {
     for (QuorrinDataElement& element : TermDt) {

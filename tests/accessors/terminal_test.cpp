@@ -71,6 +71,15 @@ TEST_F(Terminal, OffersTheFirstCodeTableWhenItDeclaresNothing) {
     }
 }
 
+TEST_F(Terminal, DeclaresByTheValueOfItsCapabilitiesNotByTheirPresence) {
+    put("9F40", hex("0000000000"));
+    EXPECT_EQ(emvIsSupportIssCodeTable(0x01), 1);
+    put("9F40", hex("8000000002"));
+    set_state_of("9F40", 0);
+    EXPECT_EQ(emvIsSupportIssCodeTable(0x01), 0);
+    EXPECT_EQ(emvIsSupportIssCodeTable(0x02), 1);
+}
+
 TEST_F(Terminal, RiskManagementChoiceEndsAtTwo) {
     EXPECT_EQ(gl_Tm_RmCheckFlg, 1);
     for (const std::uint8_t flag : Bytes{0, 2, 1}) {

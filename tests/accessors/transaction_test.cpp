@@ -144,9 +144,10 @@ TEST_F(Transaction, DeliberatelyTheCashbackFlagOverwritesTheType) {
         EXPECT_EQ(row("9C").state, 0);
         EXPECT_EQ(row("9C").curLen, 0);
     }
-    put("9C", hex("09"));
+    mark("9C", 1, 0x0307);
     emvSetCashBackFlg(1);
     EXPECT_EQ(row("9C").state, 1);
+    EXPECT_EQ(row("9C").curLen, 0x0307);
     EXPECT_EQ(emvGetCashBackFlg(), 1);
 }
 
@@ -181,6 +182,11 @@ TEST_F(Transaction, DeliberatelyALengthOfPinDataDoesNotMakeThemPresent) {
     EXPECT_EQ(row("99").curLen, 0x0102);
     EXPECT_EQ(row("99").state, 0);
     EXPECT_EQ(emvGetPinDataLength(), 0x0102);
+
+    mark("99", 1, 0x0305);
+    EXPECT_EQ(emvSetPinDataLength(7), 0);
+    EXPECT_EQ(row("99").curLen, 7);
+    EXPECT_EQ(row("99").state, 1);
 }
 
 TEST_F(Transaction, DeliberatelyTheRandomNumberIsDeliveredWithZeroAndMissingWithOne) {
@@ -196,6 +202,16 @@ TEST_F(Transaction, DeliberatelyTheRandomNumberIsDeliveredWithZeroAndMissingWith
     EXPECT_EQ(number, 0xBEEF);
     EXPECT_EQ(emvGetRandNum(nullptr), 49);
     EXPECT_THAT(before.changed(), IsEmpty());
+}
+
+TEST_F(Transaction, AnyFlagButZeroTellsARandomNumber) {
+    gl_RandNum = 0x7777;
+    for (const std::uint8_t flag : Bytes{1, 2, 255}) {
+        gl_RandNum_Flag = flag;
+        std::uint16_t number = 0xFFFF;
+        EXPECT_EQ(emvGetRandNum(&number), 0) << int{flag};
+        EXPECT_EQ(number, 0x7777) << int{flag};
+    }
 }
 
 TEST_F(Transaction, ReferenceCurrencyConversionHasFourBytes) {

@@ -90,6 +90,17 @@ TEST_F(TvrAndTsi, DeliberatelyABitDoesNotMakeTheElementPresent) {
     }
 }
 
+TEST_F(TvrAndTsi, DeliberatelyABitLeavesStateAndLengthAsTheyWere) {
+    for (const Indicator& indicator : indicators) {
+        mark(indicator.tag, 1, 0x0301);
+        for (const std::uint8_t on : Bytes{1, 0}) {
+            indicator.set(1, 8, on);
+            EXPECT_EQ(row(indicator.tag).state, 1) << indicator.tag;
+            EXPECT_EQ(row(indicator.tag).curLen, 0x0301) << indicator.tag;
+        }
+    }
+}
+
 TEST_F(TvrAndTsi, AddressesOutsideChangeNothing) {
     for (const Indicator& indicator : indicators) {
         const StoreImage before;
