@@ -19,7 +19,8 @@ namespace {
 
 using tlv::Bytes;
 
-// Positive, unlike the codes of the message table: hosts test for non-zero.
+// Deliberate: positive, unlike the codes of the message table, which has no text for them. Hosts
+// know them by these numbers and test for non-zero.
 constexpr std::int64_t no_cdol1 = 238;
 constexpr std::int64_t no_cryptogram = 208;
 
@@ -67,6 +68,8 @@ std::int64_t accept_format1(Bytes answer) {
     return code::success;
 }
 
+// Deliberate: the cryptogram information data are not asked what kind of cryptogram this is. Also
+// with an AAC or a TC the host gets the cryptogram with success, and finds the kind in 9F27.
 std::int64_t accept_answer(Bytes answer) {
     if (answer.empty()) {
         return no_cryptogram;

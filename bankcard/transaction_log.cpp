@@ -90,6 +90,8 @@ bool is_selected(std::int32_t selector, int record) {
 }
 
 // The output text: the length of the first record's text, then the records' texts back to back.
+// Deliberate: the length stands there once. The records of a log share one format and thus one text
+// length, by which the host cuts the rest.
 class LogText {
   public:
     explicit LogText(char* out) : next_(out) {}

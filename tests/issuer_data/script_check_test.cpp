@@ -78,6 +78,14 @@ TEST_F(ScriptCheck, AnIdentifierThatTheStoreRefusesCountsWithTheStoredValueAsItS
     EXPECT_TRUE(entries_are({"00A1A2A3A4"}));
 }
 
+TEST_F(ScriptCheck, ARefusedScriptWhoseIdentifierTheStoreRefusesIsRecordedUnderTheStoredOne) {
+    EXPECT_EQ(check("71[ 9F18[A1A2A3A4] ]"), 0);
+    EXPECT_EQ(check("71[ 9F18[B1B2B3] C1[00] ]"), -28);
+    EXPECT_EQ(element("9F18"), "A1A2A3A4");
+    EXPECT_TRUE(entries_are({"00A1A2A3A4"}));
+    EXPECT_EQ(tvr(), script_71_failed);
+}
+
 TEST_F(ScriptCheck, AnOverLongIdentifierIsRefusedByTheStoreAndCopiedNowhere) {
     EXPECT_EQ(check("71[ 9F18[B1B2B3B4B5B6B7B8] 86[84180000] ]"), 0);
     EXPECT_EQ(gl_cScptIDExist, 1);

@@ -58,6 +58,16 @@ TEST_F(ScriptCommands, TakeDataAndLeBeyondACommandFromTheValue) {
     EXPECT_THAT(reader().commands(), ElementsAre("841E000004A1A2C10177"));
 }
 
+TEST_F(ScriptCommands, TakeDataBeyondACommandByOneByteWithLeZero) {
+    EXPECT_EQ(run_value("86[841E0000 02 A1] C1[77]"), 0);
+    EXPECT_THAT(reader().commands(), ElementsAre("841E000002A1C100"));
+}
+
+TEST_F(ScriptCommands, TakeNothingFromBehindACommandThatHoldsItsData) {
+    EXPECT_EQ(run_value("86[841E0000 01 A1] C1[77]"), 0);
+    EXPECT_THAT(reader().commands(), ElementsAre("841E000001A100"));
+}
+
 TEST_F(ScriptCommands, GoToTheUserCardInReaderHandle) {
     ReaderHandle = 0x1234567890;
     EG_nUserCardType = 12;
@@ -65,7 +75,7 @@ TEST_F(ScriptCommands, GoToTheUserCardInReaderHandle) {
     EXPECT_THAT(reader().calls, ElementsAre("Send 78187493520 31: 841800000000"));
 }
 
-TEST_F(ScriptCommands, AreSentInOrderWhateverTheCardAnswers) {
+TEST_F(ScriptCommands, AreDeliberatelySentInOrderWhateverTheCardAnswers) {
     card_answers = {answer("6A82"), failure(-11), answer("A1A2A3 6F00"), answer("9000")};
     EXPECT_EQ(run_value("9F18[11223344] 86[84180000] 86[841E0000] 86[84240000] 86[84160000]"), 0);
     EXPECT_THAT(reader().commands(),
@@ -85,6 +95,18 @@ TEST_F(ScriptCommands, AnEmptyTemplateIsSuccessful) {
     emvSetIssScrptRsltID(hex("E1E2E3E4").data());
     EXPECT_EQ(emvIssuerCommandProcess(nullptr, 0), 0);
     EXPECT_THAT(reader().calls, IsEmpty());
+    EXPECT_TRUE(entries_are({"2000000000"}));
+}
+
+TEST_F(ScriptCommands, ReportNotPerformedUntilTheyHaveAllBeenSent) {
+    emvSetIssScrptRslt(2, 9);
+    Bytes during;
+    reader().card = [&](const Bytes&) {
+        during.push_back(gl_Iss_ScriptRslt[0]);
+        return answer("9000");
+    };
+    EXPECT_EQ(run_value("86[84180000]"), 0);
+    EXPECT_EQ(to_hex(during), "00");
     EXPECT_TRUE(entries_are({"2000000000"}));
 }
 

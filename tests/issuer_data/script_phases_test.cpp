@@ -92,7 +92,7 @@ TEST_F(ScriptPhases, OfAnotherNumberRunNothing) {
     EXPECT_EQ(tsi(), not_performed);
 }
 
-TEST_F(ScriptPhases, RecordARefusedCommandAsSuccessful) {
+TEST_F(ScriptPhases, DeliberatelyRecordARefusedCommandAsSuccessful) {
     card_answers = {answer("6A82")};
     collect({"71[ 9F18[11223344] 86[84180000] ]"});
     EXPECT_EQ(emvScriptProcess(1), 0);
@@ -102,7 +102,7 @@ TEST_F(ScriptPhases, RecordARefusedCommandAsSuccessful) {
     EXPECT_EQ(tsi(), performed);
 }
 
-TEST_F(ScriptPhases, RecordAnUnreachableCardAsSuccessful) {
+TEST_F(ScriptPhases, DeliberatelyRecordAnUnreachableCardAsSuccessful) {
     card_answers = {failure(-4), failure(-4)};
     collect({"71[ 9F18[11223344] 86[84180000] 86[841E0000] ]"});
     EXPECT_EQ(emvScriptProcess(1), 0);
@@ -159,7 +159,7 @@ TEST_F(ScriptPhases, TakeZerosBeyondTheStoredArea) {
 
 // --- scripts that do not parse ---
 
-TEST_F(ScriptPhases, AScriptThatDoesNotParseIsRecordedWithoutMovingOn) {
+TEST_F(ScriptPhases, AScriptThatDoesNotParseIsDeliberatelyRecordedWithoutMovingOn) {
     store_buffer(hex("01 03 710512 00"));
     EXPECT_EQ(emvScriptProcess(2), 0);
     EXPECT_EQ(tvr(), script_71_failed);
@@ -204,6 +204,17 @@ TEST_F(ScriptPhases, AScriptThatDoesNotParseReportsTheRunningIdentifier) {
     EXPECT_EQ(emvScriptProcess(1), 0);
     EXPECT_TRUE(entries_are({"0011223344"}));
     EXPECT_EQ(final_entries(), 0);
+}
+
+TEST_F(ScriptPhases, AnObjectThatIsNoScriptGivesTheRunningIdentifierToo) {
+    emvSetIssScrptRslt(2, 9);
+    store_buffer(
+        join(hex("02 0F"), card_bytes("70[ 9F18[11223344] 86[84180000] ]"), hex("03 710512 00")));
+    EXPECT_EQ(emvScriptProcess(1), 0);
+    EXPECT_THAT(reader().calls, IsEmpty());
+    EXPECT_TRUE(entries_are({"0011223344"}));
+    EXPECT_EQ(final_entries(), 0);
+    EXPECT_EQ(tvr(), script_71_failed);
 }
 
 // --- objects that are no scripts ---
@@ -379,6 +390,15 @@ TEST_F(ScriptPhases, TheRunningIdentifierStartsAsZerosInEachPhase) {
     EXPECT_TRUE(entries_are({"2011223344", "0000000000"}));
 }
 
+TEST_F(ScriptPhases, TheIdentifierOfARefusedScriptRunsOn) {
+    extract_bytes(
+        join(card_bytes("71[ 9F18[11223344] 8605 ]"), script_of("71", 100), script_of("71", 40)));
+    emvScriptProcess(1);
+    EXPECT_TRUE(entries_are({"0011223344", "2000000000", "0011223344"}));
+    EXPECT_EQ(final_entries(), 3);
+    EXPECT_EQ(reader().commands().size(), 1u);
+}
+
 // --- gl_cScptIDExist ---
 
 TEST_F(ScriptPhases, TheIdentifierFlagIsClearedBeforeEachScript) {
@@ -423,6 +443,9 @@ TEST_F(ScriptPhases, SurviveABufferThatCountsMoreScriptsThanItHolds) {
     store_buffer(buffer);
     EXPECT_EQ(emvScriptProcess(1), 0);
     EXPECT_THAT(reader().commands(), ElementsAre(unblock));
+    EXPECT_TRUE(entries_are({"2000000000"}));
+    EXPECT_EQ(final_entries(), 1);
+    EXPECT_EQ(tsi(), performed);
 }
 
 TEST_F(ScriptPhases, EndWithAScriptThatLiesBeyondTheArea) {
@@ -431,8 +454,15 @@ TEST_F(ScriptPhases, EndWithAScriptThatLiesBeyondTheArea) {
     const std::uint8_t tag = 0x71;
     emvSetDataElementState(&tag, 1, 1);
     emvSetIssuerScriptLength(256);
+    // The first one, which does not parse, overwrites this.
+    emvSetIssScrptRslt(2, 9);
+    emvSetIssScrptRsltID(hex("E1E2E3E4").data());
     EXPECT_EQ(emvScriptProcess(1), 0);
     EXPECT_THAT(reader().calls, IsEmpty());
+    EXPECT_TRUE(entries_are({"0000000000"}));
+    EXPECT_EQ(final_entries(), 0);
+    EXPECT_EQ(tvr(), nothing_failed);
+    EXPECT_EQ(tsi(), performed);
 }
 
 TEST_F(ScriptPhases, AScriptOfSizeZeroIsRecordedAsOneThatDoesNotParse) {
@@ -454,34 +484,6 @@ TEST_F(ScriptPhases, RunStoredScriptsAgainAndAppendTheirResults) {
     EXPECT_THAT(reader().commands(), ElementsAre(unblock, unblock));
     EXPECT_TRUE(entries_are({"2011223344", "2011223344"}));
     EXPECT_EQ(final_entries(), 2);
-}
-
-// --- before the next GENERATE AC ---
-
-TEST_F(ScriptPhases, GenerateAcElementsAreMarkedAbsentWithTheirValuesKept) {
-    struct Stored {
-        const char* tag;
-        const char* value;
-    };
-    const Stored stored[] = {{"9F27", "80"},     {"9F26", "0102030405060708"},
-                             {"9F36", "0042"},   {"9F10", "07010103A0A002"},
-                             {"9F4B", "A1A2A3"}, {"82", "7C00"}};
-    for (const Stored& row : stored) {
-        const Bytes tag = hex(row.tag);
-        const Bytes value = hex(row.value);
-        ASSERT_EQ(emvSetDataElement(nullptr, 0, tag.data(), static_cast<std::uint8_t>(tag.size()),
-                                    static_cast<std::uint16_t>(value.size()), value.data()),
-                  0);
-    }
-    emvSetCardATCErrFlg(1);
-    emvInitGACData();
-    for (const Stored& row : stored) {
-        const std::string kept =
-            std::string(row.tag) == "82" ? row.value : std::string("unset ") + row.value;
-        EXPECT_EQ(element(row.tag), kept) << row.tag;
-    }
-    EXPECT_EQ(emvGetCardATCErrFlg(), 0);
-    EXPECT_EQ(gl_ATC_Err, 0);
 }
 
 }  // namespace

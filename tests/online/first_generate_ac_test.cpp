@@ -40,7 +40,7 @@ class FirstGenerateAc : public BankCardTest {
 
 // --- CDOL1 and its data ---
 
-TEST_F(FirstGenerateAc, NeedsACdol1) {
+TEST_F(FirstGenerateAc, DeliberatelyAnswersAMissingCdol1WithAPositiveCode) {
     EXPECT_EQ(emvGACFrist(handle), 238);
     EXPECT_THAT(reader().calls, IsEmpty());
 }
@@ -114,7 +114,7 @@ constexpr DataCase data_cases[] = {
     {"255Bytes", "9A03 C181FC", 0, "80AE8000 FF 250102 00*252 00"},
     // 256 bytes cannot be counted in Lc: the command goes without them.
     {"256BytesGoAsNone", "9A03 C181FD", 0, "80AE8000 00 00"},
-    {"257BytesAreRefused", "9A03 C181FE", 208, ""},
+    {"257BytesAreDeliberatelyRefusedWithAPositiveCode", "9A03 C181FE", 208, ""},
     {"256BytesAtOnce", "C1820100", 0, "80AE8000 00 00"},
     {"257BytesAtOnce", "C1820101", 208, ""},
     {"MoreThanAnyCommandHolds", "C182FFFF", 208, ""},
@@ -122,12 +122,12 @@ constexpr DataCase data_cases[] = {
     {"SumOfManyEntries", "C17F C17F C103", 208, ""},
     {"TemplatesCountWithTheirLength", "7082FFFF", 208, ""},
     // A list that goes wrong is answered up to there.
-    {"BadTagBehindAnEntry", "9A03 9F", 0, "80AE8000 03 250102 00"},
-    {"TagOfThreeBytes", "9A03 DF810204 9A03", 0, "80AE8000 03 250102 00"},
-    {"TagWithoutLength", "9A03 95", 0, "80AE8000 03 250102 00"},
-    {"IndefiniteLength", "9A03 9580 9A03", 0, "80AE8000 03 250102 00"},
-    {"BadTagAtOnce", "9F", 0, "80AE8000 00 00"},
-    {"BadTagBehind256Bytes", "C1820100 9F", 0, "80AE8000 00 00"},
+    {"DeliberatelyUpToABadTag", "9A03 9F", 0, "80AE8000 03 250102 00"},
+    {"DeliberatelyUpToATagOfThreeBytes", "9A03 DF810204 9A03", 0, "80AE8000 03 250102 00"},
+    {"DeliberatelyUpToATagWithoutLength", "9A03 95", 0, "80AE8000 03 250102 00"},
+    {"DeliberatelyUpToAnIndefiniteLength", "9A03 9580 9A03", 0, "80AE8000 03 250102 00"},
+    {"DeliberatelyNothingForABadTagAtOnce", "9F", 0, "80AE8000 00 00"},
+    {"DeliberatelyUpToABadTagBehind256Bytes", "C1820100 9F", 0, "80AE8000 00 00"},
     {"BadTagBehind257Bytes", "C1820101 9F", 208, ""},
     // Padding between entries is not stepped over: 00 00 asks for nothing.
     {"PaddingPair", "0000 9A03", 0, "80AE8000 03 250102 00"},
@@ -194,7 +194,7 @@ const AnswerCase answer_cases[] = {
      "80[ 80 0001 1122334455667788 ]",
      0,
      {{"9F27", "80"}, {"9F36", "0001"}, {"9F26", "1122334455667788"}}},
-    {"Format1TooShort", "80[ 80 0001 11223344556677 ]", 208, {}},
+    {"Format1TooShortDeliberatelyPositive", "80[ 80 0001 11223344556677 ]", 208, {}},
     {"Format1Empty", "80[]", 208, {}},
     {"Format1Longest",
      "80[ 80 0001 1122334455667788 AB*32 ]",
@@ -212,11 +212,11 @@ const AnswerCase answer_cases[] = {
     {"Format1IndefiniteLength", "80 80 80 0001 1122334455667788", 208, {}},
     {"Format1TagAlone", "80", 208, {}},
     // Application cryptograms of every kind are taken: 00 an AAC, 40 a TC.
-    {"Decline",
+    {"DeliberatelySuccessWithADecline",
      "80[ 00 0001 1122334455667788 ]",
      0,
      {{"9F27", "00"}, {"9F36", "0001"}, {"9F26", "1122334455667788"}}},
-    {"OfflineApproval",
+    {"DeliberatelySuccessWithAnOfflineApproval",
      "77[ 9F27[40] 9F36[0001] 9F26[1122334455667788] ]",
      0,
      {{"9F27", "40"}, {"9F36", "0001"}, {"9F26", "1122334455667788"}}},
@@ -266,8 +266,12 @@ TEST_F(FirstGenerateAc, SurvivesTheLongestAnswers) {
 
 TEST_F(FirstGenerateAc, ReportsHowTheCardRefuses) {
     for (const Refusal& refusal : refusals()) {
+        emvClrIccAndTermData();
+        ASSERT_EQ(kept_data(), "none");
         EXPECT_EQ(generate_ac(hex("9A03"), refusal.answer), refusal.code) << refusal.name;
         EXPECT_EQ(element("9F26"), std::nullopt);
+        // What was sent is known all the same.
+        EXPECT_EQ(kept_data(), "000000") << refusal.name;
     }
 }
 
@@ -410,6 +414,18 @@ TEST_F(GetArqc, SurvivesMissingOutputBuffers) {
     EXPECT_EQ(gucGetArqcFlag, 1);
 }
 
+TEST_F(GetArqc, SucceedsWithoutTheRecordsBehindARefusedOne) {
+    insert(pboc_debit_card).with("00B2010C00\n    6A83\n");
+    EXPECT_EQ(get_arqc(), 0);
+    const Commands sent = commands();
+    ASSERT_EQ(sent.size(), 8u);
+    // The rest of file 1 is not read, the other files are.
+    EXPECT_EQ(Commands(sent.begin() + 2, sent.begin() + 7),
+              (Commands{"00B2010C00", "00B2011400", "00B2021400", "00B2031400", "00B2011C00"}));
+    EXPECT_TRUE(cryptogram.holds_text("1122334455667788"));
+    EXPECT_EQ(gucGetArqcFlag, 1);
+}
+
 struct FailureCase {
     const char* name;
     const char* rows;  // put before the card's own
@@ -434,10 +450,12 @@ constexpr FailureCase failure_cases[] = {
     {"FciMalformed", "00A40400 *\n    6F05 9000\n", -107, 1},
     {"GpoRefused", "80A80000 *\n    6985\n", -107, 2},
     {"RecordMalformed", "00B2010C00\n    7005 9000\n", -107, 3},
-    {"NoCdol1", "00B2011400\n    70[ 8D[9A03] ] 9000\n", 238, 8},
-    {"Cdol1DataTooLong", "00B2011400\n    70[ 8C[C1820101] ] 9000\n", 208, 8},
+    {"NoCdol1DeliberatelyPositive", "00B2011400\n    70[ 8D[9A03] ] 9000\n", 238, 8},
+    {"Cdol1RecordRefused", "00B2011400\n    6A83\n", 238, 6},
+    {"Cdol1DataTooLongDeliberatelyPositive", "00B2011400\n    70[ 8C[C1820101] ] 9000\n", 208, 8},
     {"GenerateAcRefused", "80AE8000 *\n    6985\n", -27013, 9},
-    {"GenerateAcAnswerUnknown", "80AE8000 *\n    70[ 9F27[80] ] 9000\n", 208, 9},
+    {"GenerateAcAnswerUnknownDeliberatelyPositive", "80AE8000 *\n    70[ 9F27[80] ] 9000\n", 208,
+     9},
 };
 
 INSTANTIATE_TEST_SUITE_P(Online, FailingArqc, testing::ValuesIn(failure_cases),

@@ -151,7 +151,7 @@ TEST_F(IssuerAnswer, ExternalAuthenticateReportsHowTheCardRefuses) {
     }
 }
 
-TEST_F(IssuerAnswer, ExternalAuthenticateSendsWhatIsStored) {
+TEST_F(IssuerAnswer, ExternalAuthenticateDeliberatelySendsWhatIsStoredPresentOrNot) {
     store("91", hex("0102030405060708"));
     EXPECT_EQ(emvExternalAuthenticate(5), 0);
     // The length counts, not the presence.

@@ -61,7 +61,7 @@ class LogReading : public BankCardTest {
     GuardedBuffer out{4096};
 };
 
-TEST_F(LogReading, GivesTheFirstTextsLengthAndAllTexts) {
+TEST_F(LogReading, DeliberatelyGivesTheFirstTextsLengthOnceAndAllTexts) {
     insert(card_with_log(usual_entry, usual_format, 10));
     EXPECT_EQ(read(all), 0);
     EXPECT_EQ(commands(), read_commands({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));

@@ -59,7 +59,7 @@ class LogRecord : public LibraryTest {
     }
 };
 
-TEST_F(LogRecord, IsWrittenFieldByField) {
+TEST_F(LogRecord, IsWrittenFieldByFieldWithDeliberatelyMixedCounts) {
     const std::string text =
         "P012000000012345"
         "Q012000000000678"
@@ -199,7 +199,7 @@ TEST_P(RefusedLogFormat, GivesMinus107AndWritesNothing) {
 constexpr RefusedCase refused_cases[] = {
     {"Nothing", ""},
     {"OtherTag", "9F4D[ 9A03 ]"},
-    {"LoadLogTag", "DF4F[ 9A03 ]"},
+    {"DeliberatelyLoadLogTag", "DF4F[ 9A03 ]"},
     {"OneByteTag", "4F[ 9A03 ]"},
     {"TagCutOff", "9F"},
     {"PaddingBeforeTheTag", "00 9F4F[ 9A03 ]"},
