@@ -1,3 +1,5 @@
+// Both ciphers without padding. Data that is no multiple of the block, or an initial vector that is
+// not one block, throws std::invalid_argument; a failing crypto library std::runtime_error.
 #pragma once
 
 #include <cstdint>
@@ -5,8 +7,8 @@
 
 #include "cryptography/algorithm.hpp"
 
-/// Both ciphers without padding. Data that is no multiple of the block, or an initial vector that
-/// is not one block, throws std::invalid_argument; a failing crypto library std::runtime_error.
+// Both ciphers without padding. Data that is no multiple of the block, or an initial vector that
+// is not one block, throws std::invalid_argument; a failing crypto library std::runtime_error.
 namespace quorrin::cryptography {
 
 std::vector<std::uint8_t> encrypt_ecb(Algorithm algorithm, const Key& key, Bytes plain);

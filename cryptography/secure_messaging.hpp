@@ -1,22 +1,20 @@
+// Protection of issuer script commands: EMV book 2 section 9. Card and issuer share these
+// definitions, so what one side seals the other opens.
 #pragma once
 
 #include <cstdint>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "cryptography/algorithm.hpp"
 #include "cryptography/card_keys.hpp"
 
-/// Protection of issuer script commands: EMV book 2 section 9. Card and issuer share these
-/// definitions, so what one side seals the other opens.
 namespace quorrin::cryptography {
 
-/// CLA INS P1 P2 Lc. Lc counts the MAC.
+// CLA INS P1 P2 Lc. Lc counts the MAC.
 using CommandHeader = std::array<std::uint8_t, 5>;
 
-/// The transaction that a script belongs to.
+// The transaction that a script belongs to.
 struct ScriptContext {
     SessionKeyScheme scheme = SessionKeyScheme::Pboc;
     Algorithm algorithm = Algorithm::TripleDes;
@@ -24,23 +22,23 @@ struct ScriptContext {
     Cryptogram arqc{};
 };
 
-/// The MACs of one answer's script commands, in the order of sending: each covers the one before.
-///
-/// No worked example of the layout is published for PBOC. The reading used here:
-///   PBOC  previous full MAC || CLA INS P1 P2 Lc || ATC || ARQC || data
-///   EMV   previous full MAC || CLA INS P1 P2 Lc || data
-/// with nothing for "previous" at the first command, `data` as sent but without the MAC, and the
-/// left 4 bytes of the result sent. EMV needs neither ATC nor ARQC: its session key depends on
-/// them.
+// The MACs of one answer's script commands, in the order of sending: each covers the one before.
+//
+// No worked example of the layout is published for PBOC. The reading used here:
+//   PBOC  previous full MAC || CLA INS P1 P2 Lc || ATC || ARQC || data
+//   EMV   previous full MAC || CLA INS P1 P2 Lc || data
+// with nothing for "previous" at the first command, `data` as sent but without the MAC, and the
+// left 4 bytes of the result sent. EMV needs neither ATC nor ARQC: its session key depends on
+// them.
 class ScriptMacChain {
   public:
     ScriptMacChain(const ScriptContext& context, const Key& card_mac_key);
 
-    /// The issuer's side: the MAC of the next command.
+    // The issuer's side: the MAC of the next command.
     ShortMac seal(const CommandHeader& header, Bytes data);
 
-    /// The card's side: whether this is the next command's MAC. A wrong one leaves the chain where
-    /// it is.
+    // The card's side: whether this is the next command's MAC. A wrong one leaves the chain where
+    // it is.
     bool accept(const CommandHeader& header, Bytes data, Bytes received_mac);
 
   private:
@@ -51,26 +49,14 @@ class ScriptMacChain {
     std::optional<Mac> previous_;
 };
 
-/// Length byte || plain, filled with 80 00.. where that is no full block; then ECB. `card_key` is
-/// the card's encipherment key. More than 255 bytes throw std::invalid_argument.
+// Length byte || plain, filled with 80 00.. where that is no full block; then ECB. `card_key` is
+// the card's encipherment key. More than 255 bytes throw std::invalid_argument.
 std::vector<std::uint8_t> encipher_script_data(const ScriptContext& context, const Key& card_key,
                                                Bytes plain);
 
-/// Empty unless length byte and filling are as enciphering makes them.
+// Empty unless length byte and filling are as enciphering makes them.
 std::optional<std::vector<std::uint8_t>> decipher_script_data(const ScriptContext& context,
                                                               const Key& card_key,
                                                               Bytes enciphered);
-
-using PinBlock = std::array<std::uint8_t, 8>;
-
-/// PIN CHANGE: 0 || digit count || digits || F.., xor the right half of the left cryptogram key
-/// (right-justified), xor the current PIN (digits, zeros on the right) where P2 is 01. A PIN of
-/// other than 4 to 12 decimal digits throws std::invalid_argument.
-PinBlock pin_change_block(const Key& card_cryptogram_key, std::string_view new_pin,
-                          std::optional<std::string_view> current_pin = std::nullopt);
-
-/// The new PIN's digits; empty when the block is none (wrong key, wrong current PIN).
-std::optional<std::string> new_pin_of(const PinBlock& block, const Key& card_cryptogram_key,
-                                      std::optional<std::string_view> current_pin = std::nullopt);
 
 }  // namespace quorrin::cryptography
