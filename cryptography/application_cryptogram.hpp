@@ -13,7 +13,10 @@ namespace quorrin::cryptography {
 // Card verification results with their leading length byte 03, as they stand in 9F10.
 using CardVerificationResults = std::array<std::uint8_t, 4>;
 
-// What a PBOC application cryptogram covers, in this order (cryptogram version 01).
+// The one version here: it covers TransactionData.
+inline constexpr std::uint8_t pboc_cryptogram_version = 0x01;
+
+// What a PBOC application cryptogram covers, in this order.
 struct TransactionData {
     std::array<std::uint8_t, 6> amount_authorised{};           // 9F02
     std::array<std::uint8_t, 6> amount_other{};                // 9F03
@@ -37,7 +40,7 @@ Cryptogram application_cryptogram(Algorithm algorithm, const Key& session_key,
 // 9F10 of a PBOC card: 07 || key index || version || card verification results || algorithm.
 struct IssuerApplicationData {
     std::uint8_t key_derivation_index = 1;
-    std::uint8_t cryptogram_version = 1;
+    std::uint8_t cryptogram_version = pboc_cryptogram_version;
     CardVerificationResults card_verification{0x03, 0, 0, 0};
     Algorithm algorithm = Algorithm::TripleDes;
 };

@@ -22,9 +22,9 @@ Key single_des_key(Bytes half) {
 }
 
 Mac left_8_bytes(Bytes block) {
-    Mac mac{};
-    std::ranges::copy(block.first(mac.size()), mac.begin());
-    return mac;
+    Mac left{};
+    std::ranges::copy(block.first(left.size()), left.begin());
+    return left;
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 namespace quorrin::cryptography {
 
-// ISO/IEC 9797-1 section 6.3.
+// ISO/IEC 9797-1 padding.
 enum class Padding : std::uint8_t {
     Method1,  // zeros up to a full block, none when the data fills its blocks
     Method2,  // 80, then zeros up to a full block: always at least the 80

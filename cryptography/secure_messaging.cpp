@@ -30,9 +30,7 @@ ScriptMacChain::ScriptMacChain(const ScriptContext& context, const Key& card_mac
 Mac ScriptMacChain::next(const CommandHeader& header, Bytes data) const {
     const Bytes previous = previous_ ? Bytes(*previous_) : Bytes();
     const auto message =
-        context_.scheme == SessionKeyScheme::Pboc
-            ? concatenated({previous, header, big_endian(context_.atc), context_.arqc, data})
-            : concatenated({previous, header, data});
+        concatenated({previous, header, big_endian(context_.atc), context_.arqc, data});
     return mac(context_.algorithm, session_key_, message);
 }
 

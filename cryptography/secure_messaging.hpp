@@ -24,12 +24,11 @@ struct ScriptContext {
 
 // The MACs of one answer's script commands, in the order of sending: each covers the one before.
 //
-// No worked example of the layout is published for PBOC. The reading used here:
-//   PBOC  previous full MAC || CLA INS P1 P2 Lc || ATC || ARQC || data
-//   EMV   previous full MAC || CLA INS P1 P2 Lc || data
-// with nothing for "previous" at the first command, `data` as sent but without the MAC, and the
-// left 4 bytes of the result sent. EMV needs neither ATC nor ARQC: its session key depends on
-// them.
+// No worked example of the layout is published for PBOC, and EMV leaves the covered data to the
+// issuer. The reading used here, for both kinds of session key:
+//   previous full MAC || CLA INS P1 P2 Lc || ATC || ARQC || data
+// with nothing for "previous" at the first command, `data` as sent but without the MAC, padding
+// method 2, and the left 4 bytes of the result sent.
 class ScriptMacChain {
   public:
     ScriptMacChain(const ScriptContext& context, const Key& card_mac_key);
