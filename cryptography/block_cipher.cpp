@@ -33,7 +33,7 @@ std::vector<std::uint8_t> run(const EVP_CIPHER* cipher, Direction direction, con
     if (!done) {
         throw std::runtime_error("the crypto library refused a block cipher operation");
     }
-    output.resize(static_cast<std::size_t>(written + finished));
+    output.resize(input.size());
     return output;
 }
 

@@ -34,14 +34,14 @@ class ScriptMacChain {
     ScriptMacChain(const ScriptContext& context, const Key& card_mac_key);
 
     // The issuer's side: the MAC of the next command.
-    ShortMac seal(const CommandHeader& header, Bytes data);
+    [[nodiscard]] ShortMac seal(const CommandHeader& header, Bytes data);
 
     // The card's side: whether this is the next command's MAC. A wrong one leaves the chain where
     // it is.
-    bool accept(const CommandHeader& header, Bytes data, Bytes received_mac);
+    [[nodiscard]] bool accept(const CommandHeader& header, Bytes data, Bytes received_mac);
 
   private:
-    Mac next(const CommandHeader& header, Bytes data) const;
+    [[nodiscard]] Mac next(const CommandHeader& header, Bytes data) const;
 
     ScriptContext context_;
     Key session_key_;

@@ -52,7 +52,7 @@ struct OnlineAnswer {
     std::vector<std::uint8_t> issuer_data;  // 8A, 89, 91, 71, 72 in the order that terminals take
 
     // As ARPCExeScript takes it.
-    std::string issuer_data_text() const;
+    [[nodiscard]] std::string issuer_data_text() const;
 };
 
 // A request whose cryptogram is not right is declined with 05, and without ARPC or scripts: nothing
