@@ -46,6 +46,21 @@ struct Response {
     const char* text() const { return reinterpret_cast<const char*>(bytes); }
 };
 
+// Data of several answers back to back, closed by the status word of the last.
+struct ChainedAnswer {
+    std::uint8_t bytes[response_size];
+    std::size_t length = 0;
+
+    bool append(std::span<const std::uint8_t> part) {
+        if (part.size() > sizeof bytes - length) {
+            return false;
+        }
+        std::copy(part.begin(), part.end(), bytes + length);
+        length += part.size();
+        return true;
+    }
+};
+
 class Exchange {
   public:
     Exchange(std::int64_t handle, const CardKind& kind, Command& command, std::uint8_t* data,
@@ -98,7 +113,8 @@ class Exchange {
         return code::success;
     }
 
-    // GET RESPONSE until the card has no more data. There is no limit on the number of rounds.
+    // GET RESPONSE (ISO 7816-4) until the card has no more data. There is no limit on the number of
+    // rounds.
     std::int64_t collect_chained_response() {
         const std::uint8_t available = response_.bytes[1];
         command_ = Command{};
@@ -106,44 +122,39 @@ class Exchange {
         for (const int byte : {0x00, 0xC0, 0x00, 0x00, int{available}}) {
             command_.append(byte);
         }
-        std::uint8_t& expected_length = command_.bytes[header_size];
 
-        std::uint8_t chained[response_size] = {};
-        std::int64_t chained_length = 0;
-        const auto append = [&](const std::uint8_t* bytes, std::int64_t count) {
-            if (chained_length + count > response_size) {
-                return false;
-            }
-            std::memcpy(chained + chained_length, bytes, static_cast<std::size_t>(count));
-            chained_length += count;
-            return true;
-        };
-
-        for (bool more = true; more;) {
+        ChainedAnswer chained;
+        for (;;) {
             const std::int64_t result = transmit(command_.length);
             if (result < 2) {
                 break;
             }
-            if (result > response_size || !append(response_.bytes, result - 2)) {
+            if (result > response_size) {
                 return fail(code::check_error);
             }
-            const std::uint8_t* status_word = response_.bytes + (result - 2);
-            more = status_word[0] == sw1_more_data;
-            if (more && result > 2) {
-                expected_length = status_word[1];
-            }
-            if (!more && !append(status_word, 2)) {
+            const std::span answer(response_.bytes, static_cast<std::size_t>(result));
+            const auto data = answer.first(answer.size() - status_word_size);
+            const auto status_word = answer.last(status_word_size);
+            const bool is_last = status_word[0] != sw1_more_data;
+            if (!chained.append(data) || (is_last && !chained.append(status_word))) {
                 return fail(code::check_error);
+            }
+            if (is_last) {
+                break;
+            }
+            if (!data.empty()) {
+                command_.bytes[header_size] = status_word[1];
             }
         }
 
-        if (chained_length < 2) {
-            return fail(chained_length);
+        const auto length = static_cast<std::int64_t>(chained.length);
+        if (length < 2) {
+            return fail(length);
         }
         // Deliberate: when the reader fails in mid-chain, the last two data bytes serve as status
         // word, so that the host sees what arrived.
-        std::memcpy(response_.bytes, chained, static_cast<std::size_t>(chained_length));
-        return deliver(chained_length);
+        std::memcpy(response_.bytes, chained.bytes, chained.length);
+        return deliver(length);
     }
 
     // Sends the header once more with the length that the card asked for; its answer is final.
@@ -177,11 +188,13 @@ std::int64_t IccComm(std::int64_t handle, std::int32_t kind, std::int32_t cla, s
     const bool has_data = apduCase == 2 || apduCase == 3;
     const bool has_le = apduCase == 1 || apduCase == 3;
     const std::size_t data_size = has_data ? static_cast<std::uint8_t>(lc) : 0;
+    if (respLen != nullptr) {
+        *respLen = 0;
+    }
     if (resp == nullptr || respLen == nullptr || (data == nullptr && data_size > 0)) {
         CARD_STATUS = code::bad_parameter;
         return code::bad_parameter;
     }
-    *respLen = 0;
 
     Command command;
     for (const int byte : {cla, ins, p1, p2}) {

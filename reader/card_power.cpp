@@ -84,7 +84,7 @@ std::int64_t FindUserCard(std::int64_t handle, std::int32_t mode) {
 }
 
 std::int64_t icBandkCardPowerUp(std::int32_t iType, char* msg) {
-    log::formatted<100>("iType=%d", iType);
+    log::write_formatted("iType=%d", iType);
     if (iType < 0 || iType > 2 || msg == nullptr) {
         return TransRetCode(code::bad_parameter, msg);
     }

@@ -11,9 +11,9 @@ constexpr unsigned digit_value(char character) noexcept {
         return 0;
     }
     if (byte <= 0x40) {
-        return byte - 0x30u;
+        return byte - 0x30U;
     }
-    return byte <= 0x60 ? byte - 0x37u : byte - 0x57u;
+    return byte <= 0x60 ? byte - 0x37U : byte - 0x57U;
 }
 
 constexpr char hex_digits[] = "0123456789ABCDEF";

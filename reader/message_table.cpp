@@ -114,8 +114,8 @@ constexpr bool no_message_exceeds_72_bytes() {
 static_assert(no_message_exceeds_72_bytes());
 
 template <typename Matches>
-const MessageRow* first_row(std::size_t start, Matches matches) noexcept {
-    for (const MessageRow* row = &icc_msg[start]; row->code != 0; ++row) {
+const MessageRow* first_row(Matches matches) noexcept {
+    for (const MessageRow* row = icc_msg.data(); row->code != 0; ++row) {
         if (matches(*row)) {
             return row;
         }
@@ -126,11 +126,11 @@ const MessageRow* first_row(std::size_t start, Matches matches) noexcept {
 }  // namespace
 
 const MessageRow* find_by_status_word(std::uint8_t sw1, std::uint8_t sw2) noexcept {
-    return first_row(0, [=](const MessageRow& row) { return row.sw1 == sw1 && row.sw2 == sw2; });
+    return first_row([=](const MessageRow& row) { return row.sw1 == sw1 && row.sw2 == sw2; });
 }
 
 const MessageRow* find_by_code(std::int64_t code) noexcept {
-    return first_row(0, [=](const MessageRow& row) { return row.code == code; });
+    return first_row([=](const MessageRow& row) { return row.code == code; });
 }
 
 }  // namespace quorrin

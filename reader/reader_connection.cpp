@@ -1,6 +1,5 @@
 // The connection to the reader: opening, closing, serial number.
 
-#include <algorithm>
 #include <cstring>
 
 #include "quorrin/quorrin.h"
@@ -19,7 +18,6 @@ namespace {
 constexpr std::size_t device_name_size = 32;
 constexpr std::size_t serial_buffer_size = 100;
 constexpr std::size_t serial_size = 32;
-constexpr std::size_t log_line_size = 100;
 
 }  // namespace
 
@@ -31,12 +29,12 @@ std::int64_t OpenDevice(const char* /*name*/, std::int64_t* handle) {
     const std::int64_t result = ICC_Reader_Open(device_name);
     const int name_length = static_cast<int>(strnlen(device_name, sizeof device_name));
     if (result > 0) {
-        log::formatted<log_line_size>("OpenDevice(%.*s) = %d", name_length, device_name,
-                                      static_cast<int>(result));
+        log::write_formatted("OpenDevice(%.*s) = %d", name_length, device_name,
+                             static_cast<int>(result));
         *handle = result;
         return code::success;
     }
-    log::formatted<log_line_size>("OpenDevice(%.*s)", name_length, device_name);
+    log::write_formatted("OpenDevice(%.*s)", name_length, device_name);
     // Deliberate: a result of exactly 0 reports success with no handle stored; the host goes on
     // with the handle that it had.
     return result;
@@ -51,7 +49,7 @@ std::int64_t CloseDevice(std::int64_t* handle) {
     }
     const int closed_handle = static_cast<int>(*handle);
     const std::int64_t result = ICC_Reader_Close();
-    log::formatted<log_line_size>("CloseDevice(%d)", closed_handle);
+    log::write_formatted("CloseDevice(%d)", closed_handle);
     if (result < 0) {
         return result;
     }

@@ -26,7 +26,7 @@ void report(std::int64_t logged_code, const char* message, char* text) noexcept 
     if (text != nullptr) {
         std::memcpy(text, message, std::strlen(message) + 1);
     }
-    log::formatted<512>("%d,返回信息:%s", static_cast<int>(logged_code), message);
+    log::write_formatted("%d,返回信息:%s", static_cast<int>(logged_code), message);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@
 #ifdef __cplusplus
 #include <cstdint>
 #endif
-#include <stdint.h>
+#include <stdint.h> /* NOLINT(modernize-deprecated-headers): C reads it too */
 
 #if defined(__GNUC__)
 #define QUORRIN_API __attribute__((visibility("default")))

@@ -23,7 +23,7 @@
 #ifdef __cplusplus
 #include <cstdint>
 #endif
-#include <stdint.h>
+#include <stdint.h> /* NOLINT(modernize-deprecated-headers): C reads it too */
 
 #ifdef __cplusplus
 extern "C" {
@@ -65,7 +65,7 @@ int64_t ICC_Reader_PowerOff(int64_t handle, int slot);
  * @param command   the command APDU.
  * @param response  1024 bytes; receives the response data and SW1 SW2.
  * @return the number of response bytes, SW1 SW2 included (2 to 1024); a value below 2 is a failure
- *         and reaches the host as the exchange's result.
+ *         and reaches the host as the exchange's result; one above 1024 is a check error (-15).
  */
 int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t* command,
                                uint8_t* response);

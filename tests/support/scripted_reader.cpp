@@ -17,8 +17,11 @@ std::string slot_code(int slot) {
     return to_hex(Bytes{static_cast<std::uint8_t>(slot)});
 }
 
+// The reader library's side of an output buffer: the room is part of the interface.
 void put(const Bytes& bytes, void* buffer, std::size_t room) {
-    std::copy_n(bytes.begin(), std::min(bytes.size(), room), static_cast<std::uint8_t*>(buffer));
+    auto* output = static_cast<std::uint8_t*>(buffer);
+    reader().handed_buffer.assign(output, output + room);
+    std::copy_n(bytes.begin(), std::min(bytes.size(), room), output);
 }
 
 }  // namespace
@@ -63,11 +66,9 @@ int64_t ICC_Reader_Close(void) {
 int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
     reader().calls.push_back("PowerOn " + number(handle) + " " + slot_code(slot));
     const auto found = reader().power_on.find(slot);
-    if (found == reader().power_on.end()) {
-        return -2;
-    }
-    put(found->second.bytes, atr, 512);
-    return found->second.result;
+    const Answer given = found == reader().power_on.end() ? failure(-2) : found->second;
+    put(given.bytes, atr, 512);
+    return given.result;
 }
 
 int64_t ICC_Reader_PowerOff(int64_t handle, int slot) {
@@ -81,7 +82,6 @@ int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t
     const Bytes sent(command, command + length);
     reader().calls.push_back("Send " + number(handle) + " " + slot_code(slot) + ": " +
                              to_hex(sent));
-    reader().last_response_buffer.assign(response, response + 1024);
     Answer given = failure(-11);
     if (reader().card) {
         given = reader().card(sent);

@@ -51,9 +51,9 @@ struct ScriptedReader {
     // The commands among the calls, as hex text.
     std::vector<std::string> commands() const;
 
-    // The command buffer behind the last exchange's length, and the response buffer as it was
-    // handed over, for tests of what the library leaves in them.
-    Bytes last_response_buffer;
+    // The whole output buffer of the last call that has one (name 32, ATR 512, response 1024,
+    // serial 100 bytes), as the library handed it over.
+    Bytes handed_buffer;
 };
 
 // The reader of this process; `reset_reader` makes it a fresh one.

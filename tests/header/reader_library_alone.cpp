@@ -1,0 +1,2 @@
+// The header needs nothing before it, and may come twice.
+#include "quorrin/reader_library.h"
