@@ -197,10 +197,10 @@ std::optional<std::int64_t> Section::optional_integer(std::string_view key, std:
     }
     const auto* value = node->as_integer();
     if (value == nullptr) {
-        fail(key, "must be a number from " + range(least, most));
+        fail(key, "must be a number, " + range(least, most));
     }
     if (value->get() < least || value->get() > most) {
-        fail(key, "must be from " + range(least, most) + ", is " + std::to_string(value->get()));
+        fail(key, "must be " + range(least, most) + ", is " + std::to_string(value->get()));
     }
     return value->get();
 }

@@ -50,8 +50,8 @@ struct Fault {
 // What is wrong with one slot.
 struct SlotFaults {
     bool absent = false;
-    std::optional<std::uint64_t> removed_after;  // exchanges
-    std::vector<Fault> list;                     // the first that strikes wins
+    std::optional<std::uint64_t> removed_after = std::nullopt;  // exchanges
+    std::vector<Fault> list = {};                               // the first that strikes wins
 };
 
 class FaultInjection final : public CardDevice {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "simulator/built_in_card.hpp"
 #include "simulator/card/profile_card.hpp"
 #include "simulator/device_codes.hpp"
 
@@ -58,8 +57,7 @@ std::unique_ptr<CardDevice> read_card(const Section& slot, ReaderSetup& setup) {
     if (!inline_card) {
         return read_profile(slot, setup);
     }
-    Section card = slot.section("card");
-    return load_card(card);
+    return load_card(slot.section("card"));
 }
 
 std::optional<T0Settings> read_t0(const Section& slot) {
@@ -159,18 +157,23 @@ FaultTrigger read_trigger(const Section& section) {
 }
 
 Fault read_power_on_fault(const Section& section, FaultTrigger trigger) {
-    if (only_key(section, {"result", "answer"}, "an effect at power-on") == "result") {
+    const auto key = only_key(section, {"result", "answer", "truncate"}, "an effect at power-on");
+    if (key == "result") {
         // A positive result would be the length of an answer to reset.
         return {trigger, ReaderResult{section.integer("result", lowest_result, 0)}, false};
     }
-    return {trigger, OtherAnswer{section.hex("answer", 1, longest_atr)}, false};
+    if (key == "answer") {
+        return {trigger, OtherAnswer{section.hex("answer", 1, longest_atr)}, false};
+    }
+    const auto kept = section.integer("truncate", 0, longest_atr - 1);
+    return {trigger, CutAnswer{static_cast<std::size_t>(kept)}, false};
 }
 
 Fault read_exchange_fault(const Section& section, FaultTrigger trigger) {
     const auto key = only_key(section, {"result", "status", "answer", "truncate"}, "an effect");
     if (key == "truncate") {
         const auto kept = section.integer("truncate", 0, longest_answer - 1);
-        return {trigger, CutAnswer{static_cast<std::size_t>(kept)}, true};
+        return {trigger, CutAnswer{static_cast<std::size_t>(kept)}, false};
     }
     const bool executed = section.optional_boolean("executed").value_or(false);
     if (key == "result") {
@@ -247,8 +250,7 @@ ReaderSetup read_reader_file(const std::filesystem::path& file) {
 ReaderSetup built_in_reader() {
     ReaderSetup setup;
     for (const std::string_view name : {"contact", "contactless"}) {
-        Section card = parse_configuration(built_in_card, "built-in debit.toml");
-        setup.slots[*find_slot(&SlotRow::name, name)].card = load_card(card);
+        setup.slots[*find_slot(&SlotRow::name, name)].card = default_card();
     }
     return setup;
 }
