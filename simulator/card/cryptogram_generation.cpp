@@ -79,7 +79,7 @@ CardVerificationResults verification_results(const ApplicationSession& session,
 template <std::size_t Size>
 std::array<std::uint8_t, Size> element(const ApplicationSession& session, Tag tag) {
     std::array<std::uint8_t, Size> value{};
-    std::ranges::copy(value_or_zeros(session.terminal, tag, Size), value.begin());
+    std::ranges::copy(fitted_value(session.terminal, tag, Size), value.begin());
     return value;
 }
 

@@ -1,6 +1,7 @@
 #include "simulator/card/data_objects.hpp"
 
 #include <algorithm>
+#include <array>
 
 namespace quorrin::simulator {
 namespace {
@@ -8,6 +9,10 @@ namespace {
 constexpr std::uint8_t constructed_bit = 0x20;
 constexpr std::uint8_t long_tag = 0x1F;
 constexpr std::uint8_t more_tag_bytes = 0x80;
+
+// Those that a transaction's lists ask for; the ATC counts as a number too.
+constexpr std::array<Tag, 9> numeric_elements{0x9F02, 0x9F03, 0x9F1A, 0x5F2A, 0x9A,
+                                              0x9C,   0x9F21, 0x9F7A, 0x9F36};
 
 std::uint8_t first_byte(Tag tag) {
     while (tag > 0xFF) {
@@ -146,12 +151,18 @@ void take_values(const std::vector<ListEntry>& list, std::span<const std::uint8_
     }
 }
 
-Bytes value_or_zeros(const ElementValues& values, Tag tag, std::size_t size) {
+Bytes fitted_value(const ElementValues& values, Tag tag, std::size_t size) {
     Bytes fitted(size, 0);
     const auto found = values.find(tag);
-    if (found != values.end()) {
-        const std::size_t count = std::min(size, found->second.size());
-        std::copy_n(found->second.rbegin(), count, fitted.rbegin());
+    if (found == values.end()) {
+        return fitted;
+    }
+    const Bytes& value = found->second;
+    const std::size_t count = std::min(size, value.size());
+    if (std::ranges::find(numeric_elements, tag) != numeric_elements.end()) {
+        std::copy_n(value.rbegin(), count, fitted.rbegin());
+    } else {
+        std::copy_n(value.begin(), count, fitted.begin());
     }
     return fitted;
 }

@@ -53,7 +53,8 @@ std::size_t data_length(const std::vector<ListEntry>& list);
 void take_values(const std::vector<ListEntry>& list, std::span<const std::uint8_t> data,
                  ElementValues& values);
 
-// Right-justified in `size` bytes: zeros for an element that is not there.
-Bytes value_or_zeros(const ElementValues& values, Tag tag, std::size_t size);
+// The value in `size` bytes, zeros for an element that is not there. As terminals fit values to
+// lists (EMV book 3 section 5.4), numbers keep their right end, all else its left end.
+Bytes fitted_value(const ElementValues& values, Tag tag, std::size_t size);
 
 }  // namespace quorrin::simulator

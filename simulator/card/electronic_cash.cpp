@@ -35,7 +35,7 @@ bool pay_electronic_cash(ApplicationSession& session) {
     if (balance == data.end()) {
         return false;
     }
-    const auto amount = decimal(value_or_zeros(session.terminal, amount_authorised, amount_bytes));
+    const auto amount = decimal(fitted_value(session.terminal, amount_authorised, amount_bytes));
     const auto limit = data.find(single_transaction_limit);
     if (limit != data.end() && amount > decimal(limit->second)) {
         return false;

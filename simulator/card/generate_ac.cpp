@@ -24,7 +24,7 @@ std::optional<CryptogramType> requested_type(const CardCommand& command) {
 // A terminal may be refused more than it asks for, never less: TC, then ARQC, then AAC.
 CryptogramType first_type(ApplicationSession& session, CryptogramType requested) {
     const bool electronic_cash =
-        value_or_zeros(session.terminal, electronic_cash_indicator, 1)[0] == 0x01;
+        fitted_value(session.terminal, electronic_cash_indicator, 1)[0] == 0x01;
     if (session.state.blocked) {
         return CryptogramType::Aac;
     }

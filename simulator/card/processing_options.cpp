@@ -16,7 +16,7 @@ constexpr std::uint8_t offers_quick_pboc = 0x20;
 // Where a terminal offers the whole transaction too, that is taken: its first GENERATE AC comes
 // later.
 bool quick_wanted(const ApplicationSession& session) {
-    const auto qualifiers = value_or_zeros(session.terminal, terminal_qualifiers, 4);
+    const auto qualifiers = fitted_value(session.terminal, terminal_qualifiers, 4);
     return session.application.quick && (qualifiers[0] & offers_quick_pboc) != 0 &&
            (qualifiers[0] & offers_contactless_pboc) == 0;
 }

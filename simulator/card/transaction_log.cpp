@@ -11,7 +11,7 @@ Bytes fields_of(const ApplicationSession& session, const LogProfile& log) {
     values[0x9F36] = Bytes(atc.begin(), atc.end());
     Bytes record;
     for (const ListEntry& field : log.fields) {
-        append(record, value_or_zeros(values, field.tag, field.length));
+        append(record, fitted_value(values, field.tag, field.length));
     }
     return record;
 }
