@@ -38,7 +38,15 @@ std::string label(const Section& section, std::string_view key, std::size_t long
 
 // ---- cards ----
 
-std::unique_ptr<CardDevice> read_profile(const Section& slot, ReaderSetup& setup) {
+std::unique_ptr<CardDevice> read_card(const Section& slot, ReaderSetup& setup) {
+    const bool in_place = slot.has("card");
+    if (slot.has("profile") == in_place) {
+        slot.fail("", in_place ? "has both a profile and a card"
+                               : "needs a profile (a file) or a card (a table)");
+    }
+    if (in_place) {
+        return load_card(slot.section("card"));
+    }
     const std::filesystem::path file = slot.directory() / slot.text("profile");
     setup.profiles.push_back(file);
     try {
@@ -46,18 +54,6 @@ std::unique_ptr<CardDevice> read_profile(const Section& slot, ReaderSetup& setup
     } catch (const ConfigurationMissing& missing) {
         slot.fail("profile", missing.what());
     }
-}
-
-std::unique_ptr<CardDevice> read_card(const Section& slot, ReaderSetup& setup) {
-    const bool inline_card = slot.has("card");
-    if (slot.has("profile") == inline_card) {
-        slot.fail("", inline_card ? "has both a profile and a card"
-                                  : "needs a profile (a file) or a card (a table)");
-    }
-    if (!inline_card) {
-        return read_profile(slot, setup);
-    }
-    return load_card(slot.section("card"));
 }
 
 std::optional<T0Settings> read_t0(const Section& slot) {
@@ -225,10 +221,20 @@ void read_fault(const Section& section, ReaderSetup& setup) {
                                    : read_exchange_fault(section, trigger));
 }
 
+// Of a reader file that is missing, the variable that names it is what has to be put right.
+Section read_root(const std::filesystem::path& file) {
+    try {
+        return read_configuration(file);
+    } catch (const ConfigurationMissing& missing) {
+        throw ConfigurationMissing(missing.file, missing.line, reader_file_variable,
+                                   missing.reason);
+    }
+}
+
 }  // namespace
 
 ReaderSetup read_reader_file(const std::filesystem::path& file) {
-    const Section root = read_configuration(file);
+    const Section root = read_root(file);
     ReaderSetup setup;
     if (const auto reader = root.optional_section("reader")) {
         setup.name = label(*reader, "name", longest_name, setup.name);

@@ -14,6 +14,9 @@
 
 namespace quorrin::simulator {
 
+// The environment variable that names the reader file.
+inline constexpr const char* reader_file_variable = "QUORRIN_SIMULATOR";
+
 struct SlotSetup {
     std::unique_ptr<CardDevice> card;  // null: the slot is empty
     std::optional<T0Settings> t0;

@@ -16,8 +16,6 @@
 namespace quorrin::simulator {
 namespace {
 
-constexpr const char* file_variable = "QUORRIN_SIMULATOR";
-
 // Hosts may call from handlers that run when the process ends, so the reader never goes.
 SimulatedReader& reader() {
     static SimulatedReader& only = *new SimulatedReader;
@@ -29,22 +27,22 @@ std::mutex& reader_mutex() {
     return mutex;
 }
 
-// One call at a time; a defect of a card is a card that does not answer, not the end of the host.
+// One call at a time; a defect of the simulator is this result, not the end of the host.
 template <typename Call>
-std::int64_t guarded(Call&& call) noexcept {
+std::int64_t guarded(std::int64_t result_of_a_defect, Call&& call) noexcept {
     try {
         const std::scoped_lock lock(reader_mutex());
         return call(reader());
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "libquorrin-simulator: %s\n", failure.what());
-        return device::mute;
+        return result_of_a_defect;
     } catch (...) {
-        return device::mute;
+        return result_of_a_defect;
     }
 }
 
 std::optional<std::filesystem::path> reader_file() {
-    const char* name = std::getenv(file_variable);
+    const char* name = std::getenv(reader_file_variable);
     if (name == nullptr || *name == '\0') {
         return std::nullopt;
     }
@@ -62,7 +60,7 @@ std::int64_t complain(const ConfigurationError& error, std::int64_t code) {
 using namespace quorrin::simulator;
 
 int64_t ICC_Reader_Open(char* name) {
-    return guarded([&](SimulatedReader& simulated) -> std::int64_t {
+    return guarded(device::connection_error, [&](SimulatedReader& simulated) -> std::int64_t {
         if (name == nullptr) {
             return device::bad_parameter;
         }
@@ -78,11 +76,12 @@ int64_t ICC_Reader_Open(char* name) {
 }
 
 int64_t ICC_Reader_Close(void) {
-    return guarded([](SimulatedReader& simulated) { return simulated.close(); });
+    return guarded(device::connection_error,
+                   [](SimulatedReader& simulated) { return simulated.close(); });
 }
 
 int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
-    return guarded([&](SimulatedReader& simulated) -> std::int64_t {
+    return guarded(device::mute, [&](SimulatedReader& simulated) -> std::int64_t {
         if (atr == nullptr) {
             return device::bad_parameter;
         }
@@ -93,12 +92,13 @@ int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
 }
 
 int64_t ICC_Reader_PowerOff(int64_t handle, int slot) {
-    return guarded([&](SimulatedReader& simulated) { return simulated.power_off(handle, slot); });
+    return guarded(device::mute,
+                   [&](SimulatedReader& simulated) { return simulated.power_off(handle, slot); });
 }
 
 int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t* command,
                                uint8_t* response) {
-    return guarded([&](SimulatedReader& simulated) -> std::int64_t {
+    return guarded(device::mute, [&](SimulatedReader& simulated) -> std::int64_t {
         if (command == nullptr || response == nullptr || length < 0) {
             return device::bad_parameter;
         }
@@ -109,7 +109,7 @@ int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t
 }
 
 int64_t ICC_Reader_GetSerial(int64_t handle, char* serial) {
-    return guarded([&](SimulatedReader& simulated) -> std::int64_t {
+    return guarded(device::connection_error, [&](SimulatedReader& simulated) -> std::int64_t {
         if (serial == nullptr) {
             return device::bad_parameter;
         }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 #include "simulator/device_codes.hpp"
 
@@ -10,11 +11,20 @@ namespace quorrin::simulator {
 namespace {
 
 std::optional<std::string> content_of(const std::filesystem::path& file) {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored)) {
+        return std::nullopt;
+    }
     std::ifstream stream(file, std::ios::binary);
     if (!stream) {
         return std::nullopt;
     }
     return std::string{std::istreambuf_iterator<char>(stream), {}};
+}
+
+// The same name can mean another file once the host has changed its directory.
+SourceFile source_file(const std::filesystem::path& file) {
+    return {std::filesystem::absolute(file), content_of(file)};
 }
 
 template <std::size_t Room>
@@ -125,7 +135,7 @@ std::int64_t SimulatedReader::serial(std::int64_t handle,
 
 bool SimulatedReader::setup_is_current(const std::optional<std::filesystem::path>& file) const {
     if (!setup_ || sources_.empty() == file.has_value() ||
-        (file && sources_.front().path != *file)) {
+        (file && sources_.front().path != std::filesystem::absolute(*file))) {
         return false;
     }
     return std::ranges::all_of(sources_, [](const SourceFile& source) {
@@ -138,10 +148,10 @@ void SimulatedReader::load(const std::optional<std::filesystem::path>& file) {
     if (!file) {
         setup_ = built_in_reader();
     } else {
-        sources.push_back({*file, content_of(*file)});
+        sources.push_back(source_file(*file));
         ReaderSetup setup = read_reader_file(*file);
         for (const auto& profile : setup.profiles) {
-            sources.push_back({profile, content_of(profile)});
+            sources.push_back(source_file(profile));
         }
         setup_ = std::move(setup);
     }

@@ -14,6 +14,12 @@
 
 namespace quorrin::simulator {
 
+// A file that cards were made from, as it was then.
+struct SourceFile {
+    std::filesystem::path path;  // absolute
+    std::optional<std::string> content;
+};
+
 class SimulatedReader {
   public:
     static constexpr std::size_t name_room = 32;
@@ -41,11 +47,6 @@ class SimulatedReader {
         std::unique_ptr<FaultInjection> front;  // null: the slot is empty
         bool powered = false;
     };
-    struct SourceFile {
-        std::filesystem::path path;
-        std::optional<std::string> content;
-    };
-
     bool setup_is_current(const std::optional<std::filesystem::path>& file) const;
     void load(const std::optional<std::filesystem::path>& file);
     std::int64_t check_handle(std::int64_t handle) const;

@@ -17,9 +17,9 @@ struct SlotRow {
 // clang-format off
 inline constexpr std::array slot_rows = {
     SlotRow{"contact",     0x01, 0x01},
-    SlotRow{"further",     0x02, 0x02},
     // Deliberate: the contactless slot is powered down under a code of its own, as hosts send it.
     SlotRow{"contactless", 0x31, 0x03},
+    SlotRow{"further",     0x02, 0x02},
     SlotRow{"sam1",        0x11, 0x11},
     SlotRow{"sam2",        0x12, 0x12},
     SlotRow{"sam3",        0x13, 0x13},
