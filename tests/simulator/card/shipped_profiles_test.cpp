@@ -118,10 +118,10 @@ TEST(DebitCard, ShowsItsFilledLogs) {
     terminal.select(hex("A000000333010101"));
     EXPECT_EQ(expect_element(terminal.fci, "9F4D"), hex("0B0A"));
     EXPECT_EQ(expect_element(terminal.fci, "DF4D"), hex("0C05"));
-    EXPECT_EQ(terminal.send("00B2035C00").data,
+    EXPECT_EQ(terminal.send("00B20A5C00").data,
               join(hex("250101 093010 000000000880 000000000000 0156 0156"),
                    text_bytes("TEST TEA HOUSE      "), hex("00 0001")));
-    EXPECT_EQ(terminal.send("00B2045C00").status, 0x6A83U);
+    EXPECT_EQ(terminal.send("00B20B5C00").status, 0x6A83U);
     EXPECT_EQ(terminal.send("00B2016400").status, 0x9000U);
 }
 
