@@ -1,6 +1,5 @@
 #include "simulator/card/cryptogram_generation.hpp"
 #include "simulator/card/electronic_cash.hpp"
-#include "simulator/card/record_reading.hpp"
 #include "simulator/card/transaction_commands.hpp"
 
 namespace quorrin::simulator {

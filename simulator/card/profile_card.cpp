@@ -26,8 +26,8 @@ class ProfileCard final : public CardDevice {
     }
 
     Bytes power_on() override {
-        recall_state();
         end_session();
+        recall_state();
         powered_ = true;
         return profile_.answer_to_reset;
     }

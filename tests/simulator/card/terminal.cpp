@@ -130,15 +130,14 @@ Terminal::Terminal(std::unique_ptr<simulator::CardDevice> card) : card_(std::mov
 }
 
 CardReply Terminal::send(const Bytes& command) {
-    Bytes answer = card_->transmit(command);
+    const Bytes answer = card_->transmit(command);
     if (answer.size() < 2) {
         ADD_FAILURE() << "no status word after " << to_hex(command);
         return {};
     }
     CardReply reply;
     reply.status = static_cast<unsigned>(answer[answer.size() - 2] << 8 | answer.back());
-    answer.resize(answer.size() - 2);
-    reply.data = answer;
+    reply.data.assign(answer.begin(), answer.end() - 2);
     return reply;
 }
 
