@@ -202,6 +202,8 @@ TEST_F(CardTransaction, PaysFromElectronicCashWhatItMay) {
     EXPECT_EQ(terminal.data_value("9F79"), hex("000000000001"));
     EXPECT_EQ(pay("000000000002"), "80");  // above the balance
     EXPECT_EQ(terminal.data_value("9F79"), hex("000000000001"));
+    EXPECT_EQ(pay("000000000001"), "40");  // all that there is
+    EXPECT_EQ(terminal.data_value("9F79"), hex("000000000000"));
 }
 
 TEST_F(CardTransaction, LeavesElectronicCashAloneWithoutTheTerminalsIndicator) {
