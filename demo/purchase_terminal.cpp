@@ -17,7 +17,7 @@ void check(const char* step, std::int64_t result) {
     }
     char message[128] = {};
     TransRetCode(result, message);
-    throw StepFailed(std::string(step) + ": " + std::to_string(result) + " " + message);
+    throw StepFailed(std::string(step) + ": " + std::to_string(result) + " " + message, result);
 }
 
 std::vector<std::uint8_t> tag_bytes(std::uint16_t tag) {

@@ -14,7 +14,9 @@ namespace quorrin::demo {
 
 // A step of the library failed; the text names it, with its code and message.
 struct StepFailed : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    explicit StepFailed(const std::string& text, std::int64_t result = 0)
+        : std::runtime_error(text), code(result) {}
+    std::int64_t code;  // the step's result, 0 when it was not a result that failed
 };
 
 struct Purchase {
