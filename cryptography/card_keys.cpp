@@ -1,0 +1,122 @@
+#include "cryptography/card_keys.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <stdexcept>
+#include <string>
+
+#include "cryptography/block_cipher.hpp"
+#include "cryptography/byte_string.hpp"
+
+namespace quorrin::cryptography {
+namespace {
+
+using Half = std::array<std::uint8_t, 8>;
+
+// Triple DES makes the two key halves in two blocks, SM4 both in its one: the same call.
+Key diversified(Algorithm algorithm, const Key& master, const Half& left, const Half& right) {
+    Key halves{};
+    std::ranges::copy(left, halves.begin());
+    std::ranges::copy(right, halves.begin() + 8);
+    const auto enciphered = encrypt_ecb(algorithm, master, halves);
+    Key key{};
+    std::ranges::copy(enciphered, key.begin());
+    return key;
+}
+
+Half complement(const Half& value) {
+    Half inverted{};
+    std::ranges::transform(value, inverted.begin(),
+                           [](std::uint8_t byte) { return static_cast<std::uint8_t>(~byte); });
+    return inverted;
+}
+
+Half right_justified(std::uint16_t atc) {
+    Half value{};
+    std::ranges::copy(big_endian(atc), value.end() - 2);
+    return value;
+}
+
+Half left_justified(std::uint16_t atc) {
+    Half value{};
+    std::ranges::copy(big_endian(atc), value.begin());
+    return value;
+}
+
+bool all_decimal(std::string_view digits) {
+    return std::ranges::all_of(digits, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// The right 16 digits of PAN and sequence number, zeros on the left.
+Half option_a_diversifier(std::string_view pan, std::uint8_t pan_sequence_number) {
+    std::string digits(16, '0');
+    digits += pan;
+    digits += static_cast<char>('0' + (pan_sequence_number >> 4));
+    digits += static_cast<char>('0' + (pan_sequence_number & 0x0F));
+    if (pan.empty() || !all_decimal(digits)) {
+        throw std::invalid_argument("PAN or PAN sequence number is not decimal");
+    }
+    digits.erase(0, digits.size() - 16);
+    Half value{};
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        value[i] =
+            static_cast<std::uint8_t>((digits[2 * i] - '0') << 4 | (digits[2 * i + 1] - '0'));
+    }
+    return value;
+}
+
+}  // namespace
+
+Key derive_card_key(Algorithm algorithm, const Key& issuer_master_key, std::string_view pan,
+                    std::uint8_t pan_sequence_number) {
+    const Half diversifier = option_a_diversifier(pan, pan_sequence_number);
+    return diversified(algorithm, issuer_master_key, diversifier, complement(diversifier));
+}
+
+KeySet derive_card_keys(Algorithm algorithm, const KeySet& issuer_master_keys, std::string_view pan,
+                        std::uint8_t pan_sequence_number) {
+    const auto derive = [&](const Key& master) {
+        return derive_card_key(algorithm, master, pan, pan_sequence_number);
+    };
+    return {derive(issuer_master_keys.cryptogram), derive(issuer_master_keys.mac),
+            derive(issuer_master_keys.encipherment)};
+}
+
+Key emv_common_session_key(Algorithm algorithm, const Key& card_key,
+                           const std::array<std::uint8_t, 8>& diversifier) {
+    Half left = diversifier;
+    Half right = diversifier;
+    left[2] = 0xF0;
+    right[2] = 0x0F;
+    return diversified(algorithm, card_key, left, right);
+}
+
+Key pboc_session_key(Algorithm algorithm, const Key& card_key, std::uint16_t atc) {
+    return diversified(algorithm, card_key, right_justified(atc),
+                       right_justified(static_cast<std::uint16_t>(~atc)));
+}
+
+Key cryptogram_session_key(SessionKeyScheme scheme, Algorithm algorithm, const Key& card_key,
+                           std::uint16_t atc) {
+    return scheme == SessionKeyScheme::Pboc
+               ? pboc_session_key(algorithm, card_key, atc)
+               : emv_common_session_key(algorithm, card_key, left_justified(atc));
+}
+
+Key script_session_key(SessionKeyScheme scheme, Algorithm algorithm, const Key& card_key,
+                       std::uint16_t atc, const Cryptogram& arqc) {
+    return scheme == SessionKeyScheme::Pboc ? pboc_session_key(algorithm, card_key, atc)
+                                            : emv_common_session_key(algorithm, card_key, arqc);
+}
+
+Key with_odd_parity(const Key& key) {
+    Key adjusted = key;
+    for (std::uint8_t& byte : adjusted) {
+        if (std::popcount(byte) % 2 == 0) {
+            byte ^= 0x01;
+        }
+    }
+    return adjusted;
+}
+
+}  // namespace quorrin::cryptography
