@@ -155,7 +155,9 @@ struct Section::State {
         return children.back();
     }
 
-    // The unknown key that stands first in the file.
+    // The unknown key that stands first in the file. Only tables that were asked for are looked
+    // into, so the depth is that of the fields that exist.
+    // NOLINTNEXTLINE(misc-no-recursion)
     void look_for_unknown(std::optional<ConfigurationError>& first) const {
         for (const auto& [key, value] : *table) {
             const auto key_line = key.source().begin.line;
@@ -346,6 +348,7 @@ std::vector<std::string> Section::keys() const {
     };
     std::ranges::sort(found, {}, position);
     std::vector<std::string> names;
+    names.reserve(found.size());
     for (const toml::key* key : found) {
         names.emplace_back(key->str());
     }
@@ -356,7 +359,7 @@ void Section::finish() const {
     std::optional<ConfigurationError> first;
     state_->look_for_unknown(first);
     if (first) {
-        throw *first;
+        throw ConfigurationError(*first);
     }
 }
 

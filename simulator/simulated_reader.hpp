@@ -34,9 +34,9 @@ class SimulatedReader {
     std::int64_t open(const std::optional<std::filesystem::path>& file,
                       std::span<char, name_room> name);
     std::int64_t close();
-    std::int64_t power_on(std::int64_t handle, int slot, std::span<std::uint8_t, atr_room> atr);
-    std::int64_t power_off(std::int64_t handle, int slot);
-    std::int64_t exchange(std::int64_t handle, int slot, std::span<const std::uint8_t> command,
+    std::int64_t power_on(std::int64_t handle, int code, std::span<std::uint8_t, atr_room> atr);
+    std::int64_t power_off(std::int64_t handle, int code);
+    std::int64_t exchange(std::int64_t handle, int code, std::span<const std::uint8_t> command,
                           std::span<std::uint8_t, response_room> response);
     std::int64_t serial(std::int64_t handle, std::span<char, serial_room> serial) const;
 
@@ -51,7 +51,7 @@ class SimulatedReader {
     void load(const std::optional<std::filesystem::path>& file);
     std::int64_t check_handle(std::int64_t handle) const;
     std::int64_t find_card(std::int64_t handle, std::optional<std::size_t> index, Slot*& slot);
-    void cut_power(Slot& slot);
+    static void cut_power(Slot& slot);
 
     std::optional<ReaderSetup> setup_;
     std::vector<SourceFile> sources_;  // what the setup was read from; none: the built-in one

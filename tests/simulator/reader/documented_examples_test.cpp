@@ -25,6 +25,18 @@ class DocumentedExample : public SimulatorTest {
         ASSERT_GT(open(), 0);
     }
 
+    // The debit card's counter, out of its profile.
+    std::string shipped_atc() const {
+        std::ifstream profile("profiles/debit.toml");
+        for (std::string line; std::getline(profile, line);) {
+            if (line.starts_with("atc = ")) {
+                const auto atc = static_cast<std::uint8_t>(std::stoi(line.substr(6)));
+                return to_hex(join(hex("9F 36 02 00"), Bytes{atc}, hex("90 00")));
+            }
+        }
+        throw std::runtime_error("the debit card has no counter");
+    }
+
     DocumentedExamples examples;
 };
 
@@ -62,7 +74,7 @@ TEST_F(DocumentedExample, CardInPlace) {
     EXPECT_EQ(power_on(contact), -2);
     EXPECT_EQ(power_on(further), 2);
     EXPECT_EQ(send(further, "00A4040008A00000033301010200"), "6A82");
-    EXPECT_THAT(send(further, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(further, select_application), EndsWith("9000"));
     EXPECT_THAT(send(further, read_directory), AllOf(StartsWith("70"), EndsWith("9000")));
 }
 
@@ -87,7 +99,7 @@ TEST_F(DocumentedExample, T0) {
 TEST_F(DocumentedExample, Absent) {
     open_example("absent.toml");
     EXPECT_EQ(power_on(contact), -2);
-    EXPECT_EQ(send(contact, select_debit), "result -2");
+    EXPECT_EQ(send(contact, select_application), "result -2");
     EXPECT_EQ(ICC_Reader_PowerOff(handle, contact), -2);
 }
 
@@ -95,14 +107,14 @@ TEST_F(DocumentedExample, Mute) {
     open_example("mute.toml");
     EXPECT_EQ(power_on(contact), -4);
     EXPECT_EQ(power_on(contact), -4);
-    EXPECT_EQ(send(contact, select_debit), "result -3");
+    EXPECT_EQ(send(contact, select_application), "result -3");
 }
 
 TEST_F(DocumentedExample, Removed) {
     open_example("removed.toml");
     for (int round = 0; round < 2; ++round) {
         EXPECT_GT(power_on(contact), 0);
-        EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
+        EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
         EXPECT_THAT(send(contact, get_atc), EndsWith("9000"));
         EXPECT_EQ(send(contact, get_atc), "result -2");
         EXPECT_EQ(power_on(contact), -2);
@@ -116,7 +128,7 @@ TEST_F(DocumentedExample, Removed) {
 TEST_F(DocumentedExample, ReaderFails) {
     open_example("reader-fails.toml");
     EXPECT_GT(power_on(contact), 0);
-    EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
     EXPECT_EQ(send(contact, get_atc), "result -11");
     EXPECT_THAT(send(contact, get_atc), EndsWith("9000"));
 }
@@ -134,24 +146,24 @@ TEST_F(DocumentedExample, StatusWord) {
 TEST_F(DocumentedExample, OtherAnswer) {
     open_example("other-answer.toml");
     EXPECT_GT(power_on(contact), 0);
-    EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
     EXPECT_EQ(send(contact, get_atc), "9F3602FFFF9000");
-    EXPECT_EQ(send(contact, get_atc), "9F360200039000");
+    EXPECT_EQ(send(contact, get_atc), shipped_atc());
 }
 
 TEST_F(DocumentedExample, Truncated) {
     open_example("truncated.toml");
     EXPECT_GT(power_on(contact), 0);
-    EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
     EXPECT_EQ(send(contact, get_atc), "9F360200");
-    EXPECT_EQ(send(contact, get_atc), "9F360200039000");
+    EXPECT_EQ(send(contact, get_atc), shipped_atc());
 }
 
 TEST_F(DocumentedExample, AnswerLost) {
     open_example("answer-lost.toml");
     EXPECT_GT(power_on(contact), 0);
-    EXPECT_EQ(send(contact, select_debit), "result -15");
-    EXPECT_EQ(send(contact, get_atc), "9F360200039000");  // the application is selected
+    EXPECT_EQ(send(contact, select_application), "result -15");
+    EXPECT_EQ(send(contact, get_atc), shipped_atc());  // the application is selected
 }
 
 TEST_F(DocumentedExample, SlowStart) {
@@ -160,7 +172,7 @@ TEST_F(DocumentedExample, SlowStart) {
     GuardedBuffer atr(512);
     EXPECT_EQ(ICC_Reader_PowerOn(handle, contact, atr.data()), 9);
     EXPECT_TRUE(atr.holds(hex("3B 65 00 00 31 32 33 34 35")));
-    EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
     EXPECT_EQ(power_on(contact), 17);
 }
 

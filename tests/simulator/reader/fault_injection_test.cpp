@@ -12,7 +12,6 @@ namespace {
 
 using simulator::CommandPattern;
 using simulator::CutAnswer;
-using simulator::Fault;
 using simulator::FaultInjection;
 using simulator::FaultTrigger;
 using simulator::OtherAnswer;
@@ -44,8 +43,8 @@ class FaultInjectionTest : public testing::Test {
     }
 
     // What each command in turn got: hex text, or "result n".
-    std::vector<std::string> send(FaultInjection& faults,
-                                  const std::vector<const char*>& commands) {
+    static std::vector<std::string> send(FaultInjection& faults,
+                                         const std::vector<const char*>& commands) {
         std::vector<std::string> got;
         for (const char* command : commands) {
             try {

@@ -13,7 +13,7 @@ using testing::StartsWith;
 class ReaderFile : public SimulatorTest {
   protected:
     // The line that opening writes, for a result that must come with one.
-    std::string refusal(std::int64_t result) {
+    static std::string refusal(std::int64_t result) {
         testing::internal::CaptureStderr();
         GuardedBuffer name(32);
         EXPECT_EQ(ICC_Reader_Open(name.text()), result);
@@ -72,7 +72,7 @@ TEST_F(ReaderFile, AWrongFieldOfACardInPlaceNamesTheReaderFile) {
 
 TEST_F(ReaderFile, ProfilesAreLookedForBesideTheReaderFile) {
     std::filesystem::create_directory("elsewhere");
-    use("elsewhere/reader.toml", "[contact]\nprofile = \"../profiles/debit.toml\"\n");
+    use("elsewhere/reader.toml", "[contact]\nprofile = \"../own.toml\"\n");
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), 17);
     ICC_Reader_Close();
@@ -102,7 +102,7 @@ TEST_P(WrongFieldTest, IsRefusedWithOneLine) {
               std::string("libquorrin-simulator: reader.toml: line ") + GetParam().line + "\n");
 }
 
-#define CONTACT "[contact]\nprofile = \"profiles/debit.toml\"\n"
+#define CONTACT "[contact]\nprofile = \"own.toml\"\n"
 #define FAULT CONTACT "[[fault]]\nslot = \"contact\"\n"
 
 // clang-format off
@@ -128,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, WrongFieldTest, testing::Values(
     WrongField{"serial_not_text", "[reader]\nserial = 471100\n",
                "2: reader.serial: must be a text in quotes"},
     WrongField{"reader_not_table", "reader = 1\n", "1: reader: must be a table"},
-    WrongField{"slot_not_table", "contact = \"profiles/debit.toml\"\n",
+    WrongField{"slot_not_table", "contact = \"own.toml\"\n",
                "1: contact: must be a table"},
     WrongField{"slot_without_card", "\n[contact]\n",
                "2: contact: needs a profile (a file) or a card (a table)"},
@@ -198,7 +198,7 @@ TEST_P(FaultEffect, IsWhatTheHostGets) {
     use("reader.toml", FAULT + GetParam().lines);
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), 17);
-    EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
     EXPECT_EQ(send(contact, get_atc), GetParam().got);
 }
 
@@ -248,26 +248,26 @@ TEST_F(ReaderFile, FaultsCountAfreshAtEachOpen) {
     for (int round = 0; round < 2; ++round) {
         ASSERT_GT(open(), 0);
         EXPECT_EQ(power_on(contact), 17);
-        EXPECT_EQ(send(contact, select_debit), "result -11");
-        EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
+        EXPECT_EQ(send(contact, select_application), "result -11");
+        EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
         EXPECT_EQ(ICC_Reader_Close(), 0);
     }
 }
 
 TEST_F(ReaderFile, FaultsOfOneSlotLeaveTheOthersAlone) {
-    use("reader.toml", FAULT "mute = true\n[contactless]\nprofile = \"profiles/debit.toml\"\n");
+    use("reader.toml", FAULT "mute = true\n[contactless]\nprofile = \"own.toml\"\n");
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), -4);
     EXPECT_EQ(power_on(contactless), 17);
 }
 
 TEST_F(ReaderFile, ExchangesAreCountedAsTheReaderSeesThem) {
-    use("reader.toml", FAULT "exchange = 3\nstatus = \"6F00\"\n[contact.t0]\nportion = 64\n");
+    use("reader.toml", FAULT "exchange = 3\nstatus = \"6F00\"\n[contact.t0]\nportion = 4\n");
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), 17);
-    EXPECT_EQ(send(contact, select_debit), "6140");
-    EXPECT_THAT(send(contact, "00C0000040"), EndsWith("610F"));
-    EXPECT_EQ(send(contact, "00C000000F"), "6F00");
+    EXPECT_EQ(send(contact, select_application), "6104");
+    EXPECT_THAT(send(contact, "00C0000004"), AllOf(StartsWith("6F"), EndsWith("6104")));
+    EXPECT_EQ(send(contact, "00C0000004"), "6F00");
 }
 
 }  // namespace

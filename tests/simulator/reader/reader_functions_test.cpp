@@ -12,22 +12,22 @@ constexpr const char* one_card_everywhere = R"([reader]
 name = "Seven slots"
 serial = "SN-7"
 [contact]
-profile = "profiles/debit.toml"
+profile = "own.toml"
 [contactless]
-profile = "profiles/debit.toml"
+profile = "own.toml"
 [further]
-profile = "profiles/debit.toml"
+profile = "own.toml"
 [sam1]
-profile = "profiles/debit.toml"
+profile = "own.toml"
 [sam2]
-profile = "profiles/debit.toml"
+profile = "own.toml"
 [sam3]
-profile = "profiles/debit.toml"
+profile = "own.toml"
 [sam4]
-profile = "profiles/debit.toml"
+profile = "own.toml"
 )";
 
-const Bytes debit_atr = hex("3B 6D 00 00 53 49 4D 20 54 45 53 54 20 43 41 52 44");
+constexpr const char* own_card_in_contact = "[contact]\nprofile = \"own.toml\"\n";
 
 class ReaderFunctions : public SimulatorTest {};
 
@@ -64,10 +64,11 @@ TEST_F(ReaderFunctions, OpenAgainGivesTheSameHandleUntilClosed) {
 }
 
 TEST_F(ReaderFunctions, PowerOnWritesTheAnswerToResetAndNothingElse) {
+    use("reader.toml", own_card_in_contact);
     ASSERT_GT(open(), 0);
     GuardedBuffer atr(512);
     EXPECT_EQ(ICC_Reader_PowerOn(handle, contact, atr.data()), 17);
-    EXPECT_TRUE(atr.holds(debit_atr));
+    EXPECT_TRUE(atr.holds(own_atr));
 }
 
 struct SlotCodes {
@@ -81,14 +82,14 @@ TEST_P(EverySlot, PowersExchangesAndPowersDown) {
     use("reader.toml", one_card_everywhere);
     const auto [on, off] = GetParam();
     ASSERT_GT(open(), 0);
-    EXPECT_EQ(send(on, select_debit), "result -3");
+    EXPECT_EQ(send(on, select_application), "result -3");
     EXPECT_EQ(power_on(on), 17);
-    EXPECT_THAT(send(on, select_debit), testing::AllOf(StartsWith("6F"), EndsWith("9000")));
+    EXPECT_THAT(send(on, select_application), testing::AllOf(StartsWith("6F"), EndsWith("9000")));
     EXPECT_EQ(ICC_Reader_PowerOff(handle, off), 0);
-    EXPECT_EQ(send(on, select_debit), "result -3");
+    EXPECT_EQ(send(on, select_application), "result -3");
     EXPECT_EQ(ICC_Reader_PowerOff(handle, off), 0);  // nothing left to do
     EXPECT_EQ(power_on(on), 17);
-    EXPECT_THAT(send(on, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(on, select_application), EndsWith("9000"));
 }
 
 TEST_P(EverySlot, WithoutACardSaysSo) {
@@ -96,7 +97,7 @@ TEST_P(EverySlot, WithoutACardSaysSo) {
     const auto [on, off] = GetParam();
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(on), -2);
-    EXPECT_EQ(send(on, select_debit), "result -2");
+    EXPECT_EQ(send(on, select_application), "result -2");
     EXPECT_EQ(ICC_Reader_PowerOff(handle, off), -2);
 }
 
@@ -115,8 +116,8 @@ TEST_F(ReaderFunctions, DeliberatelyPowerOffOfTheContactlessSlotHasACodeOfItsOwn
     EXPECT_EQ(power_on(contactless), 17);
     EXPECT_EQ(ICC_Reader_PowerOff(handle, contactless), -14);
     EXPECT_EQ(power_on(contactless_off), -14);
-    EXPECT_EQ(send(contactless_off, select_debit), "result -14");
-    EXPECT_THAT(send(contactless, select_debit), EndsWith("9000"));  // still under power
+    EXPECT_EQ(send(contactless_off, select_application), "result -14");
+    EXPECT_THAT(send(contactless, select_application), EndsWith("9000"));  // still under power
     EXPECT_EQ(ICC_Reader_PowerOff(handle, contactless_off), 0);
 }
 
@@ -139,7 +140,7 @@ TEST_F(ReaderFunctions, SlotsAreIndependent) {
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), 17);
     EXPECT_EQ(power_on(0x12), 17);
-    EXPECT_THAT(send(0x12, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(0x12, select_application), EndsWith("9000"));
     EXPECT_EQ(ICC_Reader_PowerOff(handle, contact), 0);
     EXPECT_EQ(send(contact, get_atc), "result -3");
     EXPECT_EQ(send(0x12, get_atc), "9F360200039000");
@@ -153,13 +154,14 @@ TEST_F(ReaderFunctions, WithoutAnOpenReaderNothingIsConnected) {
         EXPECT_EQ(ICC_Reader_PowerOff(any, contact), -12);
         EXPECT_EQ(ICC_Reader_GetSerial(any, serial.text()), -12);
         handle = any;
-        EXPECT_EQ(send(contact, select_debit), "result -12");
+        EXPECT_EQ(send(contact, select_application), "result -12");
     }
     EXPECT_TRUE(atr.untouched());
     EXPECT_TRUE(serial.untouched());
 }
 
 TEST_F(ReaderFunctions, AForeignHandleIsRefused) {
+    use("reader.toml", one_card_everywhere);
     const auto right = open();
     ASSERT_GT(right, 0);
     EXPECT_EQ(power_on(contact), 17);
@@ -171,15 +173,16 @@ TEST_F(ReaderFunctions, AForeignHandleIsRefused) {
         EXPECT_EQ(ICC_Reader_PowerOff(foreign, contact), -14);
         EXPECT_EQ(ICC_Reader_GetSerial(foreign, serial.text()), -14);
         handle = foreign;
-        EXPECT_EQ(send(contact, select_debit), "result -14");
+        EXPECT_EQ(send(contact, select_application), "result -14");
     }
     EXPECT_TRUE(atr.untouched());
     EXPECT_TRUE(serial.untouched());
     handle = right;
-    EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
+    EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
 }
 
 TEST_F(ReaderFunctions, NullPointersAreRefused) {
+    use("reader.toml", one_card_everywhere);
     EXPECT_EQ(ICC_Reader_Open(nullptr), -14);
     ASSERT_GT(open(), 0);
     EXPECT_EQ(ICC_Reader_PowerOn(handle, contact, nullptr), -14);
@@ -191,6 +194,7 @@ TEST_F(ReaderFunctions, NullPointersAreRefused) {
 }
 
 TEST_F(ReaderFunctions, CommandsOf4To261BytesReachTheCard) {
+    use("reader.toml", one_card_everywhere);
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), 17);
     std::uint8_t response[1024] = {};
@@ -206,27 +210,43 @@ TEST_F(ReaderFunctions, CommandsOf4To261BytesReachTheCard) {
 }
 
 TEST_F(ReaderFunctions, ClosingTakesThePowerFromEverySlot) {
+    use("reader.toml", one_card_everywhere);
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), 17);
     EXPECT_EQ(power_on(contactless), 17);
     EXPECT_EQ(ICC_Reader_Close(), 0);
     ASSERT_GT(open(), 0);
-    EXPECT_EQ(send(contact, select_debit), "result -3");
-    EXPECT_EQ(send(contactless, select_debit), "result -3");
+    EXPECT_EQ(send(contact, select_application), "result -3");
+    EXPECT_EQ(send(contactless, select_application), "result -3");
 }
 
 TEST_F(ReaderFunctions, WithoutAReaderFileDebitCardsAreInBothUserSlots) {
-    for (const char* none : {static_cast<const char*>(nullptr), ""}) {
-        if (none != nullptr) {
-            use(none);
+    // What the shipped profile has to say, to compare with.
+    use("reader.toml", "[contact]\nprofile = \"profiles/debit.toml\"\n");
+    ASSERT_GT(open(), 0);
+    Bytes atr(512);
+    const auto atr_length = ICC_Reader_PowerOn(handle, contact, atr.data());
+    ASSERT_GT(atr_length, 0);
+    atr.resize(static_cast<std::size_t>(atr_length));
+    const std::string selected = send(contact, select_application);
+    ASSERT_THAT(selected, EndsWith("9000"));
+    const std::string atc = send(contact, get_atc);
+    ICC_Reader_Close();
+
+    for (const bool variable_is_set : {false, true}) {
+        if (variable_is_set) {
+            use("");
+        } else {
+            unsetenv("QUORRIN_SIMULATOR");
         }
         ASSERT_GT(open(), 0);
-        GuardedBuffer atr(512);
-        EXPECT_EQ(ICC_Reader_PowerOn(handle, contact, atr.data()), 17);
-        EXPECT_TRUE(atr.holds(debit_atr));
-        EXPECT_EQ(power_on(contactless), 17);
-        EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
-        EXPECT_THAT(send(contactless, select_debit), EndsWith("9000"));
+        for (const int slot : {contact, contactless}) {
+            GuardedBuffer same_atr(512);
+            EXPECT_EQ(ICC_Reader_PowerOn(handle, slot, same_atr.data()), atr_length);
+            EXPECT_TRUE(same_atr.holds(atr));
+            EXPECT_EQ(send(slot, select_application), selected);
+            EXPECT_EQ(send(slot, get_atc), atc);
+        }
         for (const int empty : {0x02, 0x11, 0x12, 0x13, 0x14}) {
             EXPECT_EQ(power_on(empty), -2);
         }
@@ -243,35 +263,33 @@ class CardState : public SimulatorTest {
     std::string atc_after_a_transaction() {
         EXPECT_GT(open(), 0);
         EXPECT_EQ(power_on(contact), 17);
-        EXPECT_THAT(send(contact, select_debit), EndsWith("9000"));
-        const std::string answer =
-            send(contact, "80 A8 00 00 0F 83 0D 00 000000000100 0156 36000000 00");
-        EXPECT_THAT(answer, EndsWith("9000"));
-        const std::string atc = send(contact, get_atc);
+        EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
+        EXPECT_THAT(send(contact, "80 A8 00 00 02 83 00 00"), EndsWith("9000"));
+        std::string atc = send(contact, get_atc);
         ICC_Reader_Close();
         return atc;
     }
 };
 
 TEST_F(CardState, OutlivesCloseAndOpenWhileTheFilesSayTheSame) {
-    use("reader.toml", "[contact]\nprofile = \"profiles/debit.toml\"\n");
+    use("reader.toml", own_card_in_contact);
     EXPECT_EQ(atc_after_a_transaction(), "9F360200049000");
     EXPECT_EQ(atc_after_a_transaction(), "9F360200059000");
 }
 
 TEST_F(CardState, StartsAfreshWithAnotherReaderFileOrProfile) {
-    use("reader.toml", "[contact]\nprofile = \"profiles/debit.toml\"\n");
+    use("reader.toml", own_card_in_contact);
     EXPECT_EQ(atc_after_a_transaction(), "9F360200049000");
-    use("reader.toml", "[contact]\nprofile = \"profiles/debit.toml\"\n# the same card\n");
+    use("reader.toml", std::string(own_card_in_contact) + "# the same card\n");
     EXPECT_EQ(atc_after_a_transaction(), "9F360200049000");
-    std::ofstream("profiles/debit.toml", std::ios::app) << "\n# changed\n";
+    std::ofstream("own.toml", std::ios::app) << "\n# changed\n";
     EXPECT_EQ(atc_after_a_transaction(), "9F360200049000");
-    use("other.toml", "[contact]\nprofile = \"profiles/debit.toml\"\n");
+    use("other.toml", own_card_in_contact);
     EXPECT_EQ(atc_after_a_transaction(), "9F360200049000");
 }
 
 TEST_F(CardState, OutlivesAnOpenThatFailed) {
-    use("reader.toml", "[contact]\nprofile = \"profiles/debit.toml\"\n");
+    use("reader.toml", own_card_in_contact);
     EXPECT_EQ(atc_after_a_transaction(), "9F360200049000");
     use("missing.toml");
     EXPECT_EQ(open(), -11);
@@ -280,7 +298,7 @@ TEST_F(CardState, OutlivesAnOpenThatFailed) {
 }
 
 TEST_F(CardState, AnOpenReaderDoesNotReadItsFileAgain) {
-    use("reader.toml", "[contact]\nprofile = \"profiles/debit.toml\"\n");
+    use("reader.toml", own_card_in_contact);
     ASSERT_GT(open(), 0);
     use("missing.toml");
     EXPECT_GT(open(), 0);

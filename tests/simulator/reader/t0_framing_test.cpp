@@ -11,7 +11,6 @@ namespace quorrin::test {
 namespace {
 
 using simulator::T0Framing;
-using simulator::T0Settings;
 using testing::ElementsAre;
 
 constexpr const char* select = "00A404000201020000";  // data and Le
@@ -19,7 +18,7 @@ constexpr const char* read_record = "00B2010C00";     // Le only
 
 class T0FramingTest : public testing::Test {
   protected:
-    Bytes send(T0Framing& framing, std::string_view command) {
+    static Bytes send(T0Framing& framing, std::string_view command) {
         return framing.transmit(hex(command));
     }
 
