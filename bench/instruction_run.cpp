@@ -1,5 +1,5 @@
 // Runs one operation a number of times, for an instruction counter such as callgrind, and says how
-// many things one run handles: quorrin_instructions OPERATION RUNS
+// many things they handled: quorrin_instructions OPERATION RUNS
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,14 +11,17 @@ using namespace quorrin::bench;
 
 namespace {
 
-std::size_t walk(const Bytes& answer, int runs) {
+std::size_t walk(const Bytes& answer, std::size_t elements, int runs) {
     emvClrIccAndTermData();
     for (int i = 0; i < runs; ++i) {
         if (emvExtractDataElement(answer.data(), static_cast<std::uint16_t>(answer.size())) != 0) {
             std::abort();
         }
     }
-    return present_elements();
+    if (present_elements() != elements) {
+        std::abort();
+    }
+    return elements;
 }
 
 std::size_t build_cdol1(int runs) {
@@ -29,11 +32,12 @@ std::size_t build_cdol1(int runs) {
     set_terminal_data();
     for (int i = 0; i < runs; ++i) {
         if (dolPaddingDOL(out, &out_length, list.data(), static_cast<std::uint16_t>(list.size())) !=
-            0) {
+                0 ||
+            out_length != cdol1_data_size) {
             std::abort();
         }
     }
-    return 10;
+    return cdol1_entries;
 }
 
 std::size_t reset(int runs) {
@@ -43,11 +47,11 @@ std::size_t reset(int runs) {
     return 1;
 }
 
-std::size_t find_last(int runs) {
-    const Bytes tag = quorrin::test::hex("DF69");
+std::size_t find(const char* tag_text, unsigned table, int runs) {
+    const Bytes tag = quorrin::test::hex(tag_text);
     std::uint16_t row = 0;
     for (int i = 0; i < runs; ++i) {
-        if (emvFindDataElement(tag.data(), 2, &row) != 2) {
+        if (emvFindDataElement(tag.data(), 2, &row) != table) {
             std::abort();
         }
     }
@@ -58,22 +62,26 @@ std::size_t find_last(int runs) {
 
 int main(int argc, char** argv) {
     if (argc != 3) {
-        std::fprintf(stderr, "usage: %s record|fci|cdol1|reset|find RUNS\n", argv[0]);
+        std::fprintf(stderr, "usage: %s first|last|unknown|record|fci|cdol1|reset RUNS\n", argv[0]);
         return 2;
     }
     const char* operation = argv[1];
     const int runs = std::atoi(argv[2]);
     std::size_t handled = 0;
     if (std::strcmp(operation, "record") == 0) {
-        handled = walk(record_answer(), runs);
+        handled = walk(record_answer(), record_elements, runs);
     } else if (std::strcmp(operation, "fci") == 0) {
-        handled = walk(fci_answer(), runs);
+        handled = walk(fci_answer(), fci_elements, runs);
     } else if (std::strcmp(operation, "cdol1") == 0) {
         handled = build_cdol1(runs);
     } else if (std::strcmp(operation, "reset") == 0) {
         handled = reset(runs);
-    } else if (std::strcmp(operation, "find") == 0) {
-        handled = find_last(runs);
+    } else if (std::strcmp(operation, "first") == 0) {
+        handled = find("9F26", 1, runs);
+    } else if (std::strcmp(operation, "last") == 0) {
+        handled = find("DF69", 2, runs);
+    } else if (std::strcmp(operation, "unknown") == 0) {
+        handled = find("9F70", 0, runs);
     } else {
         return 2;
     }

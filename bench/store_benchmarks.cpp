@@ -48,44 +48,68 @@ constexpr Wanted last_tag{{0xDF, 0x69}, 2};     // terminal table, row 47
 constexpr Wanted unknown_tag{{0x9F, 0x70}, 2};  // in neither
 constexpr Wanted no_tag{{}, 0};                 // refused at once: what a call itself costs
 
-void lookup(benchmark::State& state, Wanted wanted) {
+// A benchmark times nothing whose result is not the expected one.
+bool is_right(benchmark::State& state, bool right) {
+    if (!right) {
+        state.SkipWithError("unexpected result");
+    }
+    return right;
+}
+
+void lookup(benchmark::State& state, Wanted wanted, unsigned table) {
     std::uint16_t row = 0;
+    if (!is_right(state, emvFindDataElement(wanted.bytes, wanted.length, &row) == table)) {
+        return;
+    }
     unsigned results = 0;
     for (auto _ : state) {
         results += emvFindDataElement(wanted.bytes, wanted.length, &row);
     }
     benchmark::DoNotOptimize(results);
 }
-BENCHMARK_CAPTURE(lookup, first, first_tag)->Apply(show_fastest);
-BENCHMARK_CAPTURE(lookup, last, last_tag)->Apply(show_fastest);
-BENCHMARK_CAPTURE(lookup, unknown, unknown_tag)->Apply(show_fastest);
-BENCHMARK_CAPTURE(lookup, refused, no_tag)->Apply(show_fastest);
+BENCHMARK_CAPTURE(lookup, first, first_tag, 1)->Apply(show_fastest);
+BENCHMARK_CAPTURE(lookup, last, last_tag, 2)->Apply(show_fastest);
+BENCHMARK_CAPTURE(lookup, unknown, unknown_tag, 0)->Apply(show_fastest);
+BENCHMARK_CAPTURE(lookup, refused, no_tag, 0)->Apply(show_fastest);
 
-void linear_lookup(benchmark::State& state, Wanted wanted) {
+void linear_lookup(benchmark::State& state, Wanted wanted, const QuorrinDataElement* element) {
+    if (!is_right(state, linear_search(wanted.bytes, wanted.length) == element)) {
+        return;
+    }
     for (auto _ : state) {
         benchmark::DoNotOptimize(linear_search(wanted.bytes, wanted.length));
     }
 }
-BENCHMARK_CAPTURE(linear_lookup, first, first_tag)->Apply(show_fastest);
-BENCHMARK_CAPTURE(linear_lookup, last, last_tag)->Apply(show_fastest);
-BENCHMARK_CAPTURE(linear_lookup, unknown, unknown_tag)->Apply(show_fastest);
+BENCHMARK_CAPTURE(linear_lookup, first, first_tag, &IccDt[0])->Apply(show_fastest);
+BENCHMARK_CAPTURE(linear_lookup, last, last_tag, &TermDt[47])->Apply(show_fastest);
+BENCHMARK_CAPTURE(linear_lookup, unknown, unknown_tag, nullptr)->Apply(show_fastest);
 
-void walk(benchmark::State& state, const Bytes& answer) {
+// Into an empty store; whether every element arrived.
+bool walks(const Bytes& answer, std::size_t elements) {
     emvClrIccAndTermData();
+    return emvExtractDataElement(answer.data(), static_cast<std::uint16_t>(answer.size())) == 0 &&
+           present_elements() == elements;
+}
+
+void walk(benchmark::State& state, const Bytes& answer, std::size_t elements) {
+    if (!is_right(state, walks(answer, elements))) {
+        return;
+    }
     for (auto _ : state) {
         benchmark::DoNotOptimize(
             emvExtractDataElement(answer.data(), static_cast<std::uint16_t>(answer.size())));
         benchmark::ClobberMemory();
     }
-    count_per(state, "per_object", present_elements());
+    count_per(state, "per_object", elements);
 }
-BENCHMARK_CAPTURE(walk, record, record_answer())->Apply(show_fastest);
-BENCHMARK_CAPTURE(walk, fci, fci_answer())->Apply(show_fastest);
+BENCHMARK_CAPTURE(walk, record, record_answer(), record_elements)->Apply(show_fastest);
+BENCHMARK_CAPTURE(walk, fci, fci_answer(), fci_elements)->Apply(show_fastest);
 
 // The tags that a walk stores, found by linear search alone.
-void linear_walk(benchmark::State& state, const Bytes& answer) {
-    emvClrIccAndTermData();
-    emvExtractDataElement(answer.data(), static_cast<std::uint16_t>(answer.size()));
+void linear_walk(benchmark::State& state, const Bytes& answer, std::size_t elements) {
+    if (!is_right(state, walks(answer, elements))) {
+        return;
+    }
     std::vector<Wanted> wanted;
     for (const QuorrinDataElement& element : card_table()) {
         if (element.state == 1) {
@@ -97,10 +121,10 @@ void linear_walk(benchmark::State& state, const Bytes& answer) {
             benchmark::DoNotOptimize(linear_search(tag.bytes, tag.length));
         }
     }
-    count_per(state, "per_object", wanted.size());
+    count_per(state, "per_object", elements);
 }
-BENCHMARK_CAPTURE(linear_walk, record, record_answer())->Apply(show_fastest);
-BENCHMARK_CAPTURE(linear_walk, fci, fci_answer())->Apply(show_fastest);
+BENCHMARK_CAPTURE(linear_walk, record, record_answer(), record_elements)->Apply(show_fastest);
+BENCHMARK_CAPTURE(linear_walk, fci, fci_answer(), fci_elements)->Apply(show_fastest);
 
 void copy(benchmark::State& state, std::size_t size, std::size_t things) {
     const Bytes from(size, 0x5A);
@@ -113,8 +137,8 @@ void copy(benchmark::State& state, std::size_t size, std::size_t things) {
     }
     count_per(state, "per_object", things);
 }
-BENCHMARK_CAPTURE(copy, record, 200, 19)->Apply(show_fastest);
-BENCHMARK_CAPTURE(copy, fci, 150, 12)->Apply(show_fastest);
+BENCHMARK_CAPTURE(copy, record, 200, record_elements)->Apply(show_fastest);
+BENCHMARK_CAPTURE(copy, fci, 150, fci_elements)->Apply(show_fastest);
 
 void build_cdol1(benchmark::State& state) {
     const Bytes list = cdol1();
@@ -122,12 +146,17 @@ void build_cdol1(benchmark::State& state) {
     std::uint16_t out_length = 0;
     emvClrIccAndTermData();
     set_terminal_data();
+    const bool right =
+        dolPaddingDOL(out, &out_length, list.data(), static_cast<std::uint16_t>(list.size())) == 0;
+    if (!is_right(state, right && out_length == cdol1_data_size)) {
+        return;
+    }
     for (auto _ : state) {
         benchmark::DoNotOptimize(
             dolPaddingDOL(out, &out_length, list.data(), static_cast<std::uint16_t>(list.size())));
         benchmark::ClobberMemory();
     }
-    count_per(state, "per_entry", 10);
+    count_per(state, "per_entry", cdol1_entries);
 }
 BENCHMARK(build_cdol1)->Apply(show_fastest);
 
@@ -136,17 +165,27 @@ void linear_cdol1(benchmark::State& state) {
                                   {{0x95}, 1},       {{0x5F, 0x2A}, 2}, {{0x9A}, 1},
                                   {{0x9C}, 1},       {{0x9F, 0x37}, 2}, {{0x9F, 0x21}, 2},
                                   {{0x9F, 0x4E}, 2}};
+    static_assert(std::size(entries) == cdol1_entries);
+    const bool right = std::ranges::all_of(
+        entries, [](const Wanted& tag) { return linear_search(tag.bytes, tag.length) != nullptr; });
+    if (!is_right(state, right)) {
+        return;
+    }
     for (auto _ : state) {
         for (const Wanted& tag : entries) {
             benchmark::DoNotOptimize(linear_search(tag.bytes, tag.length));
         }
     }
-    count_per(state, "per_entry", std::size(entries));
+    count_per(state, "per_entry", cdol1_entries);
 }
 BENCHMARK(linear_cdol1)->Apply(show_fastest);
-BENCHMARK_CAPTURE(copy, cdol1, 52, 10)->Apply(show_fastest);
+BENCHMARK_CAPTURE(copy, cdol1, cdol1_data_size, cdol1_entries)->Apply(show_fastest);
 
 void full_reset(benchmark::State& state) {
+    set_terminal_data();
+    if (!is_right(state, emvClrIccAndTermData() == 0 && present_elements() == 0)) {
+        return;
+    }
     for (auto _ : state) {
         benchmark::DoNotOptimize(emvClrIccAndTermData());
         benchmark::ClobberMemory();

@@ -81,6 +81,12 @@ inline std::span<const QuorrinDataElement> terminal_table() {
     return TermDt;
 }
 
+// What the workloads come to, for those who run them to check.
+inline constexpr std::size_t record_elements = 19;
+inline constexpr std::size_t fci_elements = 12;
+inline constexpr std::size_t cdol1_entries = 10;
+inline constexpr std::size_t cdol1_data_size = 52;
+
 // The elements present in the store.
 inline std::size_t present_elements() {
     std::size_t count = 0;

@@ -69,9 +69,11 @@ static_assert(std::size(card_storage) == card_rows);
 static_assert(std::size(terminal_storage) == terminal_rows);
 
 // Every row's storage is declared in the public header with the size that the row states, and holds
-// the longest value that the row accepts.
-#define ELEMENT(tag, storage, bytes, minimum, maximum, ...) \
-    static_assert(sizeof(storage) == (bytes) && (maximum) <= (bytes) && (minimum) <= (maximum));
+// the longest value that the row accepts. No row names a template that the sets of templates cannot
+// tell from others.
+#define ELEMENT(tag, storage, bytes, minimum, maximum, format, templates)                        \
+    static_assert(sizeof(storage) == (bytes) && (maximum) <= (bytes) && (minimum) <= (maximum)); \
+    static_assert(TemplateSet::can_tell(templates));
 #define SHARED_ELEMENT ELEMENT
 #include "emvdata/card_elements.def"
 #include "emvdata/terminal_elements.def"
@@ -118,10 +120,17 @@ void emvInitDataPointer() {
 }
 
 std::uint8_t StrCmp(const std::uint8_t* lhs, const std::uint8_t* rhs, std::int32_t len) {
+    constexpr std::uint8_t equal = 0;
+    constexpr std::uint8_t greater = 1;
+    constexpr std::uint8_t smaller = 2;
+    // Deliberate: the length counts in 8 bits, as tag lengths do; 256 bytes compare as none.
     const auto length = static_cast<std::uint8_t>(len);
-    if (length == 0 || lhs == nullptr || rhs == nullptr) {
-        return 0;
+    if (length == 0 || lhs == rhs) {
+        return equal;
+    }
+    if (lhs == nullptr || rhs == nullptr) {
+        return lhs == nullptr ? smaller : greater;
     }
     const int order = std::memcmp(lhs, rhs, length);
-    return order == 0 ? 0 : order > 0 ? 1 : 2;
+    return order == 0 ? equal : order > 0 ? greater : smaller;
 }

@@ -9,10 +9,11 @@
 #include <span>
 
 #include "quorrin/quorrin.h"
+#include "tlv/ber_tlv.hpp"
 
 namespace quorrin {
 
-using Bytes = std::span<const std::uint8_t>;
+using Bytes = tlv::Bytes;
 
 enum class Format : std::uint8_t { n = 1, cn = 2, an = 3, ans = 4, b = 5, a = 6 };
 
@@ -101,6 +102,23 @@ class TemplateSet {
     constexpr bool meets(TemplateSet other) const { return (bits_ & other.bits_) != 0; }
     constexpr bool is_too_long() const { return (bits_ & too_long) != 0; }
 
+    // Whether the set tells exactly the templates apart that a row names.
+    static constexpr bool can_tell(const dictionary::Templates& templates) {
+        const auto& bytes = templates.bytes;
+        switch (templates.code) {
+            case 0:
+                return true;
+            case 1:
+                return has_own_bit(bytes[0]) && bytes[1] == 0x00;
+            case 2:
+                return has_own_bit(bytes[0]) && has_own_bit(bytes[1]);
+            case 3:
+                return bytes[0] == 0xBF && bytes[1] == 0x0C && has_own_bit(bytes[2]);
+            default:
+                return false;
+        }
+    }
+
     // FCI and directory templates, which carry elements that belong elsewhere on many cards.
     constexpr bool drops_misplaced_elements() const;
 
@@ -110,6 +128,8 @@ class TemplateSet {
     static constexpr unsigned admitted(const dictionary::Templates& templates) {
         switch (templates.code) {
             case 0:
+                // Deliberate: "any template" means any of one byte. An element without a home of
+                // its own is not taken from a two-byte template, BF0C among them.
                 return one_byte_templates;
             case 3:
                 return fci_discretionary | bit_of(templates.bytes[2]);
@@ -136,6 +156,8 @@ class TemplateSet {
         }
         return other_one_byte;
     }
+
+    static constexpr bool has_own_bit(std::uint8_t tag) { return bit_of(tag) != other_one_byte; }
 
     static const std::array<std::uint16_t, 256> bits_of_byte;  // bit_of, without a search
 
@@ -197,16 +219,13 @@ class TagIndex {
 
     constexpr std::uint8_t find(std::uint8_t tag) const { return entries_[place(tag)]; }
     constexpr std::uint8_t find(std::uint8_t first, std::uint8_t second) const {
-        if (!announces_second_byte(first)) [[unlikely]] {
+        if (!tlv::announces_second_byte(first)) [[unlikely]] {
             return 0;
         }
         return entries_[place(first, second)];
     }
 
   private:
-    static constexpr bool announces_second_byte(std::uint8_t first) {
-        return (first & 0x1F) == 0x1F;
-    }
     static constexpr std::size_t place(std::uint8_t tag) { return tag; }
     static constexpr std::size_t place(std::uint8_t first, std::uint8_t second) {
         return 256u + ((first & 0xE0u) << 3) + second;

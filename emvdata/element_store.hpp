@@ -96,8 +96,10 @@ constexpr std::uint8_t padding_of(Format format) {
 // Stores a value that arrives under a tag.
 std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
 
-// Reads an element into `out`, fitted to its size by the element's format. The state is not
-// consulted: an absent element reads as padding.
+// Reads an element into `out`, fitted to its size by the element's format.
+//
+// Deliberate: the state is not consulted. An element that was never set reads as padding, and one
+// that a host marked absent as the value still held.
 [[gnu::always_inline]] inline std::int32_t read_value(Slot slot,
                                                       std::span<std::uint8_t> out) noexcept {
     static constexpr std::uint8_t never_reset[512] = {};

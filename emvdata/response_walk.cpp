@@ -16,6 +16,8 @@ constexpr std::int32_t aborted = -31;
 
 constexpr std::size_t longest_template_tag = 5;
 
+// Deliberate: a tag above this limit is none that a card has, and a host must not go on with what
+// such an answer left in the store.
 void check_template_tag(Bytes tag) noexcept {
     if (tag.size() > longest_template_tag) {
         stop_process("a template tag in a card response has more than 5 bytes");
@@ -24,7 +26,10 @@ void check_template_tag(Bytes tag) noexcept {
 
 // The templates that the walk will come back to, kept here so that no card can exhaust the call
 // stack. A level costs a tag byte and a length field, which takes 1 byte up to 127, 2 up to 255 and
-// 3 above: 64 KiB hold no more levels than this.
+// 3 above: 64 KiB hold no more levels than this. That holds for constructed tags of 256 bytes too,
+// which count as length 0: their first byte is then the length field. BF makes it 64 bytes (FF is
+// padding); 3F and 7F are the length itself, and the at most 127 bytes behind them are too few for
+// a second such tag: one level more.
 class OpenTemplates {
   public:
     struct Level {
@@ -49,23 +54,19 @@ class OpenTemplates {
     OpenTemplates() {}
 };
 
-bool has_tag(Bytes tag, std::uint8_t first, std::uint8_t second) {
-    return tag.size() == 2 && tag[0] == first && tag[1] == second;
-}
-
 // Whether the walk goes on after the store refused an element.
 bool tolerates(std::int32_t result, Bytes tag) noexcept {
     constexpr std::int32_t value_rejected = -26;
-    const bool display_data = tag[0] == 0x50 || has_tag(tag, 0x9F, 0x11) ||
-                              has_tag(tag, 0x9F, 0x12) || has_tag(tag, 0x5F, 0x2D);
+    const bool display_data = tag[0] == 0x50 || tlv::is_tag(tag, 0x9F, 0x11) ||
+                              tlv::is_tag(tag, 0x9F, 0x12) || tlv::is_tag(tag, 0x5F, 0x2D);
     switch (result) {
         case store_code::bad_length:
-            // What is only shown to the card holder does not stop a transaction (EMV book
-            // 1, 12.2.4).
+            // What is only shown to the card holder does not stop a transaction (EMV book 1,
+            // 12.2.4).
             return display_data;
         case value_rejected:
-            return display_data || has_tag(tag, 0x9F, 0x36) || has_tag(tag, 0x9F, 0x13) ||
-                   has_tag(tag, 0x9F, 0x17);
+            return display_data || tlv::is_tag(tag, 0x9F, 0x36) || tlv::is_tag(tag, 0x9F, 0x13) ||
+                   tlv::is_tag(tag, 0x9F, 0x17);
         default:
             return false;
     }
@@ -110,8 +111,10 @@ std::int32_t walk(TemplateSet outermost, Bytes data) noexcept {
                     return aborted;
                 }
             } else if (slot.is_none() && (parent.is_too_long() || tag.empty() || tag.size() > 2)) {
-                // Unknown tags are ignored, but not those that could not even be looked up.
-                // Terminal tags always are: a card can never overwrite terminal data.
+                // Deliberate: unknown tags are ignored, but not those that could not even be looked
+                // up. Data objects of payment cards have tags of one or two bytes (EMV book 3,
+                // annex B); an answer with others is refused. Terminal tags always are ignored: a
+                // card can never overwrite terminal data.
                 return aborted;
             }
         }

@@ -33,7 +33,8 @@ Search find_tag(Bytes string, Bytes tag) noexcept {
                 return search;
             }
             search = {Search::found, true, cursor.value(object)};
-            // A script may carry several identifiers (EMV book 3, 10.10): its first one counts.
+            // Deliberate: the first script identifier ends the search, whatever follows. Issuer
+            // data may carry several scripts, each with its own (EMV book 3, 10.10).
             if (std::ranges::equal(tag, issuer_script_identifier)) {
                 return search;
             }

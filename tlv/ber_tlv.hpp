@@ -65,6 +65,16 @@ constexpr bool announces_second_byte(std::uint8_t first_byte) {
     return (first_byte & 0x1F) == 0x1F;
 }
 
+// Whether a tag is this one.
+constexpr bool is_tag(Bytes tag, std::uint8_t only) {
+    return tag.size() == 1 && tag[0] == only;
+}
+constexpr bool is_tag(Bytes tag, std::uint8_t first, std::uint8_t second) {
+    return tag.size() == 2 && tag[0] == first && tag[1] == second;
+}
+
+// Deliberate: a tag may be as long as the data, and its length is kept in 8 bits; one of 256 bytes
+// counts none, and its own first byte is then taken for the length field.
 constexpr Tag read_tag(Bytes data) {
     if (data.empty()) {
         return {Tag::no_data, 0};
@@ -104,8 +114,10 @@ constexpr Length read_length_field(Bytes data) {
     return {size > data.size() ? Length::bad : Length::good, size, 0};
 }
 
-// The length field and its value, checked against the bytes that follow. The value is kept in 16
-// bits: of more than two length bytes only the last two count.
+// The length field and its value, checked against the bytes that follow.
+//
+// Deliberate: the value is kept in 16 bits, all that a card answer needs. Of more than two length
+// bytes only the last two count, whatever stands before them.
 constexpr Length read_length(Bytes data) {
     Length length = read_length_field(data);
     if (length.result != Length::good) {
@@ -165,16 +177,18 @@ class Cursor {
         return rest_.subspan(object.header_size(), object.value_length);
     }
     constexpr bool has_tag(const Object& object, std::uint8_t one_byte_tag) const {
-        return object.tag_length == 1 && rest_[0] == one_byte_tag;
+        return is_tag(tag(object), one_byte_tag);
     }
     constexpr bool has_tag(const Object& object, std::uint8_t first, std::uint8_t second) const {
-        return object.tag_length == 2 && rest_[0] == first && rest_[1] == second;
+        return is_tag(tag(object), first, second);
     }
 
     // Into a template: its contents come next.
     constexpr void enter(const Object& object) { advance(object.header_size()); }
     constexpr void step_over(const Object& object) { advance(object.size()); }
     // Searches look into every template: a template is entered, anything else stepped over.
+    // Deliberate: where a template ends is not kept, so that an object inside one that is too short
+    // for it is still found whole.
     constexpr void advance_flat(const Object& object) {
         object.is_constructed() ? enter(object) : step_over(object);
     }

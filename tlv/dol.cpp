@@ -17,6 +17,9 @@ void zero(Out entry) {
 }
 
 // Walks the list; fill(tag, entry) writes one primitive entry and returns 0 or store_error.
+//
+// Deliberate: 00 and FF between entries are read as tags, not skipped as padding. The card computes
+// its cryptogram over the answer to every entry that it listed, so a list is taken byte by byte.
 template <typename Fill>
 Built build_with(Bytes list, Out out, Fill fill) noexcept {
     Built built{done, 0};

@@ -219,8 +219,8 @@ QUORRIN_API void bcd_to_asc(char* dst, const uint8_t* src, int32_t n, uint8_t ri
 
 /* ============================== Data element dictionary ==============================
  *
- * Every EMV / PBOC data element lives in one storage variable; two tables describe them. A value is
- * stored right-justified with leading 00 (n), left-justified with trailing FF (cn) or
+ * Every EMV / PBOC data element lives in one storage variable; two tables describe them. A value
+ * is stored right-justified with leading 00 (n), left-justified with trailing FF (cn) or
  * left-justified with trailing 00 (an, ans, b, a) in the element's longest length.
  */
 
@@ -233,7 +233,7 @@ typedef struct QuorrinDataElement {
     uint8_t tag[3];       /**< tag bytes, left-aligned */
     uint8_t tagLen;       /**< number of tag bytes, 1 or 2 */
     uint8_t templates[4]; /**< templates the element may arrive in, read by templateCode */
-    uint8_t templateCode; /**< 0 any; 1 one 1-byte tag; 2 two; 3 a 2-byte and a 1-byte tag */
+    uint8_t templateCode; /**< tags: 0 any of 1 byte; 1 one; 2 either of two; 3 BF0C or one */
     uint8_t format;       /**< 1 n, 2 cn, 3 an, 4 ans, 5 b, 6 a (EMV book 3, 4.3) */
     uint8_t state;        /**< 0 absent, 1 present */
 } QuorrinDataElement;
@@ -251,7 +251,8 @@ QUORRIN_API extern QuorrinDataElement IccDt[94];
 QUORRIN_API void emvInitDataPointer(void);
 
 /**
- * Compares len bytes, len taken modulo 256.
+ * Compares len bytes, len taken modulo 256. A null pointer comes before any bytes and equals
+ * another null pointer; without bytes to compare (len 0) everything is equal.
  * @return 0 equal, 1 lhs is greater, 2 lhs is smaller.
  */
 QUORRIN_API uint8_t StrCmp(const uint8_t* lhs, const uint8_t* rhs, int32_t len);
@@ -518,9 +519,10 @@ QUORRIN_API int32_t emvCheckTemplate(const uint8_t* templateTag, uint8_t templat
  * @param templateTag  tag of the template it came in; templateLen 0: no template check.
  * @param value        length bytes.
  * @return 0 stored, or dropped because an FCI (6F, A5, BF0C) or a template 73 carries an element
- *         that belongs elsewhere. -18 the store has not been reset yet; -22 length outside the
- *         element's bounds; -27 wrong template; -28 empty value; -29 template tag of more than 2
- *         bytes; -30 tag of other than 1 or 2 bytes; -31 unknown tag.
+ *         that belongs elsewhere. -18 the element's row has an unknown format code, or no reset has
+ *         run yet; -22 length outside the element's bounds; -27 wrong template; -28 empty value;
+ *         -29 template tag of more than 2 bytes; -30 tag of other than 1 or 2 bytes; -31 unknown
+ *         tag.
  */
 QUORRIN_API int32_t emvSetDataElement(const uint8_t* templateTag, uint8_t templateLen,
                                       const uint8_t* tag, uint8_t tagLen, uint16_t length,
@@ -533,11 +535,15 @@ QUORRIN_API int32_t emvSetDataElementCanChgTempPar(const uint8_t* templateTag, u
 
 /**
  * Reads a value, fitted to the wanted length by the element's format: numeric values get leading 00
- * or lose leading digits, cn gets trailing FF, all others trailing 00 or lose trailing bytes.
- * Absent elements read as padding.
+ * or are cut on the left, cn gets trailing FF, all others trailing 00, and both are cut on the
+ * right. A numeric value that is cut counts from the start of its storage, and so keeps its last
+ * digits only when it has the element's longest length: 9F3B (8 bytes) with the value 12 34 reads
+ * as 00 with a wanted length of 1. The state is not consulted; an element without a value reads as
+ * padding.
  * @param lengthInOut  wanted length; 0 is replaced by the current length.
  * @param out          as many bytes.
- * @return 1 card element, 2 terminal element, -30 unknown tag, -31 tag of other than 1 or 2 bytes.
+ * @return 1 card element, 2 terminal element; -18 the element's row has an unknown format code;
+ *         -30 unknown tag; -31 tag of other than 1 or 2 bytes, or a null pointer.
  */
 QUORRIN_API int32_t emvGetDataElement(const uint8_t* tag, uint8_t tagLen, uint16_t* lengthInOut,
                                       uint8_t* out);
@@ -566,8 +572,9 @@ QUORRIN_API int32_t emvSetDataElementLength(const uint8_t* tag, uint8_t tagLen, 
                                             uint8_t which);
 
 /**
- * Walks a card response and stores every known card element in it. Unknown tags, empty values and
- * terminal elements are passed over; so are 50, 5F2D, 9F11 and 9F12 of a wrong length.
+ * Walks a card response and stores every known card element in it. Unknown tags of 1 or 2 bytes,
+ * empty values and terminal elements are passed over; so are 50, 5F2D, 9F11 and 9F12 of a wrong
+ * length. A template met with a tag of more than 5 bytes stops the process, unless it is empty.
  * @return 0; -30 malformed, or a null pointer; -31 an element was refused. What came before the
  *         fault stays stored.
  */
@@ -580,25 +587,50 @@ QUORRIN_API int32_t emvExtractDataElement(const uint8_t* data, uint16_t length);
 QUORRIN_API int32_t emvExtractDataTemplate(const uint8_t* templateTag, uint8_t templateTagLen,
                                            const uint8_t* data, uint16_t length);
 
-/* ============================== Transaction resets ============================== */
+/* ============================== Transaction resets ==============================
+ *
+ * To empty an element is to clear its storage, its current length and its state. All four resets
+ * point the tables at their storage first and return 0. None touches gl_tIccPk_GM or gl_KernOption.
+ *
+ * The transaction's working data is, for the two resets that clear it: the issuer script length,
+ * results and their number, both GENERATE AC answers, the keys gl_tIccPk and gl_tPinEnPk, the flags
+ * of all three keys, the data built from PDOL, CDOL1 and CDOL2, all lengths with them, the cashback
+ * flag, gl_RandNum with its flag and gl_ATC_Err, which become zero; gl_Tm_ACType becomes 1.
+ *
+ * The terminal's action codes are, likewise: gl_TAC_Denial 00, gl_TAC_Online and gl_TAC_Default FF
+ * in all 5 bytes with their flags 0; gl_Tm_DDOL and gl_Tm_TDOL empty with their lengths 0; random
+ * selection (gl_lRandSltLmt, gl_lRandSltPcnt, gl_lBiRSltPcnt) 0; gl_Tm_RmCheckFlg 1.
+ */
 
 /**
  * Empties the whole store, the terminal's configuration included: the start of every application
- * selection. The terminal action codes become 00 (denial) and FF (online, default).
- * @return 0.
+ * selection. Empties every element of both tables, each by its longest length: the upper 256 bytes
+ * of gl_Iss_Script and the last byte of gl_CardHolderCert keep what they hold. Resets the
+ * transaction's working data and the action codes and sets gl_Tm_RefCurConv to 0.
  */
 QUORRIN_API int32_t emvClrIccAndTermData(void);
 
 /**
- * Empties the card's elements and the transaction's, keeping the terminal's configuration.
- * @return 0.
+ * Starts a transaction on the same configuration. Empties every element of the card by its longest
+ * length (the last byte of gl_CardHolderCert stays), and of the terminal 71, 72, 81, 86, 89, 8A,
+ * 91, 95, 98, 99, 9A, 9B, 9F02, 9F03, 9F04, 9F06, 9F18, 9F1D, 9F21, 9F22, 9F34, 9F37, 9F3A and 9F41
+ * with their whole storage (all 512 bytes of gl_Iss_Script). Resets the transaction's working data.
+ * Keeps the terminal's other elements, the action codes with all that goes with them and
+ * gl_Tm_RefCurConv.
  */
 QUORRIN_API int32_t emvInitAppData(void);
 
-/** Empties the terminal's application configuration and its action codes. Returns 0. */
+/**
+ * Empties the terminal's application configuration: 9F06, 9F09, 9F16, 9F39, 9F1B, 9F1C, 9C, 9F4E,
+ * 9F7A, 9F53 and 5F57, and resets the action codes with all that goes with them. Keeps everything
+ * else, the transaction's working data included.
+ */
 QUORRIN_API int32_t emvInitTmAppData(void);
 
-/** Empties the terminal's own configuration (acquirer, country, currencies). Returns 0. */
+/**
+ * Empties the terminal's own configuration: 9F01, 9F15, 9F1A, 5F2A, 5F36, 9F3C and 9F3D (acquirer,
+ * merchant category, country, currencies), and sets gl_Tm_RefCurConv to 0. Keeps everything else.
+ */
 QUORRIN_API int32_t emvInitTmEMVData(void);
 
 /* ============================== Typed accessors ==============================
@@ -1322,8 +1354,8 @@ QUORRIN_API void emvSetGACCdolTwo(const uint8_t* data, uint16_t length);
 /**
  * Reads the tag at the start of a buffer.
  * @param tagLen  receives the number of tag bytes.
- * @return 0 primitive, 1 constructed; -30 bad tag (also one with a later byte 00 or 80); -31
- *         nothing available.
+ * @return 0 primitive, 1 constructed; -30 bad tag (also one with a later byte 00 or 80);
+ *         -31 nothing available.
  */
 QUORRIN_API int8_t tlvGetTag(const uint8_t* buffer, uint16_t available, uint8_t* tagLen);
 
@@ -1336,8 +1368,8 @@ QUORRIN_API int8_t tlvGetLength(const uint8_t* buffer, uint16_t available,
 
 /**
  * Reads the length field at the start of a buffer and its value, kept in 16 bits.
- * @return 0; -29 more than is left, with the value still reported; -30 bad length field; -31
- *         nothing available.
+ * @return 0; -29 more than is left, with the value still reported; -30 bad length field;
+ *         -31 nothing available.
  */
 QUORRIN_API int8_t tlvGetLengthValue(const uint8_t* buffer, uint16_t available,
                                      uint8_t* lengthFieldSize, uint16_t* valueLen);
@@ -1353,8 +1385,8 @@ QUORRIN_API int8_t tlvGetTLV(const uint8_t* buffer, uint16_t available, uint8_t*
  * Finds a tag anywhere in a TLV string of at most 256 bytes, inside templates too.
  * @param out     receives the first value; 256 bytes hold any.
  * @param outLen  receives its length.
- * @return 0 found; 1 not found; -30 found twice (never for 9F18); -31 malformed, or above 256
- *         bytes.
+ * @return 0 found; 1 not found; -30 found twice (never for 9F18: the search ends at its first one);
+ *         -31 malformed, or above 256 bytes.
  */
 QUORRIN_API int8_t tlvGetTLVDataInString(const uint8_t* string, uint16_t length, const uint8_t* tag,
                                          uint8_t tagLen, uint8_t* out, uint16_t* outLen);
@@ -1384,8 +1416,8 @@ QUORRIN_API int8_t ucAppendTLV(uint8_t* out, uint32_t* position, const uint8_t* 
  * Builds the data of a CDOL or DDOL from the store.
  * @param out     sized by the caller: the sum of the listed lengths.
  * @param outLen  receives the number of bytes built, also on an error.
- * @return 0; -29 a tag of more than 2 bytes, or no output buffer; -30 bad tag; -31 bad length
- *         field.
+ * @return 0; -29 the store refused (a tag of more than 2 bytes, an unknown format code), or no
+ *         output buffer; -30 bad tag; -31 bad length field.
  */
 QUORRIN_API int32_t dolPaddingDOL(uint8_t* out, uint16_t* outLen, const uint8_t* dol,
                                   uint16_t dolLen);

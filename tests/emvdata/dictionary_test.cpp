@@ -245,6 +245,15 @@ TEST(TagComparison, OrdersLikeUnsignedBytes) {
     }
 }
 
+TEST(TagComparison, ANullPointerComesBeforeAnyBytes) {
+    const ExactBytes bytes(hex("00"));
+    EXPECT_EQ(StrCmp(nullptr, bytes.data(), 1), 2);
+    EXPECT_EQ(StrCmp(bytes.data(), nullptr, 1), 1);
+    EXPECT_EQ(StrCmp(nullptr, nullptr, 1), 0);
+    EXPECT_EQ(StrCmp(nullptr, bytes.data(), 0), 0);
+    EXPECT_EQ(StrCmp(bytes.data(), nullptr, 256), 0);
+}
+
 TEST(TagComparison, DeliberatelyCountsItsLengthInEightBits) {
     const ExactBytes lhs(hex("01"));
     const ExactBytes rhs(hex("02"));

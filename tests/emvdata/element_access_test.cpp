@@ -1,8 +1,5 @@
 // Storing and reading single elements by tag.
 
-#include <tuple>
-#include <vector>
-
 #include "tests/emvdata/store_test.hpp"
 
 namespace quorrin::test {
@@ -75,13 +72,16 @@ TEST_F(Store, RefusesAnUnknownFormat) {
 
 TEST_F(Store, ARefusedValueChangesNothing) {
     ASSERT_EQ(store("5F2D", "7A68656E"), 0);
-    const std::vector<std::tuple<const char*, const char*, const char*>> refused = {
-        {"5F2D", "7A", ""},         {"5F2D", "7A68656E667264657A", ""},
-        {"5F2D", "", ""},           {"5F2D", "656E", "70"},
-        {"5F2D", "656E", "9F8101"}, {"5F2D", "656E", "6F"},  // dropped
+    const struct {
+        const char* value;
+        const char* parent;
+        int result;
+    } refused[] = {
+        {"7A", "", -22},     {"7A68656E667264657A", "", -22}, {"", "", -28},
+        {"656E", "70", -27}, {"656E", "9F8101", -29},         {"656E", "6F", 0},  // dropped
     };
-    for (const auto& [tag, value, parent] : refused) {
-        store(tag, value, parent);
+    for (const auto& c : refused) {
+        EXPECT_EQ(store("5F2D", c.value, c.parent), c.result) << c.value << " in " << c.parent;
         EXPECT_EQ(held(gl_LangPref, 8), "7A68656E00000000");
         EXPECT_EQ(length_of("5F2D"), 4);
         EXPECT_EQ(state_of("5F2D"), 1);

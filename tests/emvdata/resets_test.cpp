@@ -220,6 +220,16 @@ TEST_F(Resets, AFullResetDeliberatelyKeepsTheSecondHalfOfTheScriptStorage) {
     EXPECT_EQ(held(gl_Iss_Script, 512), to_hex(filled(512, pattern)));
 }
 
+TEST_F(Resets, DeliberatelyKeepTheSmKeyRecordButNotItsFlag) {
+    for (const auto& reset : {emvClrIccAndTermData, emvInitAppData}) {
+        std::fill_n(gl_tIccPk_GM, 512, pattern);
+        gl_FlgIccPk_GM = 1;
+        reset();
+        EXPECT_EQ(held(gl_tIccPk_GM, 512), to_hex(filled(512, pattern)));
+        EXPECT_EQ(gl_FlgIccPk_GM, 0);
+    }
+}
+
 TEST_F(Resets, TheElectronicCashRowsOfRepeatedTagsAreClearedToo) {
     std::fill_n(gl_IC_ECAIP, 2, pattern);
     std::fill_n(gl_IC_ECLOATC, 2, pattern);

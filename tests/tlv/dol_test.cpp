@@ -120,6 +120,32 @@ TEST_F(Dol, DeliberatelySkipsNoPadding) {
     EXPECT_EQ(cdol("FF 9A03"), (Built{-31, 0, ""}));
 }
 
+// Such a tag counts as length 0: its first byte is then the length field, and what is left of it are
+// entries of their own, 84 or 63 times 81 with 129 bytes and one with 1.
+TEST_F(Dol, TagsOf256BytesDeliberatelyCountAsNone) {
+    ASSERT_EQ(store("81", "11223344"), 0);
+    const auto list = [](std::uint8_t first) {
+        return join(hex("9A03"), filled(1, first), filled(254, 0x81), filled(1, 0x01));
+    };
+    const auto answer = [](std::size_t zeros, int amounts) {
+        std::string data = "250102" + std::string(2 * zeros, '0');
+        for (int i = 0; i < amounts; ++i) {
+            data += "11223344" + std::string(2 * (129 - 4), '0');
+        }
+        return data + "11";
+    };
+    for (const Builder builder : {dolPaddingDOL, dolPaddingPdol}) {
+        // 9F: a length field of 32 bytes, and no tag to ask the store for.
+        EXPECT_EQ(build(builder, list(0x9F), 3), (Built{-29, 3, "250102"}));
+        // BF: 64 bytes, the last two giving the length 8181.
+        EXPECT_EQ(build(builder, list(0xBF), 3 + 0x8181 + 63 * 129 + 1),
+                  (Built{0, 3 + 0x8181 + 63 * 129 + 1, answer(0x8181, 63)}));
+        // 3F: the length 63 itself.
+        EXPECT_EQ(build(builder, list(0x3F), 3 + 63 + 84 * 129 + 1),
+                  (Built{0, 3 + 63 + 84 * 129 + 1, answer(63, 84)}));
+    }
+}
+
 TEST_F(Dol, BuildsTheLongestEntries) {
     const Built answer = build(dolPaddingDOL, hex("9A82FFFF"), 0xFFFF);
     EXPECT_EQ(answer.result, 0);

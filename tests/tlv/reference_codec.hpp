@@ -242,7 +242,8 @@ inline ReferenceBuilt reference_dol(View list, bool for_pdol) {
             if (stored.result == 2 || (stored.result == 1 && !for_pdol)) {
                 entry = hex(stored.bytes);
             }
-            if (name == "9F22" && !for_pdol && state_of("9F22") == 0 && state_of("8F") == 1) {
+            if (name == "9F22" && !for_pdol && state_of("9F22") == 0 && state_of("8F") == 1 &&
+                length_of("8F") != 0) {
                 entry[0] = hex(read("8F", 1).bytes)[0];
             }
         }
