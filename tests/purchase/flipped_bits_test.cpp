@@ -2,8 +2,8 @@
 // else changes.
 
 #include <span>
+#include <stdexcept>
 
-#include "quorrin/quorrin.h"
 #include "tests/purchase/purchase_test.hpp"
 
 namespace quorrin::test {

@@ -85,7 +85,7 @@ issuer::Decision approval_with(ScriptPhase phase,
 // The bytes with one bit of them changed, counted from the first byte's most significant one.
 Bytes with_flipped_bit(Bytes bytes, std::size_t bit);
 
-// 9000 and 63C2 of an answer without data.
+// The status word of a command carried out.
 inline const Bytes done{0x90, 0x00};
 
 struct CardName {

@@ -62,6 +62,17 @@ TEST_P(CardThatSpeaksT0, MakesTheSamePurchase) {
     }
 }
 
+TEST_P(CardThatSpeaksT0, GivesNoAnswerWhereGetResponseFails) {
+    constexpr std::int64_t file_not_found = -27266;  // 6A82
+    const std::string slot = GetParam().slot;
+    const std::string fault = "[[fault]]\nslot = \"" + slot +
+                              "\"\ncommand = \"00 C0 xx xx\"\nalways = true\nstatus = \"6A 82\"\n";
+    insert(GetParam(), "[" + slot + ".t0]\n" + fault);
+    EXPECT_EQ(failure_of([&] { request_authorisation(); }), file_not_found);
+    insert(GetParam(), fault);
+    EXPECT_EQ(failure_of([&] { request_authorisation(); }), 0) << "whole answers need none";
+}
+
 INSTANTIATE_TEST_SUITE_P(Cards, CardThatSpeaksT0, testing::ValuesIn(shipped_cards()), CardName());
 
 // ---- a card pulled out ----

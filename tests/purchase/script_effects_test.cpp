@@ -1,7 +1,9 @@
 // After an issuer script the card is as the script asked for, whenever the terminal runs it and
 // whichever class of command it uses.
 
-#include "quorrin/quorrin.h"
+#include <algorithm>
+#include <map>
+
 #include "tests/purchase/purchase_test.hpp"
 
 namespace quorrin::test {
@@ -9,7 +11,7 @@ namespace {
 
 using issuer::CommandClass;
 
-const Bytes blocked_method{0x69, 0x83};
+const Bytes pin_blocked{0x69, 0x83};
 
 // ---- PUT DATA and UPDATE RECORD, which are in use under two classes ----
 
@@ -106,7 +108,7 @@ class PinScript : public CardScript {
         for (unsigned left = card.pin_tries; left > 0; --left) {
             EXPECT_EQ(verify(wrong_pin), (Bytes{0x63, static_cast<std::uint8_t>(0xBF + left)}));
         }
-        EXPECT_EQ(verify(card.pin), blocked_method);
+        EXPECT_EQ(verify(card.pin), pin_blocked);
         EXPECT_EQ(pin_tries(), 0U);
     }
 
@@ -136,7 +138,10 @@ TEST_P(PinScript, ChangesThePinWhereTheBankKnowsTheCurrentOne) {
 }
 
 TEST_P(PinScript, KeepsThePinWhereTheBankIsWrongAboutTheCurrentOne) {
+    request_authorisation();
+    EXPECT_EQ(verify(wrong_pin).at(0), 0x63);
     run_script(phase(), {issuer::pin_change("1357", wrong_pin)});
+    EXPECT_EQ(pin_tries(), card.pin_tries - 1) << "the failed change gives no try back";
     EXPECT_EQ(verify("1357").at(0), 0x63);
     EXPECT_EQ(verify(card.pin), done);
 }
