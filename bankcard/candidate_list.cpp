@@ -23,6 +23,8 @@ void append_aid(std::span<const std::uint8_t> aid) {
     if (aid.size() > max_aid_size || text_start + text_length > std::size(gucAidList)) {
         return;
     }
+    // Deliberate: the first AID replaces the start of the text, yet its length is added to what the
+    // counter holds: a host that sets gucAidNum back alone gets a longer list, not a cleared one.
     std::size_t added = text_length;
     if (!first) {
         gucAidList[gucAidListLen] = separator;

@@ -16,9 +16,12 @@ bool step_succeeded(std::int64_t result) {
     return result == CARD_STATUS && CARD_SW1 == 0x90 && CARD_SW2 == 0x00;
 }
 
-std::int64_t card_step(std::int64_t handle, const CardCommand& command, CardAnswer& answer) {
-    const std::int64_t result = send_to_card(handle, command, answer);
+std::int64_t step_code(std::int64_t result) {
     return step_succeeded(result) ? code::success : TransRetCodeNoMsg(result);
+}
+
+std::int64_t card_step(std::int64_t handle, const CardCommand& command, CardAnswer& answer) {
+    return step_code(send_to_card(handle, command, answer));
 }
 
 }  // namespace quorrin

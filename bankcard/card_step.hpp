@@ -37,7 +37,11 @@ std::int64_t send_to_card(std::int64_t handle, const CardCommand& command, CardA
 // card answered 90 00.
 bool step_succeeded(std::int64_t result);
 
-// Sends a command and judges it: 0, or the code of the status word or of the transport failure.
+// The code of the last exchange, by its result: 0, or what its status word or the transport failure
+// stands for.
+std::int64_t step_code(std::int64_t result);
+
+// Sends a command and judges it: its step_code.
 std::int64_t card_step(std::int64_t handle, const CardCommand& command, CardAnswer& answer);
 
 }  // namespace quorrin

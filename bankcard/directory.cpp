@@ -16,7 +16,9 @@ constexpr std::uint8_t proprietary_template = 0xA5;
 constexpr std::uint8_t record_template = 0x70;
 constexpr std::uint8_t directory_entry = 0x61;
 
-// What is wrong with a directory FCI. The codes are positive.
+// What is wrong with a directory FCI.
+// Deliberate: the codes are positive, apart from those of the card and the reader: hosts that get
+// one know that their own FCI is at fault, and have to test for other than 0.
 constexpr std::int64_t fci_malformed = 216;
 constexpr std::int64_t no_fci_template = 212;
 constexpr std::int64_t no_df_name = 213;

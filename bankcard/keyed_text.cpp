@@ -2,11 +2,20 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <span>
 #include <string_view>
 
+// Hosts read the rows of the exported tables byte by byte.
 static_assert(sizeof(QuorrinKeyRow) == 7);
+static_assert(offsetof(QuorrinKeyRow, key) == 0);
+static_assert(offsetof(QuorrinKeyRow, tag) == 1);
+static_assert(offsetof(QuorrinKeyRow, tagLen) == 4);
+static_assert(offsetof(QuorrinKeyRow, hexFlag) == 5);
+static_assert(offsetof(QuorrinKeyRow, getDataFlag) == 6);
+static_assert(sizeof TagMapPDolTerData == 49);
+static_assert(sizeof TagMapgetIccInfo == 84);
 
 // clang-format off
 const QuorrinKeyRow TagMapPDolTerData[7] = {
@@ -40,8 +49,8 @@ namespace {
 
 constexpr std::int32_t unknown_key = -31;
 constexpr std::size_t length_digits = item_header - 1;
-constexpr std::size_t max_value =
-    256;  // the length of a value counts in 8 bits, one digit may be added
+// The length of a value counts in 8 bits; one digit may be added.
+constexpr std::size_t max_value = 256;
 
 // The rows of a table that the walk may look at. A host's table ends with a row whose key is a
 // space; its index is one byte.

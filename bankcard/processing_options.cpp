@@ -26,8 +26,9 @@ class CommandTemplate {
     bool build(Bytes pdol) {
         const dol::Built built = dol::build_pdol(pdol, std::span(bytes_).subspan<header_size>());
         bytes_[0] = tag;
-        // Deliberate: the length is one byte whatever the size; no card asks for more than that can
-        // say.
+        // Deliberate: the length is one byte whatever the size, and so is Lc, which counts this
+        // header too and wraps from 254 bytes of data on: the card is sent as much as Lc counts,
+        // while gl_LenGPOPdolData tells the host how much was built.
         bytes_[1] = static_cast<std::uint8_t>(built.length);
         size_ = header_size + built.length;
         return built.result == dol::done;
@@ -69,6 +70,9 @@ std::int32_t store_format_1(Bytes response) {
         return options_code::too_short;
     }
     const Bytes value = cursor.value(object);
+    // Deliberate: both setters replace the bytes and then report that the element was there: after
+    // a second answer in format 1 hosts find the new AIP beside the code, and on aip_present the
+    // older AFL.
     if (emvSetAIP(value.data()) != 0) {
         return options_code::aip_present;
     }

@@ -43,8 +43,10 @@ class FileLocator {
     std::size_t count_;
 };
 
-// Reads the records of one entry. A record that the card refuses ends the entry without an error;
-// one that does not parse is an error.
+// Reads the records of one entry.
+// Deliberate: a record that the card refuses, or that is lost on the way, ends the entry without an
+// error: hosts go on with what the card gave, and see what is missing by the elements' absence. A
+// record that does not parse is an error.
 std::int64_t read_records(std::int64_t handle, const FileRange& range) {
     CardAnswer answer;
     for (unsigned number = range.first; number <= range.last; ++number) {

@@ -35,6 +35,9 @@ AidText aid_of_host(const char* aid_hex) {
 }
 
 // Leaves the first item of a candidate list.
+// Deliberate: an empty item counts. SELECT then goes out with Lc 00, and the host gets the
+// application that the card selects by default (ISO 7816-4), or its refusal, and no other of the
+// list.
 void cut_to_first_aid(AidText& candidates) {
     *std::find(candidates.begin(), candidates.end() - 1, '|') = '\0';
 }
@@ -114,7 +117,7 @@ std::int64_t emvSelectAid(std::int64_t handle, const char* aidHex) {
         if (!step_succeeded(result)) {
             // Deliberate: after a transport failure within the directory this is 0, with no
             // application selected: hosts go on with what the card has selected.
-            return TransRetCodeNoMsg(result);
+            return step_code(result);
         }
         cut_to_first_aid(aid);
     }

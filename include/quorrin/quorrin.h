@@ -1525,9 +1525,11 @@ QUORRIN_API extern uint8_t gucAidNum;
  * FCI (EMV book 1, 12.4).
  *
  * Without an AID the first application of the card's directory is taken (see selectByPse); the
- * others are not tried when it is refused. A directory that ends with a transport failure leaves
+ * others are not tried when it is refused. When the directory is empty, or its first entry has no
+ * AID, SELECT is sent with an empty name. A directory that ends with a transport failure leaves
  * result 0 and no application selected: look at CARD_STATUS.
  *
+ * @param handle  open reader; the card is the one in slot EG_nUserCardType.
  * @param aidHex  AID as hex text with terminator, at most 255 characters; a longer text stops the
  *                process. An odd last digit is ignored. Null or empty: by the directory.
  * @return 0; -107 when the FCI is malformed or holds an element that the store refuses; -40000 when
@@ -1539,7 +1541,9 @@ QUORRIN_API int64_t emvSelectAid(int64_t handle, const char* aidHex);
 /**
  * Selects the payment system environment "1PAY.SYS.DDF01" and reads its directory into gucAidList
  * (EMV book 1, 12.3.2). The list is cleared once the card has accepted the selection. The first
- * record that the card refuses ends the directory; the status word is 90 00 then.
+ * record that the card refuses ends the directory; the status word is 90 00 then. So does a record
+ * that is lost on the way; CARD_STATUS keeps the reader's result then.
+ * @param handle   open reader; the card is the one in slot EG_nUserCardType.
  * @param listOut  receives a copy of gucAidList, up to 200 characters without terminator: zero it
  *                 first.
  * @return 0; -106 when the answer does not hold DF name (84) and SFI (88) once each; -14 for a null
@@ -1549,7 +1553,8 @@ QUORRIN_API int64_t selectByPse(int64_t handle, char* listOut);
 
 /**
  * Appends the applications of one directory record (EMV book 1, 12.2.3) to gucAidList.
- * @return 0, or -107 when the record is malformed; applications before the fault stay.
+ * @return 0, also for length 0; -107 when the record is malformed or null; applications before the
+ *         fault stay.
  */
 QUORRIN_API int64_t emvProcessSFIofDDF(const uint8_t* record, uint16_t length);
 
@@ -1557,13 +1562,13 @@ QUORRIN_API int64_t emvProcessSFIofDDF(const uint8_t* record, uint16_t length);
  * Appends the applications that a quick PBOC card names in its directory FCI (entries 61 in BF0C)
  * to gucAidList, without clearing it. Nothing is sent to the card.
  * @param fci  the FCI as bytes, from its 6F on.
- * @return 0, or a positive code: 216 malformed; 212 no FCI template (6F); 213 no DF name (84) at
- *         its start; 214 no proprietary template (A5), or no or empty issuer discretionary data
- *         (BF0C).
+ * @return 0, or a positive code: 216 malformed or null; 212 no FCI template (6F), or length 0; 213
+ *         no DF name (84) at its start; 214 no proprietary template (A5), or no or empty issuer
+ *         discretionary data (BF0C).
  */
 QUORRIN_API int64_t qPBOCProcessDDF(const uint8_t* fci, uint16_t length);
 
-/* =========================== Processing options and record reading =========================== */
+/* ==================== Processing options and record reading ==================== */
 
 /*
  * Keyed value text: items of a key letter, three decimal digits that count the characters of the
@@ -1593,28 +1598,34 @@ typedef struct QuorrinKeyRow {
  */
 QUORRIN_API extern const QuorrinKeyRow TagMapPDolTerData[7];
 
-/** The first three characters of a text as a decimal number; 0 when they are not all digits. */
+/**
+ * The first three characters of a text as a decimal number; 0 when they are not all digits, and for
+ * a null text.
+ */
 QUORRIN_API int32_t strToInt(const char* text);
 
 /**
  * Looks a key letter up.
  * @param row    receives the index of its row.
  * @param table  one of the library's tables, or a host's own of at most 256 rows.
- * @return 0 found, 1 not found.
+ * @return 0 found; 1 not found, or row or table is null: row is left alone.
  */
 QUORRIN_API int32_t getTagMapSub(uint8_t key, uint8_t* row, const QuorrinKeyRow* table);
 
 /**
  * Stores the value of one item of keyed value text. An odd number of hex digits gets a leading
  * zero; a length of 0, or one that is not all digits, stores nothing. Lengths above 255 count
- * modulo 256.
- * @return 0, -31 for an unknown key, else the code of emvSetDataElement.
+ * modulo 256. Where the text ends before the length is reached, the missing hex digits count as
+ * digits 0 and the missing characters of a raw value as bytes 00.
+ * @return 0; -31 for an unknown key, an empty item or a null pointer; else the code of
+ *         emvSetDataElement.
  */
 QUORRIN_API int32_t parsBankTagList(const char* item, const QuorrinKeyRow* table);
 
 /**
  * Stores the items of a keyed value text up to the first one that fails.
- * @return 0, or 1 when an item failed.
+ * @return 0, also for an empty or null text; 1 when an item failed, as every one does without a
+ *         table.
  */
 QUORRIN_API int32_t setTermPDolData(const char* text, const QuorrinKeyRow* table);
 
@@ -1624,25 +1635,36 @@ QUORRIN_API void setTermDataBeforeGPO(void);
 /**
  * Sends GET PROCESSING OPTIONS (EMV book 3, 6.5.8) with the data that the card's PDOL asks for, and
  * stores AIP and AFL.
- * @param text   terminal data as keyed value text, or null. A bad item ends it without an error.
- * @param table  key table of the text.
+ * @param handle  open reader; the card is the one in slot EG_nUserCardType.
+ * @param text    terminal data as keyed value text, or null. A bad item ends it without an error.
+ * @param table   key table of the text.
  * @return 0, or -107 when the PDOL data cannot be built or emvExtractAipAfl does not take the
- *         answer. A card's refusal is -107 too; its status word is in CARD_SW1 and CARD_SW2.
+ *         answer, which leaves stored what it says there. A card's refusal is -107 too; its status
+ *         word is in CARD_SW1 and CARD_SW2. From 254 bytes of PDOL data on, the lengths in the
+ *         command wrap and the card gets a part of the data.
  */
 QUORRIN_API int64_t emvGPO(int64_t handle, const char* text, const QuorrinKeyRow* table);
 
 /**
  * Stores AIP and AFL from an answer to GET PROCESSING OPTIONS, format 1 (80) or format 2 (77). A
- * format 2 answer may lack them.
+ * format 2 answer may lack them. Padding (00, FF) before the answer is skipped.
+ *
+ * In format 1 an older value does not keep its bytes: with -30 the AIP is the new one and the AFL
+ * the older one; with -29 the AIP is the new one, and so are the AFL's first bytes, as many as have
+ * come, while its length stays the older one's.
+ *
  * @return 0; -27 another template; -28 a format 2 answer that is malformed or holds an element that
- *         the store refuses; -29 format 1, an AFL was present before; -30 format 1, an AIP was
- *         present before; -31 empty, mostly padding, or format 1 too short or malformed.
+ *         the store refuses, the elements before it being stored; -29 format 1, an AFL was present
+ *         before; -30 format 1, an AIP was present before; -31 empty or null, at least as many
+ *         padding bytes as bytes after them, or format 1 malformed, shorter than 6 bytes in all or
+ *         than 2 in its value.
  */
 QUORRIN_API int32_t emvExtractAipAfl(const uint8_t* response, uint16_t length);
 
 /**
  * Reads every record that the stored AFL names (EMV book 3, 10.2) into the store. A record that the
- * card refuses ends its AFL entry, nothing more.
+ * card refuses, or that is lost on the way, ends its AFL entry, nothing more.
+ * @param handle  open reader; the card is the one in slot EG_nUserCardType.
  * @return 0, or -107 when a record is malformed or holds an element that the store refuses.
  */
 QUORRIN_API int64_t emvReadICCard(int64_t handle);
@@ -1650,7 +1672,8 @@ QUORRIN_API int64_t emvReadICCard(int64_t handle);
 /* ============================== Card holder information ============================== */
 
 /**
- * Keys of card holder data, without an end row. Those marked * are fetched with GET DATA.
+ * Keys of card holder data, without an end row. Those marked * are fetched with GET DATA from the
+ * card in ReaderHandle, whatever handle the operation was given.
  *     A   5A    PAN                              hex digits
  *     B   5F20  card holder name                 raw
  *     C   9F62  card holder ID type              hex digits
@@ -1669,26 +1692,30 @@ QUORRIN_API extern const QuorrinKeyRow TagMapgetIccInfo[12];
 /**
  * Reads card holder data in one call: selects the application, gets its processing options without
  * terminal data, reads its records and packs what the host asks for.
+ * @param handle     open reader; the card is the one in slot EG_nUserCardType. Keys E, F and G are
+ *                   fetched from the card in ReaderHandle instead.
  * @param aidHex     as for emvSelectAid.
  * @param keys, out  as for packUserInfo.
- * @return 0; -14 for null keys or out; else the failure of emvSelectAid, emvGPO or emvReadICCard.
+ * @return 0; -14 for null keys or out, with nothing sent; else the failure of emvSelectAid, emvGPO
+ *         or emvReadICCard.
  */
 QUORRIN_API int64_t getIccInfo(int64_t handle, const char* aidHex, const char* keys, char* out);
 
 /**
  * Packs stored elements as keyed value text, in the order of the key letters. Unknown letters and
- * absent elements are left out, as is an item that does not fit.
+ * absent elements are left out, as is an item that does not fit. Keys E, F and G are first fetched
+ * from the card in ReaderHandle with emvGetDataCmd; when that fails, a value stored before counts.
  * @param keys  letters of TagMapgetIccInfo, with terminator.
  * @param out   up to 2048 characters, without terminator: zero it first.
- * @return 0.
+ * @return 0; nothing is fetched or written when keys or out is null.
  */
 QUORRIN_API int32_t packUserInfo(const char* keys, char* out);
 
 /**
- * Fetches one element with GET DATA (EMV book 3, 6.5.7) into the store, from the card in
- * ReaderHandle.
- * @return 0; -107 for a tag length other than 1 or 2, or an answer that is malformed or that the
- *         store refuses; else a code of TransRetCodeNoMsg.
+ * Fetches one element with GET DATA (EMV book 3, 6.5.7) into the store, from the card in slot
+ * EG_nUserCardType of ReaderHandle.
+ * @return 0; -107 for a null tag, a tag length other than 1 or 2, or an answer that is malformed or
+ *         that the store refuses; else a code of TransRetCodeNoMsg.
  */
 QUORRIN_API int32_t emvGetDataCmd(const uint8_t* tag, uint8_t tagLen);
 
@@ -1803,10 +1830,12 @@ QUORRIN_API int64_t PackTrsData(const uint8_t* format, uint32_t formatLen, const
  * Reads card number and card holder name all by itself: opens the reader, finds and powers the
  * card, selects the first application of its directory, reads the records, powers the card down and
  * closes the reader.
- * @param cardKind  0 contact, 1 contactless, 2 contactless first, then contact.
+ * @param cardKind  0 contact, 1 contactless, 2 contactless first, then contact (see FindUserCard:
+ *                  the contact card is tried after -2 and -4 alone, and after another failure the
+ *                  commands go to the contactless slot).
  * @param port      kept in EG_port.
- * @param pan       at least 21 bytes, zeroed by the caller; receives the PAN as hex text, up to 20
- *                  characters.
+ * @param pan       at least 21 bytes, zeroed by the caller; receives the PAN as hex text, up to
+ *                  20 characters; left alone when there is none.
  * @param panLen    receives the number of digits of a PAN that ends with an "F" pad, which becomes
  *                  the terminator. It is left alone otherwise: preset it.
  * @param name      receives the name's bytes, up to 252, without terminator; left alone when there
@@ -1823,7 +1852,9 @@ QUORRIN_API int32_t ICRT_GetICPanName(int32_t cardKind, int32_t port, char* pan,
  * The same on a card that is powered already. Lines "getIcAPNName N" on standard output tell how
  * far it came: N is 1596 at the selection (1601 it failed), 1605 at the processing options (1609
  * they failed).
- * @return 0; -14 for a null pointer; else the failure of emvSelectAid, emvGPO or emvReadICCard.
+ * @param handle  open reader; the card is the one in slot EG_nUserCardType.
+ * @return 0; -14 for a null pointer, with nothing sent; else the failure of emvSelectAid, emvGPO or
+ *         emvReadICCard.
  */
 QUORRIN_API int64_t getIcAPNName(int64_t handle, char* pan, int32_t* panLen, uint8_t* name,
                                  uint8_t* nameLen);

@@ -57,9 +57,51 @@ inline std::map<std::string, std::string> present_elements() {
     return present;
 }
 
-inline std::string candidates() {
-    return {gucAidList, gucAidListLen};
+// The whole candidate list as the host sees it: all 200 characters, length and count.
+struct CandidateList {
+    Bytes characters;
+    unsigned length;
+    unsigned count;
+
+    bool operator==(const CandidateList&) const = default;
+};
+
+inline void PrintTo(const CandidateList& list, std::ostream* out) {
+    *out << list.count << " AIDs in " << list.length << " of "
+         << testing::PrintToString(std::string(list.characters.begin(), list.characters.end()));
 }
+
+inline CandidateList candidates() {
+    return {{std::begin(gucAidList), std::end(gucAidList)}, gucAidListLen, gucAidNum};
+}
+
+// A list with this text, zeros behind it and its length.
+inline CandidateList candidates(std::string_view text, unsigned count) {
+    CandidateList list{Bytes(sizeof gucAidList), static_cast<unsigned>(text.size()), count};
+    std::copy_n(text.begin(), std::min(text.size(), sizeof gucAidList), list.characters.begin());
+    return list;
+}
+
+inline void set_candidates(const CandidateList& list) {
+    std::copy(list.characters.begin(), list.characters.end(), std::begin(gucAidList));
+    gucAidListLen = static_cast<std::uint8_t>(list.length);
+    gucAidNum = static_cast<std::uint8_t>(list.count);
+}
+
+// Bytes in a heap buffer of their exact size: the address sanitizer sees a read beyond them, which
+// a vector with room to spare would hide.
+class ExactInput {
+  public:
+    explicit ExactInput(const Bytes& bytes) : buffer_(bytes.size()) {
+        std::copy(bytes.begin(), bytes.end(), buffer_.data());
+    }
+
+    const std::uint8_t* data() { return buffer_.data(); }
+    std::uint16_t length() const { return static_cast<std::uint16_t>(buffer_.size()); }
+
+  private:
+    GuardedBuffer buffer_;
+};
 
 // A test name from what a case says about itself.
 inline std::string test_name(std::string text) {
@@ -78,9 +120,7 @@ class BankCardTest : public LibraryTest {
 
     BankCardTest() {
         emvClrIccAndTermData();
-        std::memset(gucAidList, 0, sizeof gucAidList);
-        gucAidListLen = 0;
-        gucAidNum = 0;
+        set_candidates(candidates("", 0));
     }
 
     // Puts a card in; the reader's trace starts anew.
@@ -102,6 +142,12 @@ struct Refusal {
     const char* name;
     Answer answer;
     std::int64_t code;
+
+    // The status word that the host finds, 0 when none came.
+    unsigned status_word() const {
+        const Bytes& bytes = answer.bytes;
+        return bytes.empty() ? 0u : bytes.end()[-2] << 8 | bytes.end()[-1];
+    }
 };
 
 inline const std::vector<Refusal>& refusals() {
@@ -110,6 +156,7 @@ inline const std::vector<Refusal>& refusals() {
         {"warning, counter", answer("63C1"), -25537},
         {"no change of state", answer("6400"), -40000},
         {"memory failure", answer("6581"), -26881},
+        {"security issue", answer("6600"), -40000},
         {"wrong length", answer("6700"), -26368},
         {"secure messaging not supported", answer("6882"), -27010},
         {"security status not satisfied", answer("6982"), -27010},
@@ -123,7 +170,12 @@ inline const std::vector<Refusal>& refusals() {
         {"class not supported", answer("6E00"), -23},
         {"no precise diagnosis", answer("6F00"), -23},
         {"application permanently blocked", answer("9303"), -37635},
+        {"balance insufficient", answer("9401"), -27013},
+        {"key index not supported", answer("9403"), -37891},
         {"not quite success", answer("9001"), -40000},
+        // Not fetched: only a bare 61xx or 6Cxx is. The data, well formed, must not be taken.
+        {"data and more waiting", answer("5F3401096110"), -40000},
+        {"data and another length wanted", answer("5F3401096C04"), -40000},
         {"no status word", failure(0), -1},
         {"a single byte", failure(1), -40000},
         {"no card", failure(-2), -2},

@@ -1,6 +1,6 @@
 // Card holder information as keyed value text, and GET DATA.
 
-#include "tests/bankcard/bank_card_test.hpp"
+#include "tests/bankcard/pse_cards.hpp"
 
 namespace quorrin::test {
 namespace {
@@ -46,6 +46,7 @@ TEST_F(GetData, ReportsEveryRefusal) {
     for (const Refusal& refusal : refusals()) {
         insert("").at_step(0, refusal.answer);
         EXPECT_EQ(get("9F79"), refusal.code) << refusal.name;
+        EXPECT_EQ(reader().calls, Commands{"Send 55 01: 80CA9F7900"}) << refusal.name;
         EXPECT_EQ(present_elements(), Elements{}) << refusal.name;
     }
 }
@@ -55,6 +56,7 @@ TEST_F(GetData, RefusesAnAnswerThatDoesNotParse) {
          {"9F79 07 000000012345", "9F", "9F79", "9F79[11*7]", "70[ 9F26[11*8] ]"}) {
         insert("80CA *\n    " + std::string(bad) + " 9000\n");
         EXPECT_EQ(get("9F79"), -107) << bad;
+        EXPECT_EQ(reader().calls, Commands{"Send 55 01: 80CA9F7900"}) << bad;
         EXPECT_EQ(present_elements(), Elements{}) << bad;
     }
 }
@@ -158,6 +160,7 @@ TEST_F(PackedInformation, AsksForTheStateAndNotForTheValue) {
 TEST_F(PackedInformation, FetchesTheElementEveryTime) {
     insert("80CA *\n    9F79[000000000200] 9000\n").once("80CA *\n    9F79[000000000100] 9000\n");
     EXPECT_TRUE(packs("EE", "E012000000000100E012000000000200"));
+    EXPECT_EQ(commands(), (Commands{"80CA9F7900", "80CA9F7900"}));
 }
 
 TEST_F(PackedInformation, TakesTheStoredValueWhenTheCardRefusesANewOne) {
@@ -166,6 +169,7 @@ TEST_F(PackedInformation, TakesTheStoredValueWhenTheCardRefusesANewOne) {
         store("9F79", hex("000000000700"));
         insert("").at_step(0, refusal.answer);
         EXPECT_TRUE(packs("E", "E012000000000700")) << refusal.name;
+        EXPECT_EQ(commands(), Commands{"80CA9F7900"}) << refusal.name;
     }
 }
 
@@ -222,11 +226,6 @@ TEST_F(PackedInformation, TakesNullPointersForNothing) {
     EXPECT_EQ(packUserInfo("A", nullptr), 0);
 }
 
-class CardHolderInformation : public BankCardTest {
-  protected:
-    CardHolderInformation() { ReaderHandle = handle; }
-};
-
 constexpr char small_card[] = R"(
 00A40400 [A000000333] 00
     6F[ 84[A000000333] A5[ 9F38[ 9F6604 9F0206 5A02 ] ] ] 9000
@@ -245,14 +244,25 @@ const Commands small_card_commands{"00A4040005A00000033300",
                                    "0000",
                                    "00B2010C00", "00B2020C00"};
 
+class CardHolderInformation : public BankCardTest {
+  protected:
+    CardHolderInformation() { ReaderHandle = handle; }
+
+    // The first commands of a read of the small card that ends with GET DATA for key E.
+    static Commands first_commands(std::size_t count) {
+        Commands commands = small_card_commands;
+        commands.push_back("80CA9F7900");
+        commands.resize(count);
+        return commands;
+    }
+};
+
 TEST_F(CardHolderInformation, RunsTheWholeChain) {
     insert(small_card);
     GuardedBuffer out(2048);
     EXPECT_EQ(getIccInfo(handle, "A000000333", "AEB", out.text()), 0);
     EXPECT_TRUE(out.holds_text("A0166222334455667788E012000000012345B011TEST/HOLDER"));
-    Commands expected = small_card_commands;
-    expected.push_back("80CA9F7900");
-    EXPECT_EQ(commands(), expected);
+    EXPECT_EQ(commands(), first_commands(5));
 }
 
 TEST_F(CardHolderInformation, DeliberatelyAsksTheOpenReaderForGetDataAlone) {
@@ -260,11 +270,12 @@ TEST_F(CardHolderInformation, DeliberatelyAsksTheOpenReaderForGetDataAlone) {
     insert(small_card);
     GuardedBuffer out(2048);
     EXPECT_EQ(getIccInfo(handle, "A000000333", "E", out.text()), 0);
-    ASSERT_EQ(reader().calls.size(), 5u);
-    for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(reader().calls[i], "Send 7 01: " + small_card_commands[i]);
+    Commands calls;
+    for (const std::string& command : small_card_commands) {
+        calls.push_back("Send 7 01: " + command);
     }
-    EXPECT_EQ(reader().calls[4], "Send 55 01: 80CA9F7900");
+    calls.push_back("Send 55 01: 80CA9F7900");
+    EXPECT_EQ(reader().calls, calls);
 }
 
 TEST_F(CardHolderInformation, WritesNothingForNoKeys) {
@@ -307,7 +318,47 @@ TEST_F(CardHolderInformation, EndsWithTheFirstStepThatFails) {
         GuardedBuffer out(2048);
         EXPECT_EQ(getIccInfo(handle, "A000000333", "AB", out.text()), c.result) << c.what;
         EXPECT_TRUE(out.untouched()) << c.what;
-        EXPECT_EQ(commands().size(), c.commands) << c.what;
+        EXPECT_EQ(commands(), first_commands(c.commands)) << c.what;
+    }
+}
+
+// A directory that is lost on the way ends with success, so that GET PROCESSING OPTIONS goes out
+// with an empty store and no application selected; the card's answer to it decides.
+TEST_F(CardHolderInformation, DeliberatelyGoesOnWithoutASelectionAfterALostDirectory) {
+    const std::string_view directory = R"(
+00B2010C00
+    70[ 61[ 4F[A000000333] ] ] 9000
+00B2 *
+    6A83
+)";
+    struct Case {
+        const char* what;
+        const char* rows;  // of the card after it
+        std::int64_t result;
+        const char* text;
+        Commands commands;  // after the directory
+    };
+    const Case cases[] = {
+        {"refused", "80A80000 *\n    6985", -107, "", {"80A8000002830000"}},
+        {"answered",
+         "80A80000 *\n    80[ 7C00 10010100 ] 9000\n"
+         "00B2011400\n    70[ 5A[6222334455667788] ] 9000",
+         0,
+         "A0166222334455667788",
+         {"80A8000002830000", "00B2011400"}},
+    };
+    for (const std::size_t lost : {1u, 2u}) {
+        for (const Case& c : cases) {
+            store("9F38", hex("9F0206"));
+            insert(card_with_directory(directory)).with(c.rows).at_step(lost, failure(-11));
+            GuardedBuffer out(2048);
+            EXPECT_EQ(getIccInfo(handle, nullptr, "A", out.text()), c.result) << c.what;
+            EXPECT_TRUE(out.holds_text(c.text)) << c.what;
+            Commands expected{select_pse, "00B2010C00", "00B2020C00"};
+            expected.resize(1 + lost);
+            expected.insert(expected.end(), c.commands.begin(), c.commands.end());
+            EXPECT_EQ(commands(), expected) << c.what << ", lost at " << lost;
+        }
     }
 }
 
@@ -317,6 +368,7 @@ TEST_F(CardHolderInformation, GoesOnWhenARecordOrGetDataIsRefused) {
         GuardedBuffer out(2048);
         EXPECT_EQ(getIccInfo(handle, "A000000333", "EAB", out.text()), 0) << refusal.name;
         EXPECT_TRUE(out.holds_text("A0166222334455667788")) << refusal.name;
+        EXPECT_EQ(commands(), first_commands(5)) << refusal.name;
     }
 }
 
@@ -353,7 +405,7 @@ TEST_F(CardHolderInformation, ReadsAPbocDebitCard) {
                         "00A4040008A00000033301010100", "80A800000C830A0000000000000000000000",
                         "00B2010C00", "00B2020C00", "00B2011400", "00B2021400", "00B2031400",
                         "00B2011C00", "80CA9F7900", "80CA9F7700", "80CA9F7800"}));
-    EXPECT_EQ(candidates(), "A000000333010101");
+    EXPECT_EQ(candidates(), candidates("A000000333010101", 1));
 }
 
 TEST_F(CardHolderInformation, ReadsAnEmvCreditCardByItsAid) {

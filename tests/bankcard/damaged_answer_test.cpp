@@ -1,5 +1,6 @@
-// Whole transactions in which one answer is cut short or has a byte changed: a code each time, and
-// no access outside the answer (which the sanitizers watch).
+// Answers that are cut short or have a byte changed: a code each time. In whole transactions they
+// stand in the 1024 bytes of an exchange, where the sanitizers cannot see a read beyond an answer's
+// end; that is looked for with inputs in buffers of their exact size.
 
 #include "tests/bankcard/bank_card_test.hpp"
 
@@ -39,6 +40,9 @@ class DamagedAnswer : public BankCardTest, public testing::WithParamInterface<Da
     void SetUp() override {
         ASSERT_EQ(undamaged_result_, 0);
         ASSERT_EQ(data_.size(), GetParam().answers_with_data);
+        for (const auto& [step, data] : data_) {
+            ASSERT_EQ(read_with(step, data), 0) << "the undamaged answer of step " << step;
+        }
     }
 
     static std::int64_t read() {
@@ -46,19 +50,34 @@ class DamagedAnswer : public BankCardTest, public testing::WithParamInterface<Da
         return getIccInfo(handle, GetParam().aid, "ABCDEFGHIJKL", out.text());
     }
 
-    void expect_a_code_when(std::size_t step, const Bytes& damaged) {
+    // The result of a read in which the answer of one step holds this data.
+    std::int64_t read_with(std::size_t step, const Bytes& data) {
         reader().calls.clear();
         log.clear();
         ScriptedCard card = card_;
-        card.at_step(step, answer(join(damaged, hex("9000")))).insert();
-        // Success; malformed; no directory; no such application.
-        EXPECT_THAT(read(), testing::AnyOf(0, -107, -40000, -27266))
-            << "step " << step << ", " << to_hex(damaged);
+        card.at_step(step, answer(join(data, hex("9000")))).insert();
+        return read();
     }
+
+    void expect_a_code_when(std::size_t step, const Bytes& damaged) {
+        const std::int64_t result = read_with(step, damaged);
+        // Success; malformed; no directory; no such application.
+        EXPECT_THAT(result, testing::AnyOf(0, -107, -40000, -27266))
+            << "step " << step << ", " << to_hex(damaged);
+        if (damaged.size() > 0 && damaged[0] == fci_template && result == 0) {
+            ++damaged_fcis_taken_;
+        }
+    }
+
+    // A damaged FCI still selects, so that the steps after it are reached.
+    void expect_damaged_fcis_taken() const { EXPECT_GT(damaged_fcis_taken_, 0u); }
 
     std::map<std::size_t, Bytes> data_;
 
   private:
+    static constexpr std::uint8_t fci_template = 0x6F;
+
+    std::size_t damaged_fcis_taken_ = 0;
     ScriptedCard card_;
     std::int64_t undamaged_result_;
 };
@@ -82,6 +101,7 @@ TEST_P(DamagedAnswer, WithAByteChangedGetsACode) {
             }
         }
     }
+    expect_damaged_fcis_taken();
 }
 
 INSTANTIATE_TEST_SUITE_P(Cards, DamagedAnswer,
@@ -89,6 +109,70 @@ INSTANTIATE_TEST_SUITE_P(Cards, DamagedAnswer,
                                          DamagedCard{"EmvCredit", emv_credit_card, "A0000000041010",
                                                      5}),
                          [](const auto& test) { return test.param.name; });
+
+// One answer after the other, in a buffer of its exact size, to a function that takes it directly.
+class DamagedInput : public BankCardTest {
+  protected:
+    using Process = std::int64_t (*)(const std::uint8_t* data, std::uint16_t length);
+    using Codes = std::map<std::int64_t, std::size_t>;  // how often each one came
+
+    // Gives every beginning of an answer, and the answer with every byte changed to every value.
+    static Codes codes_of(Process process, const Bytes& whole) {
+        Codes codes;
+        const auto give = [&](const Bytes& damaged) {
+            emvClrIccAndTermData();
+            set_candidates(candidates("", 0));
+            ExactInput input(damaged);
+            ++codes[process(input.data(), input.length())];
+        };
+        for (std::size_t length = 0; length < whole.size(); ++length) {
+            give(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
+        }
+        for (std::size_t position = 0; position < whole.size(); ++position) {
+            for (int change = 1; change < 256; ++change) {
+                Bytes changed = whole;
+                changed[position] = static_cast<std::uint8_t>(changed[position] ^ change);
+                give(changed);
+            }
+        }
+        return codes;
+    }
+
+    // These codes and no others, each at least once.
+    static void expect_codes(const Codes& codes, const std::vector<std::int64_t>& expected) {
+        std::vector<std::int64_t> got;
+        for (const auto& [code, count] : codes) {
+            got.push_back(code);
+        }
+        EXPECT_THAT(got, testing::UnorderedElementsAreArray(expected));
+    }
+};
+
+TEST_F(DamagedInput, OfADirectoryRecordGetsACode) {
+    const Bytes record = card_bytes(R"(
+        70[ 61[ 4F[A000000333010101] 50['DEBIT'] 87[01] ]
+            61[ 50['CREDIT'] 4F[A000000333010102] 73[ BF0C[ DF20[0102] ] ] ] ])");
+    expect_codes(codes_of(emvProcessSFIofDDF, record), {0, -107});
+}
+
+TEST_F(DamagedInput, OfADirectoryFciGetsACode) {
+    const Bytes fci = card_bytes(R"(
+        6F[ 84['2PAY.SYS.DDF01']
+            A5[ 88[01] BF0C[ 61[ 4F[A000000333010101] 50['D'] 87[01] ]
+                             61[ 50['C'] 4F[A000000333010102] ] ] ] ])");
+    expect_codes(codes_of(qPBOCProcessDDF, fci), {0, 212, 213, 214, 216});
+}
+
+TEST_F(DamagedInput, OfProcessingOptionsGetsACode) {
+    const Process extract = [](const std::uint8_t* data, std::uint16_t length) {
+        return std::int64_t{emvExtractAipAfl(data, length)};
+    };
+    expect_codes(codes_of(extract, card_bytes("80[ 7C00 08010200 10010301 18010100 ]")),
+                 {0, -31, -28, -27});
+    expect_codes(codes_of(extract, card_bytes("00 80[ 7C00 08010200 ]")), {0, -31, -28, -27});
+    expect_codes(codes_of(extract, card_bytes("77[ 82[7C00] 94[08010200 10010301] 9F36[0042] ]")),
+                 {0, -31, -28, -27});
+}
 
 }  // namespace
 }  // namespace quorrin::test

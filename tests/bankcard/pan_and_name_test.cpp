@@ -38,6 +38,10 @@ const Commands whole_read{"00A404000E315041592E5359532E444446303100",
                           "80A8000002830000",
                           "00B2010C00"};
 
+Commands first_commands(std::size_t count) {
+    return {whole_read.begin(), whole_read.begin() + static_cast<std::ptrdiff_t>(count)};
+}
+
 class PanAndName : public BankCardTest {
   protected:
     // Runs the body and returns what it wrote to standard output.
@@ -160,11 +164,39 @@ TEST_F(PanAndName, TracesHowFarItCame) {
             .at_step(c.step, c.answer);
         Outputs out;
         EXPECT_EQ(read(out, c.result), c.trace) << c.what;
-        EXPECT_EQ(commands().size(), c.commands) << c.what;
+        EXPECT_EQ(commands(), first_commands(c.commands)) << c.what;
         EXPECT_TRUE(out.pan.untouched()) << c.what;
         EXPECT_EQ(out.pan_length, -1) << c.what;
         EXPECT_TRUE(out.name.untouched()) << c.what;
         EXPECT_EQ(out.name_length, c.result == 0 ? 0 : 0xA5) << c.what;
+    }
+}
+
+// As for the card holder information: GET PROCESSING OPTIONS goes out and decides.
+TEST_F(PanAndName, DeliberatelyGoesOnWithoutASelectionAfterALostDirectory) {
+    for (const std::size_t lost : {1u, 2u}) {
+        Commands sent = first_commands(1 + lost);
+        sent.push_back("80A8000002830000");
+        insert(card_with_record("5A[6222334455667788]"))
+            .with("80A80000 *\n    6985")
+            .at_step(lost, failure(-4));
+        Outputs refused;
+        EXPECT_EQ(read(refused, -107), "getIcAPNName 1596\ngetIcAPNName 1605\ngetIcAPNName 1609\n");
+        EXPECT_TRUE(refused.pan.untouched());
+        EXPECT_TRUE(refused.name.untouched());
+        EXPECT_EQ(commands(), sent);
+
+        sent.push_back("00B2011400");
+        insert(card_with_record("5A[6222334455667788]"))
+            .with(
+                "80A80000 *\n    80[ 7C00 10010100 ] 9000\n"
+                "00B2011400\n    70[ 5A[6205500000000000] ] 9000")
+            .at_step(lost, failure(-4));
+        Outputs answered;
+        EXPECT_EQ(read(answered, 0), "getIcAPNName 1596\ngetIcAPNName 1605\n");
+        EXPECT_TRUE(answered.pan.holds_text("6205500000000000"));
+        EXPECT_EQ(answered.name_length, 0);
+        EXPECT_EQ(commands(), sent);
     }
 }
 
@@ -205,8 +237,8 @@ class SelfContainedRead : public BankCardTest {
     static Commands calls(const Commands& before, const std::string& slot, std::size_t sent,
                           const Commands& after) {
         Commands all = before;
-        for (std::size_t i = 0; i < sent; ++i) {
-            all.push_back("Send 7 " + slot + ": " + whole_read[i]);
+        for (const std::string& command : first_commands(sent)) {
+            all.push_back("Send 7 " + slot + ": " + command);
         }
         all.insert(all.end(), after.begin(), after.end());
         return all;
@@ -249,6 +281,38 @@ TEST_F(SelfContainedRead, LooksForTheCardByItsKind) {
         EXPECT_TRUE(out.pan.holds_text("6222334455667788"));
         EXPECT_EQ(reader().calls, calls(c.before, c.slot, 6, {c.power_off, "Close"}));
     }
+}
+
+// Any failure of the contactless slot but "no card" and "mute" passes for a card that was found.
+TEST_F(SelfContainedRead, DeliberatelyTriesTheContactlessSlotThatFailedOtherwise) {
+    for (const std::int64_t failed : {-1, -3, -11, -12, -99}) {
+        reader().power_on[0x31] = failure(failed);
+        insert(card_with_record("")).at_step(0, failure(-12));
+        Outputs lost;
+        EXPECT_EQ(read(lost, 2, -12), "getIcAPNName 1596\ngetIcAPNName 1601\n");
+        EXPECT_EQ(reader().calls, calls({"Open", "PowerOn 7 31"}, "31", 1, {})) << failed;
+        EXPECT_EQ(ReaderHandle, 7) << "left open";
+        EXPECT_TRUE(lost.pan.untouched());
+        EXPECT_EQ(CloseAllDevice(), 0);
+
+        insert(card_with_record("5A[6222334455667788]"));
+        Outputs out;
+        read(out, 2, 0);
+        EXPECT_TRUE(out.pan.holds_text("6222334455667788"));
+        EXPECT_EQ(reader().calls,
+                  calls({"Open", "PowerOn 7 31"}, "31", 6, {"PowerOff 7 03", "Close"}))
+            << failed;
+    }
+}
+
+TEST_F(SelfContainedRead, TriesTheContactSlotWhenTheContactlessCardIsMute) {
+    reader().power_on[0x31] = failure(-4);
+    insert(card_with_record("5A[6222334455667788]"));
+    Outputs out;
+    read(out, 2, 0);
+    EXPECT_TRUE(out.pan.holds_text("6222334455667788"));
+    EXPECT_EQ(reader().calls,
+              calls({"Open", "PowerOn 7 31", "PowerOn 7 01"}, "01", 6, {"PowerOff 7 01", "Close"}));
 }
 
 TEST_F(SelfContainedRead, RefusesOtherCardKindsBeforeAnythingElse) {
@@ -314,7 +378,7 @@ TEST_F(SelfContainedRead, SucceedsAlsoWhenTheReaderDoesNotClose) {
     insert(card_with_record("5A[6222334455667788]"));
     Outputs out;
     read(out, 0, 0);
-    EXPECT_EQ(reader().calls.back(), "Close");
+    EXPECT_EQ(reader().calls, calls({"Open", "PowerOn 7 01"}, "01", 6, {"PowerOff 7 01", "Close"}));
     EXPECT_EQ(ReaderHandle, 7);
 }
 
@@ -338,6 +402,7 @@ TEST_F(SelfContainedRead, CannotSelectOnACardWithoutADirectory) {
     insert(emv_credit_card);
     Outputs out;
     EXPECT_EQ(read(out, 0, -27266), "getIcAPNName 1596\ngetIcAPNName 1601\n");
+    EXPECT_EQ(commands(), first_commands(1));
 }
 
 }  // namespace

@@ -7,19 +7,8 @@ namespace {
 
 class SelectByPse : public BankCardTest {
   protected:
-    void remember_an_older_list() {
-        std::memset(gucAidList, 'X', sizeof gucAidList);
-        gucAidListLen = 17;
-        gucAidNum = 3;
-    }
-
-    static Bytes whole_list() { return {gucAidList, gucAidList + sizeof gucAidList}; }
-
-    static Bytes list_of(const std::string& text) {
-        Bytes bytes = text_bytes(text);
-        bytes.resize(200);
-        return bytes;
-    }
+    static CandidateList older_list() { return {filled(200, 'X'), 17, 3}; }
+    static void remember_an_older_list() { set_candidates(older_list()); }
 };
 
 TEST_F(SelectByPse, ReadsTheDirectoryAndCopiesTheList) {
@@ -39,9 +28,7 @@ TEST_F(SelectByPse, ReadsTheDirectoryAndCopiesTheList) {
                                         "Send 7 01: 00B2030C00"}));
     const std::string text = "A000000333010101|A000000333010102|D1560000010001";
     EXPECT_TRUE(list.holds_text(text));
-    EXPECT_EQ(whole_list(), list_of(text));
-    EXPECT_EQ(gucAidListLen, text.size());
-    EXPECT_EQ(gucAidNum, 3);
+    EXPECT_EQ(candidates(), candidates(text, 3));
     EXPECT_EQ(present_elements(), Elements{});
 }
 
@@ -52,12 +39,13 @@ TEST_F(SelectByPse, DeliberatelyShowsSuccessAfterTheLastRecord) {
             .at_step(2, refusal.answer);
         GuardedBuffer list(255);
         EXPECT_EQ(selectByPse(handle, list.text()), 0) << refusal.name;
-        EXPECT_EQ(commands().size(), 3u) << refusal.name;
+        EXPECT_EQ(commands(), (Commands{select_pse, "00B2010C00", "00B2020C00"})) << refusal.name;
         EXPECT_TRUE(list.holds_text("A000000333")) << refusal.name;
+        EXPECT_EQ(candidates(), candidates("A000000333", 1)) << refusal.name;
         EXPECT_EQ(CARD_SW1, 0x90) << refusal.name;
         EXPECT_EQ(CARD_SW2, 0x00) << refusal.name;
         // A status word came: 0. The transport failed: its result.
-        const bool answered = refusal.answer.bytes.size() == 2;
+        const bool answered = !refusal.answer.bytes.empty();
         const std::int64_t transport = refusal.answer.result == 1025 ? -15 : refusal.answer.result;
         EXPECT_EQ(CARD_STATUS, answered ? 0 : transport) << refusal.name;
     }
@@ -69,11 +57,33 @@ TEST_F(SelectByPse, KeepsTheOlderListWhenThePseIsRefused) {
         insert("").at_step(0, refusal.answer);
         GuardedBuffer list(255);
         EXPECT_EQ(selectByPse(handle, list.text()), refusal.code) << refusal.name;
+        EXPECT_EQ(commands(), Commands{select_pse}) << refusal.name;
         EXPECT_TRUE(list.untouched()) << refusal.name;
-        EXPECT_EQ(whole_list(), filled(200, 'X')) << refusal.name;
-        EXPECT_EQ(gucAidListLen, 17) << refusal.name;
-        EXPECT_EQ(gucAidNum, 3) << refusal.name;
+        EXPECT_EQ(candidates(), older_list()) << refusal.name;
     }
+}
+
+TEST_F(SelectByPse, FetchesAnswersThatWait) {
+    insert(card_with_directory("")).at_step(0, answer("6117")).with(R"(
+00C0000017
+    6F[ 84['1PAY.SYS.DDF01'] A5[ 88[01] ] ] 9000
+00B2010C00
+    610B
+00C000000B
+    70[ 61[ 4F[A000000333] ] ] 9000
+00B2020C00
+    6C0B
+00B2020C0B
+    70[ 61[ 4F[A000000444] ] ] 9000
+00B2030C00
+    6A83
+)");
+    GuardedBuffer list(255);
+    EXPECT_EQ(selectByPse(handle, list.text()), 0);
+    EXPECT_EQ(commands(), (Commands{select_pse, "00C0000017", "00B2010C00", "00C000000B",
+                                    "00B2020C00", "00B2020C0B", "00B2030C00"}));
+    EXPECT_TRUE(list.holds_text("A000000333|A000000444"));
+    EXPECT_EQ(candidates(), candidates("A000000333|A000000444", 2));
 }
 
 TEST_F(SelectByPse, NeedsTheNameAndTheFileOnceEach) {
@@ -85,7 +95,6 @@ TEST_F(SelectByPse, NeedsTheNameAndTheFileOnceEach) {
         {"file twice", "6F[ 84['1PAY.SYS.DDF01'] A5[ 88[01] 88[02] ] ]"},
         {"malformed", "6F[ 84['1PAY.SYS.DDF01'] A5[ 88[01] ] ] 9F"},
         {"malformed after the name", "6F[ 84['1PAY.SYS.DDF01'] 88 05 01 ]"},
-        {"above 256 bytes", "6F[ 84['1PAY.SYS.DDF01'] A5[ 88[01] BF0C[ DF20[00*224] ] ] ]"},
     };
     for (const auto& [what, pse] : cases) {
         remember_an_older_list();
@@ -94,9 +103,26 @@ TEST_F(SelectByPse, NeedsTheNameAndTheFileOnceEach) {
         EXPECT_EQ(selectByPse(handle, list.text()), -106) << what;
         EXPECT_EQ(commands(), Commands{select_pse}) << what;
         EXPECT_TRUE(list.untouched()) << what;
-        EXPECT_EQ(whole_list(), filled(200, 0)) << what << ": the older list is gone";
-        EXPECT_EQ(gucAidListLen, 0) << what;
-        EXPECT_EQ(gucAidNum, 0) << what;
+        EXPECT_EQ(candidates(), candidates("", 0)) << what << ": the older list is gone";
+    }
+}
+
+TEST_F(SelectByPse, NeedsAnAnswerOfAtMost256Bytes) {
+    const std::pair<std::size_t, const char*> cases[] = {
+        {257, "6F[ 84['1PAY.SYS.DDF01'] A5[ 88[01] BF0C[ DF20[00*224] ] ] ]"},
+        {1022,
+         "6F[ 84['1PAY.SYS.DDF01'] A5[ 88[01]"
+         " BF0C[ DF20[00*240] DF21[00*240] DF22[00*240] DF23[00*254] ] ] ]"},
+    };
+    for (const auto& [size, pse] : cases) {
+        ASSERT_EQ(card_bytes(pse).size(), size);
+        remember_an_older_list();
+        insert(card_with_pse(pse, ""));
+        GuardedBuffer list(255);
+        EXPECT_EQ(selectByPse(handle, list.text()), -106) << size;
+        EXPECT_EQ(commands(), Commands{select_pse}) << size;
+        EXPECT_TRUE(list.untouched()) << size;
+        EXPECT_EQ(candidates(), candidates("", 0)) << size;
     }
 }
 
@@ -118,6 +144,7 @@ TEST_F(SelectByPse, FindsTheFileAnywhereInTheAnswer) {
         EXPECT_EQ(selectByPse(handle, list.text()), 0) << what;
         EXPECT_EQ(commands(), (Commands{select_pse, read_record})) << what;
         EXPECT_TRUE(list.untouched()) << what;
+        EXPECT_EQ(candidates(), candidates("", 0)) << what;
     }
 }
 
@@ -136,8 +163,10 @@ TEST_F(SelectByPse, GoesOnAfterAMalformedRecord) {
 )"));
     GuardedBuffer list(255);
     EXPECT_EQ(selectByPse(handle, list.text()), 0);
-    EXPECT_EQ(commands().back(), "00B2050C00");
+    EXPECT_EQ(commands(), (Commands{select_pse, "00B2010C00", "00B2020C00", "00B2030C00",
+                                    "00B2040C00", "00B2050C00"}));
     EXPECT_TRUE(list.holds_text("A000000333|A000000444"));
+    EXPECT_EQ(candidates(), candidates("A000000333|A000000444", 2));
 }
 
 TEST_F(SelectByPse, ReadsOnUntilTheCardEndsTheDirectory) {
@@ -179,15 +208,16 @@ TEST_F(SelectByPse, CopiesAFullListAndNothingMore) {
     GuardedBuffer list(200);
     EXPECT_EQ(selectByPse(handle, list.text()), 0);
     EXPECT_TRUE(list.holds_text(text));
-    EXPECT_EQ(whole_list(), text_bytes(text));
-    EXPECT_EQ(gucAidListLen, 200);
-    EXPECT_EQ(gucAidNum, 19);
+    ASSERT_EQ(text.size(), 200u);
+    EXPECT_EQ(candidates(), candidates(text, 19));
 }
 
 TEST_F(SelectByPse, RefusesANullBufferBeforeAnythingIsSent) {
     insert("");
+    remember_an_older_list();
     EXPECT_EQ(selectByPse(handle, nullptr), -14);
     EXPECT_EQ(reader().calls, Commands{});
+    EXPECT_EQ(candidates(), older_list());
 }
 
 }  // namespace

@@ -190,12 +190,10 @@ TEST_F(ProcessingOptions, DeliberatelyReportsEveryRefusalAsAnAnswerThatDoesNotPa
     for (const Refusal& refusal : refusals()) {
         insert("").at_step(0, refusal.answer);
         EXPECT_EQ(emvGPO(handle, nullptr, nullptr), -107) << refusal.name;
-        EXPECT_EQ(commands().size(), 1u) << refusal.name;
+        EXPECT_EQ(commands(), Commands{"80A8000002830000"}) << refusal.name;
         EXPECT_EQ(present_elements(), (Elements{{"9F66", "F4000000"}})) << refusal.name;
         // What the card said is still there for the host.
-        const Bytes& bytes = refusal.answer.bytes;
-        EXPECT_EQ(CARD_SW1, bytes.empty() ? 0 : bytes[0]) << refusal.name;
-        EXPECT_EQ(CARD_SW2, bytes.empty() ? 0 : bytes[1]) << refusal.name;
+        EXPECT_EQ(CARD_SW1 << 8 | CARD_SW2, refusal.status_word()) << refusal.name;
     }
 }
 
@@ -218,6 +216,7 @@ TEST_F(ProcessingOptions, RefusesAnotherAnswerInTheSameTransaction) {
     insert(answers_format_1);
     EXPECT_EQ(emvGPO(handle, nullptr, nullptr), 0);
     EXPECT_EQ(emvGPO(handle, nullptr, nullptr), -107);
+    EXPECT_EQ(commands(), (Commands{"80A8000002830000", "80A8000002830000"}));
 }
 
 TEST_F(ProcessingOptions, ReportsAnAnswerThatDoesNotParse) {
@@ -268,19 +267,21 @@ void PrintTo(const AnswerCase& c, std::ostream* out) {
 class OptionsAnswer : public BankCardTest, public testing::WithParamInterface<AnswerCase> {};
 
 TEST_P(OptionsAnswer, IsStored) {
-    const Bytes bytes = card_bytes(GetParam().answer);
-    EXPECT_EQ(emvExtractAipAfl(bytes.data(), static_cast<std::uint16_t>(bytes.size())),
-              GetParam().result);
+    ExactInput bytes(card_bytes(GetParam().answer));
+    EXPECT_EQ(emvExtractAipAfl(bytes.data(), bytes.length()), GetParam().result);
     EXPECT_EQ(present_elements(), GetParam().elements);
 }
 
 // clang-format off
 const AnswerCase answer_cases[] = {
     {"format 1", "80[ 7C00 08010300 ]", 0, {{"82", "7C00"}, {"94", "08010300"}}},
-    {"format 1, two entries", "80[ 5800 08010100 10010301 ]", 0, {{"82", "5800"}, {"94", "0801010010010301"}}},
+    {"format 1, two entries", "80[ 5800 08010100 10010301 ]", 0,
+     {{"82", "5800"}, {"94", "0801010010010301"}}},
     {"format 1, AFL of odd length", "80[ 7C00 080103 ]", 0, {{"82", "7C00"}, {"94", "080103"}}},
-    {"format 1, long length field", "80 8106 7C0008010300", 0, {{"82", "7C00"}, {"94", "08010300"}}},
-    {"format 1, something after it", "80[ 7C00 08010300 ] FF9F", 0, {{"82", "7C00"}, {"94", "08010300"}}},
+    {"format 1, long length field", "80 8106 7C0008010300", 0,
+     {{"82", "7C00"}, {"94", "08010300"}}},
+    {"format 1, something after it", "80[ 7C00 08010300 ] FF9F", 0,
+     {{"82", "7C00"}, {"94", "08010300"}}},
     {"format 1 without an AFL, in 6 bytes", "80[ 7C00 ] 0000", 0, {{"82", "7C00"}, {"94", ""}}},
     {"format 1 without an AFL, shorter", "80[ 7C00 ]", -31, {}},
     {"format 1 of 5 bytes", "80[ 7C0008 ]", -31, {}},
@@ -291,7 +292,8 @@ const AnswerCase answer_cases[] = {
     {"format 1, length field beyond the answer", "80 86 7C00 08010300", -31, {}},
 
     {"format 2", "77[ 82[7C00] 94[08010300] ]", 0, {{"82", "7C00"}, {"94", "08010300"}}},
-    {"format 2, other order and more", "77[ 94[08010300] DF01[00] 9F36[0001] 9F1A[0840] 82[7C00] ]", 0,
+    {"format 2, other order and more",
+     "77[ 94[08010300] DF01[00] 9F36[0001] 9F1A[0840] 82[7C00] ]", 0,
      {{"82", "7C00"}, {"94", "08010300"}, {"9F36", "0001"}}},
     {"format 2, the later value counts", "77[ 82[0000] 94[10010100] 82[7C00] 94[08010300] ]", 0,
      {{"82", "7C00"}, {"94", "08010300"}}},
@@ -303,7 +305,8 @@ const AnswerCase answer_cases[] = {
     {"format 2, longer than the answer", "77 10 8202 7C00", -28, {}},
     {"format 2, malformed in the middle", "77[ 82[7C00] 94 20 08010300 ]", -28, {{"82", "7C00"}}},
     {"format 2, AIP of a wrong length", "77[ 94[08010300] 82[7C0000] ]", -28, {{"94", "08010300"}}},
-    {"format 2, an element that may not be in it", "77[ 82[7C00] 4F[A000000333] ]", -28, {{"82", "7C00"}}},
+    {"format 2, an element that may not be in it", "77[ 82[7C00] 4F[A000000333] ]", -28,
+     {{"82", "7C00"}}},
 
     {"record template", "70[ 82[7C00] 94[08010300] ]", -27, {}},
     {"FCI template", "6F[ 84[A000000333] ]", -27, {}},
@@ -315,7 +318,8 @@ const AnswerCase answer_cases[] = {
     {"a byte FF", "FF", -31, {}},
     {"the tag of format 1 alone", "80", -31, {}},
     {"one padding byte before", "00 80[ 7C00 08010300 ]", 0, {{"82", "7C00"}, {"94", "08010300"}}},
-    {"as much padding as is borne", "00FF00FF00FF00 80[ 7C00 08010300 ]", 0, {{"82", "7C00"}, {"94", "08010300"}}},
+    {"as much padding as is borne", "00FF00FF00FF00 80[ 7C00 08010300 ]", 0,
+     {{"82", "7C00"}, {"94", "08010300"}}},
     {"deliberately not as much padding as answer", "00FF00FF00FF0000 80[ 7C00 08010300 ]", -31, {}},
     {"one padding byte more than answer", "00*9 80[ 7C00 08010300 ]", -31, {}},
     {"padding before format 2", "00 77[]", 0, {}},
@@ -333,18 +337,21 @@ INSTANTIATE_TEST_SUITE_P(Answers, OptionsAnswer, testing::ValuesIn(answer_cases)
 class StoredOptions : public BankCardTest {
   protected:
     static int extract(std::string_view text) {
-        const Bytes bytes = card_bytes(text);
-        return emvExtractAipAfl(bytes.data(), static_cast<std::uint16_t>(bytes.size()));
+        ExactInput bytes(card_bytes(text));
+        return emvExtractAipAfl(bytes.data(), bytes.length());
     }
 };
 
-TEST_F(StoredOptions, AreNotReplacedByFormat1ButTheAipIs) {
+TEST_F(StoredOptions, DeliberatelyReplaceAnOlderAipAndKeepTheOlderAfl) {
     store("82", hex("0000"));
     EXPECT_EQ(extract("80[ 7C00 08010300 ]"), -30);
     EXPECT_EQ(present_elements(), (Elements{{"82", "7C00"}}));
+    store("94", hex("10010100"));
+    EXPECT_EQ(extract("80[ 5800 08010300 ]"), -30);
+    EXPECT_EQ(present_elements(), (Elements{{"82", "5800"}, {"94", "10010100"}}));
 }
 
-TEST_F(StoredOptions, KeepTheLengthOfAnOlderAfl) {
+TEST_F(StoredOptions, DeliberatelyReplaceTheBytesOfAnOlderAflAndKeepItsLength) {
     store("94", hex("10010100 18010100"));
     EXPECT_EQ(extract("80[ 7C00 08010300 ]"), -29);
     EXPECT_EQ(present_elements(), (Elements{{"82", "7C00"}, {"94", "0801030018010100"}}));

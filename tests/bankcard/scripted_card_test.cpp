@@ -69,6 +69,36 @@ TEST_F(ScriptedCardTest, OverridesRowsAndSteps) {
     EXPECT_EQ(respond(card, "80CA9F1700"), hex("6A88"));
 }
 
+TEST_F(ScriptedCardTest, SelectsByTheAnswerThatIsGiven) {
+    const std::string select = "00A4040001A100";
+    const std::string row = "00A40400 [A1] 00\n    ";
+    const std::tuple<const char*, std::function<void(ScriptedCard&)>, const char*> cases[] = {
+        {"its own", [](ScriptedCard&) {}, "7001019000"},
+        {"step, accepted", [](ScriptedCard& card) { card.at_step(1, answer("9000")); },
+         "7001019000"},
+        {"step, refused", [](ScriptedCard& card) { card.at_step(1, answer("6283")); }, "6A83"},
+        {"step, failed", [](ScriptedCard& card) { card.at_step(1, failure(-4)); }, "6A83"},
+        {"once, accepted", [&](ScriptedCard& card) { card.once(row + "840101 9000"); },
+         "7001019000"},
+        {"once, refused", [&](ScriptedCard& card) { card.once(row + "6A81"); }, "6A83"},
+        {"with, accepted", [&](ScriptedCard& card) { card.with(row + "840101 9000"); },
+         "7001019000"},
+        {"with, refused", [&](ScriptedCard& card) { card.with(row + "6A81"); }, "6A83"},
+    };
+    for (const auto& [what, change, record] : cases) {
+        ScriptedCard card(two_applications);
+        change(card);
+        EXPECT_EQ(respond(card, "00A4040001A300"), hex("6F009000")) << what;
+        card.exchange(hex(select));
+        EXPECT_EQ(respond(card, "00B2010C00"), hex(record)) << what;
+    }
+    // A SELECT that the card itself refuses.
+    ScriptedCard card(two_applications);
+    card.at_step(0, answer("9000"));
+    respond(card, "00A4040001A200");
+    EXPECT_EQ(respond(card, "00B2010C00"), hex("7001029000"));
+}
+
 TEST_F(ScriptedCardTest, FailsTheTestOnACommandWithoutARow) {
     EXPECT_NONFATAL_FAILURE(
         {

@@ -21,6 +21,10 @@ constexpr char two_applications[] = R"(
     6F[ 84[A000000333010102] ] 9000
 )";
 
+const Commands selection_by_directory{select_pse, "00B2010C00", "00B2020C00",
+                                      "00A4040008A00000033301010100"};
+const CandidateList both_applications = candidates("A000000333010101|A000000333010102", 2);
+
 std::string text_of(std::size_t length, std::string_view pattern) {
     std::string text;
     while (text.size() < length) {
@@ -29,6 +33,8 @@ std::string text_of(std::size_t length, std::string_view pattern) {
     text.resize(length);
     return text;
 }
+
+constexpr char select_application[] = "00A4040008A00000033301010100";
 
 class SelectAid : public BankCardTest {};
 
@@ -52,13 +58,10 @@ TEST_F(SelectAid, UsesTheSlotOfTheUserCard) {
 }
 
 TEST_F(SelectAid, LeavesTheCandidateListAloneWhenTheHostNamesTheAid) {
-    std::strncpy(gucAidList, "A1|A2", sizeof gucAidList);
-    gucAidListLen = 5;
-    gucAidNum = 2;
+    set_candidates(candidates("A1|A2", 2));
     insert(card_with_fci("6F[ 84[A000000333010101] ]"));
     EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), 0);
-    EXPECT_EQ(candidates(), "A1|A2");
-    EXPECT_EQ(gucAidNum, 2);
+    EXPECT_EQ(candidates(), candidates("A1|A2", 2));
 }
 
 TEST_F(SelectAid, EmptiesTheStoreFirstAlsoWhenTheSelectionFails) {
@@ -110,9 +113,28 @@ TEST_F(SelectAid, ReportsEveryRefusalOfTheSelection) {
     for (const Refusal& refusal : refusals()) {
         insert("").at_step(0, refusal.answer);
         EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), refusal.code) << refusal.name;
-        EXPECT_EQ(commands().size(), 1u) << refusal.name;
+        EXPECT_EQ(commands(), Commands{select_application}) << refusal.name;
         EXPECT_EQ(present_elements(), Elements{}) << refusal.name;
     }
+}
+
+TEST_F(SelectAid, FetchesAnFciThatWaits) {
+    insert(card_with_fci("6F[ 84[A000000333010101] ]"))
+        .at_step(0, answer("610C"))
+        .with("00C000000C\n    6F[ 84[A000000333010101] ] 9000");
+    EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), 0);
+    EXPECT_EQ(commands(), (Commands{select_application, "00C000000C"}));
+    EXPECT_EQ(present_elements(), (Elements{{"84", "A000000333010101"}}));
+}
+
+// The exchange repeats the header alone, with the length that the card wants.
+TEST_F(SelectAid, RepeatsASelectOfAnotherLength) {
+    insert(card_with_fci(""))
+        .at_step(0, answer("6C0C"))
+        .with("00A404000C\n    6F[ 84[A000000333010101] ] 9000");
+    EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), 0);
+    EXPECT_EQ(commands(), (Commands{select_application, "00A404000C"}));
+    EXPECT_EQ(present_elements(), (Elements{{"84", "A000000333010101"}}));
 }
 
 TEST_F(SelectAid, TakesAnAnswerWithoutData) {
@@ -135,7 +157,7 @@ TEST_F(SelectAid, RefusesAMalformedFciAndStoresNothingOfIt) {
     for (const auto& [what, fci] : cases) {
         insert(card_with_fci(fci));
         EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), -107) << what;
-        EXPECT_EQ(commands().size(), 1u) << what;
+        EXPECT_EQ(commands(), Commands{select_application}) << what;
         EXPECT_EQ(present_elements(), Elements{}) << what;
     }
 }
@@ -151,7 +173,8 @@ TEST_F(SelectAid, RefusesAnFciThatTheStoreRefuses) {
     for (const auto& [what, fci] : cases) {
         insert(card_with_fci(fci));
         EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), -107) << what;
-        EXPECT_EQ(commands().size(), 1u) << what;
+        EXPECT_EQ(commands(), Commands{select_application}) << what;
+        EXPECT_EQ(present_elements(), Elements{}) << what;
     }
 }
 
@@ -172,22 +195,21 @@ TEST_F(SelectAid, TakesWhatCardsPutIntoTheirFci) {
 }
 
 TEST_F(SelectAid, TakesAnFciOfTheLongestAnswer) {
-    // 1022 bytes: the template, its DF name and 1008 bytes of unknown objects.
-    insert(card_with_fci(
-        "6F[ 84[A000000333010101] DF20[11*250] DF21[22*250] DF22[33*250] DF23[44*242] ]"));
+    // The template, its DF name and 1008 bytes of unknown objects.
+    const char* const fci =
+        "6F[ 84[A000000333010101] DF20[11*250] DF21[22*250] DF22[33*250] DF23[44*242] ]";
+    ASSERT_EQ(card_bytes(fci).size(), 1022u);
+    insert(card_with_fci(fci));
     EXPECT_EQ(emvSelectAid(handle, "A000000333010101"), 0);
-    EXPECT_EQ(element("84"), value("A000000333010101"));
-    EXPECT_EQ(present_elements().size(), 1u);
+    EXPECT_EQ(present_elements(), (Elements{{"84", "A000000333010101"}}));
 }
 
 TEST_F(SelectAid, TakesTheFirstApplicationOfTheDirectory) {
     for (const char* aid : {static_cast<const char*>(nullptr), ""}) {
         insert(card_with_directory(two_applications));
         EXPECT_EQ(emvSelectAid(handle, aid), 0);
-        EXPECT_EQ(commands(), (Commands{select_pse, "00B2010C00", "00B2020C00",
-                                        "00A4040008A00000033301010100"}));
-        EXPECT_EQ(candidates(), "A000000333010101|A000000333010102");
-        EXPECT_EQ(gucAidNum, 2);
+        EXPECT_EQ(commands(), selection_by_directory);
+        EXPECT_EQ(candidates(), both_applications);
         EXPECT_EQ(present_elements(), (Elements{{"84", "A000000333010101"}}));
     }
 }
@@ -195,23 +217,28 @@ TEST_F(SelectAid, TakesTheFirstApplicationOfTheDirectory) {
 TEST_F(SelectAid, NeverTriesTheSecondApplication) {
     insert(card_with_directory(two_applications)).with("00A40400 [A000000333010101] 00\n    6283");
     EXPECT_EQ(emvSelectAid(handle, nullptr), -26881);
-    EXPECT_EQ(commands(),
-              (Commands{select_pse, "00B2010C00", "00B2020C00", "00A4040008A00000033301010100"}));
+    EXPECT_EQ(commands(), selection_by_directory);
     EXPECT_EQ(present_elements(), Elements{});
 }
 
 TEST_F(SelectAid, DeliberatelySelectsNothingByNameWhenTheFirstItemIsEmpty) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"empty directory", "00B2 *\n    6A83\n"},
+    const std::tuple<const char*, const char*, Commands, CandidateList> cases[] = {
+        {"empty directory",
+         "00B2 *\n    6A83\n",
+         {select_pse, "00B2010C00", "00A404000000"},
+         candidates("", 0)},
         {"first entry without an AID",
          "00B2010C00\n    70[ 61[ 50['DEBIT'] ] 61[ 4F[A000000333010101] ] ] 9000\n"
-         "00B2 *\n    6A83\n"},
+         "00B2 *\n    6A83\n",
+         {select_pse, "00B2010C00", "00B2020C00", "00A404000000"},
+         candidates("|A000000333010101", 2)},
     };
-    for (const auto& [what, directory] : cases) {
+    for (const auto& [what, directory, sent, list] : cases) {
         insert(card_with_directory(directory)).with("00A404000000\n    6F[ 84[A000000333] ] 9000");
         EXPECT_EQ(emvSelectAid(handle, nullptr), 0) << what;
-        EXPECT_EQ(commands().back(), "00A404000000") << what;
-        EXPECT_EQ(element("84"), value("A000000333")) << what;
+        EXPECT_EQ(commands(), sent) << what;
+        EXPECT_EQ(candidates(), list) << what;
+        EXPECT_EQ(present_elements(), (Elements{{"84", "A000000333"}})) << what;
     }
 }
 
@@ -233,29 +260,38 @@ TEST_F(SelectAid, ReportsEveryRefusalOfTheFirstApplication) {
     for (const Refusal& refusal : refusals()) {
         insert(card_with_directory(two_applications)).at_step(3, refusal.answer);
         EXPECT_EQ(emvSelectAid(handle, nullptr), refusal.code) << refusal.name;
-        EXPECT_EQ(commands().size(), 4u) << refusal.name;
-        EXPECT_EQ(candidates(), "A000000333010101|A000000333010102") << refusal.name;
+        EXPECT_EQ(commands(), selection_by_directory) << refusal.name;
+        EXPECT_EQ(candidates(), both_applications) << refusal.name;
+        EXPECT_EQ(present_elements(), Elements{}) << refusal.name;
     }
 }
 
 TEST_F(SelectAid, DeliberatelySucceedsWithoutSelectingAfterATransportFailureInTheDirectory) {
-    for (const std::int64_t result : {-2, -4, -11, -99, 1}) {
-        insert(card_with_directory(two_applications)).at_step(2, failure(result));
-        EXPECT_EQ(emvSelectAid(handle, nullptr), 0);
-        EXPECT_EQ(commands(), (Commands{select_pse, "00B2010C00", "00B2020C00"}));
-        EXPECT_EQ(CARD_STATUS, result);
-        EXPECT_EQ(CARD_SW1, 0x90);
-        EXPECT_EQ(CARD_SW2, 0x00);
-        EXPECT_EQ(candidates(), "A000000333010101|A000000333010102");
-        EXPECT_EQ(present_elements(), Elements{});
+    const std::tuple<std::size_t, Commands, CandidateList> steps[] = {
+        {1, {select_pse, "00B2010C00"}, candidates("", 0)},
+        {2, {select_pse, "00B2010C00", "00B2020C00"}, both_applications},
+    };
+    for (const auto& [step, sent, list] : steps) {
+        for (const std::int64_t result : {-2, -4, -11, -99, 1}) {
+            insert(card_with_directory(two_applications)).at_step(step, failure(result));
+            store("5F34", hex("01"));
+            EXPECT_EQ(emvSelectAid(handle, nullptr), 0) << step;
+            EXPECT_EQ(commands(), sent) << step;
+            EXPECT_EQ(CARD_STATUS, result) << step;
+            EXPECT_EQ(CARD_SW1, 0x90) << step;
+            EXPECT_EQ(CARD_SW2, 0x00) << step;
+            EXPECT_EQ(candidates(), list) << step;
+            EXPECT_EQ(present_elements(), Elements{}) << step;
+        }
     }
 }
 
 TEST_F(SelectAid, GoesOnAfterADirectoryThatEndsWithoutAStatusWord) {
     insert(card_with_directory(two_applications)).at_step(2, failure(0));
     EXPECT_EQ(emvSelectAid(handle, nullptr), 0);
-    EXPECT_EQ(commands().back(), "00A4040008A00000033301010100");
-    EXPECT_EQ(element("84"), value("A000000333010101"));
+    EXPECT_EQ(commands(), selection_by_directory);
+    EXPECT_EQ(candidates(), both_applications);
+    EXPECT_EQ(present_elements(), (Elements{{"84", "A000000333010101"}}));
 }
 
 }  // namespace

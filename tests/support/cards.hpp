@@ -3,8 +3,8 @@
 
 namespace quorrin::test {
 
-// PBOC 3.0 debit card with electronic cash: a payment system directory with one application, a PDOL,
-// format 1 answers, records in three files, a transaction log in file 11.
+// PBOC 3.0 debit card with electronic cash: a payment system directory with one application, a
+// PDOL, format 1 answers, records in three files, a transaction log in file 11.
 inline constexpr char pboc_debit_card[] = R"(
 # SELECT the payment system environment
 00A40400 ['1PAY.SYS.DDF01'] 00

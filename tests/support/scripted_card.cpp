@@ -18,6 +18,11 @@ std::string without_comment(const std::string& line) {
     return text;
 }
 
+bool succeeds(const Answer& answer) {
+    const Bytes& bytes = answer.bytes;
+    return bytes.size() >= 2 && Bytes(bytes.end() - 2, bytes.end()) == hex("9000");
+}
+
 Answer read_answer(const std::string& text) {
     const std::size_t start = text.find_first_not_of(" \n");
     if (start != std::string::npos && text[start] == '!') {
@@ -59,35 +64,47 @@ ScriptedCard& ScriptedCard::otherwise(Answer given) {
 }
 
 Answer ScriptedCard::exchange(const Bytes& command) {
+    const Row* row = find_row(command);
+    const Answer given = answer_to(command, row);
+    // What the card was made to answer counts: a SELECT that another answer than its row's refuses
+    // selects nothing, one that another answer accepts does.
+    if (row != nullptr && row->is_select() && succeeds(given)) {
+        selected_ = row->application;
+    }
+    return given;
+}
+
+const ScriptedCard::Row* ScriptedCard::find_row(const Bytes& command) const {
+    const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& candidate) {
+        const bool reachable = candidate.application == 0 || candidate.application == selected_ ||
+                               candidate.is_select();
+        return reachable && candidate.matches(command);
+    });
+    return row == rows_.end() ? nullptr : &*row;
+}
+
+Answer ScriptedCard::answer_to(const Bytes& command, const Row* row) {
     if (const auto found = at_step_.find(step_++); found != at_step_.end()) {
         return found->second;
     }
-    const auto matches = [&](const Row& row) { return row.matches(command); };
-    if (const auto row = std::find_if(once_.begin(), once_.end(), matches); row != once_.end()) {
-        const Answer given = row->answer;
-        once_.erase(row);
+    const auto matches = [&](const Row& candidate) { return candidate.matches(command); };
+    if (const auto one = std::find_if(once_.begin(), once_.end(), matches); one != once_.end()) {
+        const Answer given = one->answer;
+        once_.erase(one);
         return given;
     }
     const auto over = std::find_if(overriding_.begin(), overriding_.end(), matches);
     if (over != overriding_.end()) {
         return over->answer;
     }
-    const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& candidate) {
-        const bool reachable = candidate.application == 0 || candidate.application == selected_ ||
-                               candidate.is_select();
-        return reachable && candidate.matches(command);
-    });
-    if (row == rows_.end() && otherwise_) {
+    if (row != nullptr) {
+        return row->answer;
+    }
+    if (otherwise_) {
         return *otherwise_;
     }
-    if (row == rows_.end()) {
-        ADD_FAILURE() << "the card has no row for " << to_hex(command);
-        return answer("6F00");
-    }
-    if (row->is_select() && row->succeeds()) {
-        selected_ = row->application;
-    }
-    return row->answer;
+    ADD_FAILURE() << "the card has no row for " << to_hex(command);
+    return answer("6F00");
 }
 
 bool ScriptedCard::Row::matches(const Bytes& sent) const {
@@ -96,11 +113,6 @@ bool ScriptedCard::Row::matches(const Bytes& sent) const {
 
 bool ScriptedCard::Row::is_select() const {
     return begins_with(command, hex("00A40400"));
-}
-
-bool ScriptedCard::Row::succeeds() const {
-    const Bytes& bytes = answer.bytes;
-    return bytes.size() >= 2 && Bytes(bytes.end() - 2, bytes.end()) == hex("9000");
 }
 
 std::vector<ScriptedCard::Row> ScriptedCard::read_rows(std::string_view text) {

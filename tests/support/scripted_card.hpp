@@ -10,8 +10,9 @@
 //       !-11                                the reader fails with this result
 //
 // Rows that follow a SELECT (00A40400...) belong to that application: they answer only while it is
-// the one selected last. Rows before the first SELECT, and the SELECT rows themselves, always
-// answer. The first row that matches wins; a command that no row matches fails the test.
+// the one selected last, by an answer that ends with 9000, be it the row's own or one put in its
+// place. Rows before the first SELECT, and the SELECT rows themselves, always answer. The first row
+// that matches wins; a command that no row matches fails the test.
 #pragma once
 
 #include <deque>
@@ -57,10 +58,14 @@ class ScriptedCard {
 
         bool matches(const Bytes& sent) const;
         bool is_select() const;
-        bool succeeds() const;
     };
 
     static std::vector<Row> read_rows(std::string_view text);
+
+    // The row of the card itself that matches a command, or null.
+    const Row* find_row(const Bytes& command) const;
+    // What the card is to answer: its row, or whatever takes its place.
+    Answer answer_to(const Bytes& command, const Row* row);
 
     std::vector<Row> rows_;
     std::vector<Row> overriding_;
