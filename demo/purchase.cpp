@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <exception>
 #include <string>
@@ -134,8 +135,12 @@ void run() {
 
     std::puts("\nThe card's log");
     const demo::LogRecord record = terminal.latest_log_record(first_application);
+    constexpr int atc_digits = 4;
+    char atc[atc_digits + 1];
+    std::snprintf(atc, sizeof atc, "%04X", unsigned{request.covered.atc});
     expect(record.amount == purchase.amount && record.merchant == purchase.merchant &&
-               record.date == "20" + purchase.date && record.time == purchase.time,
+               record.date == "20" + purchase.date && record.time == purchase.time &&
+               record.atc == atc,
            "the newest log record is this purchase");
     say("newest record", record.date + " " + record.time + ", " + yuan(record.amount) + ", " +
                              record.merchant.substr(0, record.merchant.find_last_not_of(' ') + 1) +
@@ -147,6 +152,7 @@ void run() {
 }  // namespace
 
 int main() {
+    unsetenv("QUORRIN_SIMULATOR");  // the bank here is that of the card built in
     try {
         run();
         return 0;
