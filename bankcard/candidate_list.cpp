@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "quorrin/quorrin.h"
-#include "tlv/ber_tlv.hpp"
+#include "tlv/codec/ber_tlv.hpp"
 
 char gucAidList[200] = {};
 std::uint8_t gucAidListLen = 0;

@@ -4,8 +4,8 @@
 #include "bankcard/candidate_list.hpp"
 #include "bankcard/flow_codes.hpp"
 #include "quorrin/quorrin.h"
-#include "tlv/ber_tlv.hpp"
-#include "tlv/host_bytes.hpp"
+#include "tlv/codec/ber_tlv.hpp"
+#include "boundary/host_bytes.hpp"
 
 namespace quorrin {
 namespace {

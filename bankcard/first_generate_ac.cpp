@@ -8,8 +8,8 @@
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
 #include "reader/codes.hpp"
-#include "tlv/ber_tlv.hpp"
-#include "tlv/dol.hpp"
+#include "tlv/codec/ber_tlv.hpp"
+#include "tlv/dol/dol.hpp"
 
 std::uint8_t gucGetArqcFlag = 0;
 

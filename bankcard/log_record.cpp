@@ -7,7 +7,7 @@
 
 #include "bankcard/flow_codes.hpp"
 #include "quorrin/quorrin.h"
-#include "tlv/ber_tlv.hpp"
+#include "tlv/codec/ber_tlv.hpp"
 
 namespace quorrin::log_record {
 namespace {

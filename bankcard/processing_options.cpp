@@ -9,9 +9,9 @@
 #include "emvdata/element_store.hpp"
 #include "emvdata/elements.hpp"
 #include "quorrin/quorrin.h"
-#include "tlv/ber_tlv.hpp"
-#include "tlv/dol.hpp"
-#include "tlv/host_bytes.hpp"
+#include "tlv/codec/ber_tlv.hpp"
+#include "tlv/dol/dol.hpp"
+#include "boundary/host_bytes.hpp"
 
 namespace quorrin {
 namespace {

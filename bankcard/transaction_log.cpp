@@ -13,7 +13,7 @@
 #include "quorrin/quorrin.h"
 #include "reader/codes.hpp"
 #include "reader/process_stop.hpp"
-#include "tlv/ber_tlv.hpp"
+#include "tlv/codec/ber_tlv.hpp"
 
 using namespace quorrin;
 

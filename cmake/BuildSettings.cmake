@@ -28,3 +28,13 @@ elseif(QUORRIN_INSTRUMENTATION STREQUAL "coverage")
   add_compile_options(--coverage)
   add_link_options(--coverage)
 endif()
+
+# A compiler cache, where the machine has one, saves what has been compiled before.
+find_program(QUORRIN_CCACHE ccache)
+if(QUORRIN_CCACHE)
+  foreach(language C CXX)
+    if(NOT CMAKE_${language}_COMPILER_LAUNCHER)
+      set(CMAKE_${language}_COMPILER_LAUNCHER ${QUORRIN_CCACHE})
+    endif()
+  endforeach()
+endif()

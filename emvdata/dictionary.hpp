@@ -9,7 +9,7 @@
 #include <span>
 
 #include "quorrin/quorrin.h"
-#include "tlv/ber_tlv.hpp"
+#include "tlv/codec/ber_tlv.hpp"
 
 namespace quorrin {
 

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "emvdata/element_store.hpp"
-#include "tlv/host_bytes.hpp"
+#include "boundary/host_bytes.hpp"
 
 using namespace quorrin;
 

@@ -4,8 +4,8 @@
 
 #include "emvdata/element_store.hpp"
 #include "reader/process_stop.hpp"
-#include "tlv/ber_tlv.hpp"
-#include "tlv/host_bytes.hpp"
+#include "tlv/codec/ber_tlv.hpp"
+#include "boundary/host_bytes.hpp"
 
 namespace quorrin {
 namespace {

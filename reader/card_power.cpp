@@ -1,4 +1,4 @@
-// Powering card slots and finding the user's card.
+// Powering card slots, finding the user's card, and closing down: card first, then reader.
 
 #include <algorithm>
 #include <cstring>
@@ -81,6 +81,13 @@ std::int64_t FindUserCard(std::int64_t handle, std::int32_t mode) {
         default:
             return code::bad_parameter;
     }
+}
+
+std::int64_t CloseAllDevice() {
+    // Deliberate: the kind that is current now is powered down, whichever was powered, and also with
+    // handle 0, which PowerDown refuses silently: a host may close at any time.
+    PowerDown(ReaderHandle, EG_nUserCardType);
+    return CloseDevice(&ReaderHandle);
 }
 
 std::int64_t icBandkCardPowerUp(std::int32_t iType, char* msg) {

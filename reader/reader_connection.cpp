@@ -59,13 +59,6 @@ std::int64_t CloseDevice(std::int64_t* handle) {
     return code::success;
 }
 
-std::int64_t CloseAllDevice() {
-    // Deliberate: the kind that is current now is powered down, whichever was powered, and also with
-    // handle 0, which PowerDown refuses silently: a host may close at any time.
-    PowerDown(ReaderHandle, EG_nUserCardType);
-    return CloseDevice(&ReaderHandle);
-}
-
 std::int64_t GetDevSerial(std::int64_t handle, char* serial) {
     if (serial == nullptr) {
         return code::bad_parameter;

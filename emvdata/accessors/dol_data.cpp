@@ -2,7 +2,7 @@
 // (EMV book 3, section 5.4).
 
 #include "emvdata/accessors/families.hpp"
-#include "tlv/ber_tlv.hpp"
+#include "tlv/codec/ber_tlv.hpp"
 
 using namespace quorrin;
 using namespace quorrin::accessor;

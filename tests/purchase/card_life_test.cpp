@@ -25,7 +25,7 @@ class TwelvePurchases : public PurchaseTest {
 
     void buy_and_load(unsigned n) {
         buy(approval_with(ScriptPhase::AfterFinalCryptogram,
-                          {issuer::put_data(0x9F79, hex(balance(n)))}),
+                          {bank::put_data(0x9F79, hex(balance(n)))}),
             {.amount = amount(n), .date = "260708", .time = time(n)});
     }
 

@@ -39,7 +39,7 @@ TEST_P(FlippedBitForTheBank, IsDeclinedWithNothingForTheCardToTrust) {
         {"5F34", {&request.pan_sequence_number, 1}},
     };
     const auto expect_refusal = [&](const char* name, std::size_t bit) {
-        const auto refusal = issuer::answer_online(card.product(), request);
+        const auto refusal = bank::answer_online(card.product(), request);
         EXPECT_FALSE(refusal.cryptogram_right) << name << ", bit " << bit;
         EXPECT_EQ(refusal.issuer_data, hex("8A02 3035")) << name << ", bit " << bit;
         EXPECT_FALSE(refusal.reason.empty()) << name << ", bit " << bit;
@@ -157,23 +157,23 @@ class FlippedBitOfScriptCommand : public PurchaseTest,
                                   public testing::WithParamInterface<ScriptOfCard> {
   protected:
     // Within a transaction: the record is read from the card.
-    issuer::ScriptCommand command() const {
+    bank::ScriptCommand command() const {
         switch (GetParam().script) {
             case Script::PutData:
-                return issuer::put_data(card.amounts.at(0), hex("000000054321"));
+                return bank::put_data(card.amounts.at(0), hex("000000054321"));
             case Script::UpdateRecord:
-                return issuer::update_record(card.holder_file, card.holder_record,
+                return bank::update_record(card.holder_file, card.holder_record,
                                              holder_record_renamed());
             case Script::PinChange:
-                return issuer::pin_change("97531");
+                return bank::pin_change("97531");
             case Script::PinChangeUnderCurrent:
-                return issuer::pin_change("97531", card.pin);
+                return bank::pin_change("97531", card.pin);
             case Script::PinUnblock:
-                return issuer::pin_unblock();
+                return bank::pin_unblock();
             case Script::ApplicationBlock:
-                return issuer::application_block();
+                return bank::application_block();
             case Script::CardBlock:
-                return issuer::card_block();
+                return bank::card_block();
         }
         throw std::logic_error("a script without a command");
     }
@@ -230,8 +230,8 @@ TEST_P(DamagedCommandAmongOthers, TakesThoseAfterItWithIt) {
     const auto request = request_authorisation();
     const auto decision = approval_with(
         ScriptPhase::BeforeFinalCryptogram,
-        {issuer::put_data(tag, hex("000000000111")), issuer::put_data(tag, hex("000000000222")),
-         issuer::put_data(tag, hex("000000000333"))});
+        {bank::put_data(tag, hex("000000000111")), bank::put_data(tag, hex("000000000222")),
+         bank::put_data(tag, hex("000000000333"))});
     const Bytes right = answer(request, decision).issuer_data;
     constexpr std::size_t command_object = 2 + 5 + 6 + 4;
     deliver(with_flipped_bit(right, 8 * (right.size() - command_object) - 1));

@@ -47,26 +47,26 @@ void PurchaseTest::power_again() {
     terminal.emplace(card.card_kind);
 }
 
-issuer::OnlineRequest PurchaseTest::request_authorisation(const Purchase& purchase) {
+bank::OnlineRequest PurchaseTest::request_authorisation(const Purchase& purchase) {
     terminal->request_cryptogram(card.aid, purchase);
     return terminal->online_request();
 }
 
-issuer::OnlineAnswer PurchaseTest::answer(const issuer::OnlineRequest& request,
-                                          const issuer::Decision& decision) const {
-    auto answer = issuer::answer_online(card.product(), request, decision);
+bank::OnlineAnswer PurchaseTest::answer(const bank::OnlineRequest& request,
+                                          const bank::Decision& decision) const {
+    auto answer = bank::answer_online(card.product(), request, decision);
     EXPECT_TRUE(answer.cryptogram_right) << answer.reason;
     return answer;
 }
 
-issuer::OnlineRequest PurchaseTest::buy(const issuer::Decision& decision, const Purchase& what) {
+bank::OnlineRequest PurchaseTest::buy(const bank::Decision& decision, const Purchase& what) {
     const auto request = request_authorisation(what);
     deliver(answer(request, decision).issuer_data);
     return request;
 }
 
 void PurchaseTest::run_script(ScriptPhase phase,
-                              const std::vector<issuer::ScriptCommand>& commands) {
+                              const std::vector<bank::ScriptCommand>& commands) {
     buy(approval_with(phase, commands));
     const auto results = terminal->script_results();
     ASSERT_EQ(results.size(), 1U);
@@ -151,9 +151,9 @@ Bytes PurchaseTest::verification_and_status() {
     return bytes;
 }
 
-issuer::Decision approval_with(ScriptPhase phase,
-                               const std::vector<issuer::ScriptCommand>& commands) {
-    issuer::Decision decision;
+bank::Decision approval_with(ScriptPhase phase,
+                               const std::vector<bank::ScriptCommand>& commands) {
+    bank::Decision decision;
     decision.scripts = {{.phase = phase, .identifier = {}, .commands = commands}};
     return decision;
 }

@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "demo/purchase_terminal.hpp"
-#include "issuer/online_answer.hpp"
+#include "hosts/demo/purchase_terminal.hpp"
+#include "bank/online_answer.hpp"
 #include "tests/purchase/shipped_cards.hpp"
 #include "tests/support/bytes.hpp"
 #include "tests/support/temporary_directory.hpp"
@@ -18,7 +18,7 @@ namespace quorrin::test {
 
 using demo::Purchase;
 using demo::stored_element;
-using issuer::ScriptPhase;
+using bank::ScriptPhase;
 
 class PurchaseTest : public testing::Test {
   protected:
@@ -31,17 +31,17 @@ class PurchaseTest : public testing::Test {
     void power_again();
 
     // A purchase up to what goes online.
-    issuer::OnlineRequest request_authorisation(const Purchase& purchase = {});
+    bank::OnlineRequest request_authorisation(const Purchase& purchase = {});
     // The bank's answer to it; a wrong cryptogram fails the test.
-    issuer::OnlineAnswer answer(const issuer::OnlineRequest& request,
-                                const issuer::Decision& decision = {}) const;
+    bank::OnlineAnswer answer(const bank::OnlineRequest& request,
+                                const bank::Decision& decision = {}) const;
     // The answer's bytes, changed or not, to the card.
     void deliver(const Bytes& issuer_data) { terminal->take_answer(to_hex(issuer_data)); }
 
     // A whole purchase; the card must take the bank's answer.
-    issuer::OnlineRequest buy(const issuer::Decision& decision = {}, const Purchase& what = {});
+    bank::OnlineRequest buy(const bank::Decision& decision = {}, const Purchase& what = {});
     // The same with one script.
-    void run_script(ScriptPhase phase, const std::vector<issuer::ScriptCommand>& commands);
+    void run_script(ScriptPhase phase, const std::vector<bank::ScriptCommand>& commands);
 
     // A command to the card by the host itself: response data and status word.
     Bytes send(std::string_view header, const Bytes& data = {}) const;
@@ -79,8 +79,8 @@ std::int64_t failure_of(Call&& call) {
     }
 }
 
-issuer::Decision approval_with(ScriptPhase phase,
-                               const std::vector<issuer::ScriptCommand>& commands);
+bank::Decision approval_with(ScriptPhase phase,
+                               const std::vector<bank::ScriptCommand>& commands);
 
 // The bytes with one bit of them changed, counted from the first byte's most significant one.
 Bytes with_flipped_bit(Bytes bytes, std::size_t bit);

@@ -32,7 +32,7 @@ class CardThatSpeaksT0 : public PurchaseTest, public testing::WithParamInterface
         const Bytes renamed = holder_record_renamed();
         outcome.issuer_data =
             answer(request, approval_with(ScriptPhase::BeforeFinalCryptogram,
-                                          {issuer::update_record(card.holder_file,
+                                          {bank::update_record(card.holder_file,
                                                                  card.holder_record, renamed)}))
                 .issuer_data;
         deliver(outcome.issuer_data);

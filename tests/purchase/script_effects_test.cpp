@@ -9,7 +9,7 @@
 namespace quorrin::test {
 namespace {
 
-using issuer::CommandClass;
+using bank::CommandClass;
 
 const Bytes pin_blocked{0x69, 0x83};
 
@@ -47,11 +47,11 @@ TEST_P(PutData, ChangesTheAmountsThatTheHostReads) {
     const Amount amounts[] = {{0x9F79, 'E', "000000012345"},
                               {0x9F77, 'F', "000000234567"},
                               {0x9F78, 'G', "000000045678"}};
-    std::vector<issuer::ScriptCommand> commands;
+    std::vector<bank::ScriptCommand> commands;
     std::map<char, std::string> expected;
     for (const Amount& amount : amounts) {
         if (std::ranges::find(card.amounts, amount.tag) != card.amounts.end()) {
-            commands.push_back(issuer::put_data(amount.tag, hex(amount.value), command_class()));
+            commands.push_back(bank::put_data(amount.tag, hex(amount.value), command_class()));
             expected[amount.key] = amount.value;
         }
     }
@@ -74,7 +74,7 @@ TEST_P(UpdateRecord, ChangesTheNameThatTheHostReads) {
     request_authorisation();
     const Bytes renamed = holder_record_renamed();
     ASSERT_NE(holder_record(), join(renamed, done));
-    run_script(phase(), {issuer::update_record(card.holder_file, card.holder_record, renamed,
+    run_script(phase(), {bank::update_record(card.holder_file, card.holder_record, renamed,
                                                command_class())});
     EXPECT_EQ(holder_record(), join(renamed, done));
     EXPECT_EQ(stored_element(0x5F20), text_bytes(card.holder)) << "as read before the script";
@@ -120,7 +120,7 @@ TEST_P(PinScript, ChangesThePinAndGivesBackTheTries) {
     request_authorisation();
     EXPECT_EQ(verify(card.pin), done);
     use_up_the_pin_tries();
-    run_script(phase(), {issuer::pin_change(next_pin)});
+    run_script(phase(), {bank::pin_change(next_pin)});
     EXPECT_EQ(pin_tries(), card.pin_tries);
     EXPECT_EQ(verify(card.pin), (Bytes{0x63, static_cast<std::uint8_t>(0xBF + card.pin_tries)}));
     EXPECT_EQ(verify(next_pin), done);
@@ -132,7 +132,7 @@ TEST_P(PinScript, ChangesThePinAndGivesBackTheTries) {
 
 TEST_P(PinScript, ChangesThePinWhereTheBankKnowsTheCurrentOne) {
     const std::string next_pin = "1357";
-    run_script(phase(), {issuer::pin_change(next_pin, card.pin)});
+    run_script(phase(), {bank::pin_change(next_pin, card.pin)});
     EXPECT_EQ(verify(card.pin), (Bytes{0x63, static_cast<std::uint8_t>(0xBF + card.pin_tries)}));
     EXPECT_EQ(verify(next_pin), done);
 }
@@ -140,7 +140,7 @@ TEST_P(PinScript, ChangesThePinWhereTheBankKnowsTheCurrentOne) {
 TEST_P(PinScript, KeepsThePinWhereTheBankIsWrongAboutTheCurrentOne) {
     request_authorisation();
     EXPECT_EQ(verify(wrong_pin).at(0), 0x63);
-    run_script(phase(), {issuer::pin_change("1357", wrong_pin)});
+    run_script(phase(), {bank::pin_change("1357", wrong_pin)});
     EXPECT_EQ(pin_tries(), card.pin_tries - 1) << "the failed change gives no try back";
     EXPECT_EQ(verify("1357").at(0), 0x63);
     EXPECT_EQ(verify(card.pin), done);
@@ -149,7 +149,7 @@ TEST_P(PinScript, KeepsThePinWhereTheBankIsWrongAboutTheCurrentOne) {
 TEST_P(PinScript, UnblocksThePinAndKeepsIt) {
     request_authorisation();
     use_up_the_pin_tries();
-    run_script(phase(), {issuer::pin_unblock()});
+    run_script(phase(), {bank::pin_unblock()});
     EXPECT_EQ(pin_tries(), card.pin_tries);
     EXPECT_EQ(verify(card.pin), done);
 }
@@ -170,7 +170,7 @@ class BlockScript : public CardScript {
 
 TEST_P(BlockScript, BlocksTheApplicationUntilAnotherUnblocksIt) {
     constexpr std::int64_t selected_file_invalidated = -26881;  // 6283
-    const auto request = buy(approval_with(phase(), {issuer::application_block()}));
+    const auto request = buy(approval_with(phase(), {bank::application_block()}));
     EXPECT_TRUE(terminal->card_accepted_issuer());
     expect_refusals(selected_file_invalidated);
     power_again();
@@ -178,20 +178,20 @@ TEST_P(BlockScript, BlocksTheApplicationUntilAnotherUnblocksIt) {
 
     // A blocked application gives no cryptogram that the bank could answer, so the bank seals the
     // unblocking with the last one.
-    deliver(answer(request, approval_with(phase(), {issuer::application_unblock()})).issuer_data);
+    deliver(answer(request, approval_with(phase(), {bank::application_unblock()})).issuer_data);
     EXPECT_EQ(buy().covered.atc, request.covered.atc + 1);
     EXPECT_TRUE(terminal->card_accepted_issuer());
 }
 
 TEST_P(BlockScript, BlocksTheCardForGood) {
     constexpr std::int64_t function_not_supported = -27265;  // 6A81
-    const auto request = buy(approval_with(phase(), {issuer::card_block()}));
+    const auto request = buy(approval_with(phase(), {bank::card_block()}));
     expect_refusals(function_not_supported);
     power_again();
     expect_refusals(function_not_supported);
     EXPECT_EQ(send("0084 0000"), hex("6A81"));
 
-    deliver(answer(request, approval_with(phase(), {issuer::application_unblock()})).issuer_data);
+    deliver(answer(request, approval_with(phase(), {bank::application_unblock()})).issuer_data);
     expect_refusals(function_not_supported);
 }
 
@@ -206,14 +206,14 @@ class ScriptsOfBothPhases : public PurchaseTest, public testing::WithParamInterf
 TEST_P(ScriptsOfBothPhases, AreCarriedOutInTheirOrder) {
     insert(GetParam());
     const std::uint16_t tag = card.amounts.at(0);
-    issuer::Decision decision;
+    bank::Decision decision;
     decision.scripts = {{.phase = ScriptPhase::AfterFinalCryptogram,
-                         .identifier = issuer::ScriptIdentifier{7, 2, 7, 2},
-                         .commands = {issuer::put_data(tag, hex("000000000333"))}},
+                         .identifier = bank::ScriptIdentifier{7, 2, 7, 2},
+                         .commands = {bank::put_data(tag, hex("000000000333"))}},
                         {.phase = ScriptPhase::BeforeFinalCryptogram,
-                         .identifier = issuer::ScriptIdentifier{7, 1, 7, 1},
-                         .commands = {issuer::put_data(tag, hex("000000000111")),
-                                      issuer::put_data(tag, hex("000000000222"))}}};
+                         .identifier = bank::ScriptIdentifier{7, 1, 7, 1},
+                         .commands = {bank::put_data(tag, hex("000000000111")),
+                                      bank::put_data(tag, hex("000000000222"))}}};
     const auto request = buy(decision);
     EXPECT_TRUE(terminal->card_accepted_issuer());
     const auto results = terminal->script_results();
@@ -232,7 +232,7 @@ INSTANTIATE_TEST_SUITE_P(Cards, ScriptsOfBothPhases, testing::ValuesIn(shipped_c
 
 TEST_F(PurchaseTest, BlockedApplicationLeavesTheOtherOneOfTheCardInUse) {
     insert(shipped_card("two_applications"));
-    run_script(ScriptPhase::AfterFinalCryptogram, {issuer::application_block()});
+    run_script(ScriptPhase::AfterFinalCryptogram, {bank::application_block()});
     EXPECT_EQ(failure_of([&] { request_authorisation(); }), -26881);
     card = shipped_card("two_applications_debit");
     buy();

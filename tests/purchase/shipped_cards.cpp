@@ -4,7 +4,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "issuer/test_bank.hpp"
+#include "bank/test_bank.hpp"
 
 namespace quorrin::test {
 namespace {
@@ -13,7 +13,7 @@ const std::vector<ShippedCard>& rows() {
     static const std::vector<ShippedCard> cards{
         {.name = "debit",
          .profile = "debit",
-         .product = issuer::test_debit_product,
+         .product = bank::test_debit_product,
          .pan = "9999010000000011",
          .holder = "TEST/CARD HOLDER",
          .atc = 10,
@@ -24,7 +24,7 @@ const std::vector<ShippedCard>& rows() {
         {.name = "credit",
          .profile = "credit",
          .aid = "A000000333010102",
-         .product = issuer::test_credit_product,
+         .product = bank::test_credit_product,
          .pan = "9999020000000028",
          .holder = "TEST/CREDIT",
          .atc = 41,
@@ -33,7 +33,7 @@ const std::vector<ShippedCard>& rows() {
          .pin_tries = 5},
         {.name = "gm",
          .profile = "gm",
-         .product = issuer::test_gm_product,
+         .product = bank::test_gm_product,
          .pan = "9999030000000035",
          .holder = "TEST/GM CARD",
          .atc = 7,
@@ -44,13 +44,13 @@ const std::vector<ShippedCard>& rows() {
         // The directory names its credit application first.
         {.name = "two_applications",
          .profile = "two_applications",
-         .product = issuer::test_debit_product,
+         .product = bank::test_debit_product,
          .pan = "9999040000000042",
          .holder = "TEST/TWO CREDIT"},
         {.name = "two_applications_debit",
          .profile = "two_applications",
          .aid = "A000000333010101",
-         .product = issuer::test_debit_product,
+         .product = bank::test_debit_product,
          .pan = "9999040000000059",
          .holder = "TEST/TWO DEBIT",
          .pin = "0000",
@@ -58,7 +58,7 @@ const std::vector<ShippedCard>& rows() {
          .amounts = {0x9F79}},
         {.name = "old",
          .profile = "old",
-         .product = issuer::test_debit_product,
+         .product = bank::test_debit_product,
          .pan = "9999050000000000060",
          .holder = "TEST/OLD",
          .holder_record = 2,
@@ -68,7 +68,7 @@ const std::vector<ShippedCard>& rows() {
          .slot = "contactless",
          .card_kind = 12,
          .aid = "A000000333010101",
-         .product = issuer::test_debit_product,
+         .product = bank::test_debit_product,
          .pan = "9999060000000073",
          .holder = "TEST/QUICK",
          .atc = 99,

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "issuer/online_answer.hpp"
+#include "bank/online_answer.hpp"
 
 namespace quorrin::test {
 
@@ -19,7 +19,7 @@ struct ShippedCard {
     std::string slot = "contact";
     int card_kind = 11;
     std::string aid{};  // how the host names it; empty takes the first of the directory
-    issuer::CardProduct (*product)() = nullptr;
+    bank::CardProduct (*product)() = nullptr;
     std::string pan{};
     std::string holder{};
     std::uint16_t atc = 0;  // last one used

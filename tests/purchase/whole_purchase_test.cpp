@@ -37,7 +37,7 @@ TEST_P(WholePurchase, IsAuthorisedByTheBankAndTakenByTheCard) {
     EXPECT_EQ(to_hex(request.covered.amount_authorised), purchase.amount);
     EXPECT_EQ(to_hex(request.covered.date), purchase.date);
 
-    issuer::Decision decision;
+    bank::Decision decision;
     decision.authorisation_code = {'1', '2', '3', 'A', 'B', 'C'};
     const auto bank = answer(request, decision);
     EXPECT_TRUE(bank.approved);
@@ -76,9 +76,9 @@ TEST_P(WholePurchase, IsNotAuthenticatedWhenTheBankDeclinesAWrongCryptogram) {
     auto request = request_authorisation();
     const std::string before = card_contents();
     request.arqc[0] ^= 0x01;
-    const auto refusal = issuer::answer_online(
+    const auto refusal = bank::answer_online(
         card.product(), request,
-        approval_with(ScriptPhase::BeforeFinalCryptogram, {issuer::application_block()}));
+        approval_with(ScriptPhase::BeforeFinalCryptogram, {bank::application_block()}));
     EXPECT_FALSE(refusal.cryptogram_right);
     EXPECT_FALSE(refusal.approved);
     EXPECT_EQ(refusal.issuer_data, hex("8A02 3035"));
@@ -93,7 +93,7 @@ TEST_P(WholePurchase, IsNotAuthenticatedWhenTheBankDeclinesAWrongCryptogram) {
 }
 
 TEST_P(WholePurchase, IsAuthenticatedWhenTheBankDeclinesTheRightCryptogram) {
-    issuer::Decision decision;
+    bank::Decision decision;
     decision.response_code = {'5', '1'};
     const auto bank = answer(request_authorisation(), decision);
     EXPECT_FALSE(bank.approved);

@@ -1,0 +1,78 @@
+#include "bank/issuer_scripts.hpp"
+
+#include <stdexcept>
+
+#include "cryptography/pin_block.hpp"
+#include "bank/data_object.hpp"
+
+namespace quorrin::bank {
+namespace {
+
+using cryptography::concatenated;
+
+constexpr std::array<std::uint8_t, 2> script_identifier_tag{0x9F, 0x18};
+constexpr std::uint8_t script_command_tag = 0x86;
+
+class Sealer {
+  public:
+    Sealer(const cryptography::ScriptContext& context, const cryptography::KeySet& card_keys)
+        : context_(context), keys_(card_keys), macs_(context, card_keys.mac) {}
+
+    std::vector<std::uint8_t> template_of(const Script& script) {
+        std::vector<std::uint8_t> value;
+        if (script.identifier) {
+            value = data_object(script_identifier_tag, *script.identifier);
+        }
+        for (const ScriptCommand& command : script.commands) {
+            value = concatenated({value, data_object(script_command_tag, sealed(command))});
+        }
+        return data_object(static_cast<std::uint8_t>(script.phase), value);
+    }
+
+  private:
+    std::vector<std::uint8_t> sealed(const ScriptCommand& command) {
+        const auto data = concatenated({command.data, enciphered_pin(command)});
+        // A length beyond one byte makes no object that data_object would take.
+        const auto length = static_cast<std::uint8_t>(data.size() + sizeof(cryptography::ShortMac));
+        const cryptography::CommandHeader header{static_cast<std::uint8_t>(command.command_class),
+                                                 command.instruction, command.p1, command.p2,
+                                                 length};
+        return concatenated({header, data, macs_.seal(header, data)});
+    }
+
+    [[nodiscard]] std::vector<std::uint8_t> enciphered_pin(const ScriptCommand& command) const {
+        if (!command.new_pin) {
+            return {};
+        }
+        const auto block = cryptography::pin_change_block(keys_.cryptogram, command.new_pin->digits,
+                                                          command.new_pin->current);
+        return cryptography::encipher_script_data(context_, keys_.encipherment, block);
+    }
+
+    cryptography::ScriptContext context_;
+    cryptography::KeySet keys_;
+    cryptography::ScriptMacChain macs_;
+};
+
+}  // namespace
+
+std::vector<std::uint8_t> sealed_scripts(std::span<const Script> scripts,
+                                         const cryptography::ScriptContext& context,
+                                         const cryptography::KeySet& card_keys) {
+    Sealer sealer(context, card_keys);
+    std::vector<std::uint8_t> templates;
+    for (const auto phase :
+         {ScriptPhase::BeforeFinalCryptogram, ScriptPhase::AfterFinalCryptogram}) {
+        for (const Script& script : scripts) {
+            if (script.phase == phase) {
+                templates = concatenated({templates, sealer.template_of(script)});
+            }
+        }
+    }
+    if (templates.size() > max_script_bytes) {
+        throw std::length_error("the issuer scripts exceed the 128 bytes that terminals run");
+    }
+    return templates;
+}
+
+}  // namespace quorrin::bank

@@ -1,0 +1,63 @@
+// The bank's side of an online authorisation: checks the cryptogram and answers.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cryptography/application_cryptogram.hpp"
+#include "cryptography/card_keys.hpp"
+#include "cryptography/issuer_authentication.hpp"
+#include "bank/issuer_scripts.hpp"
+
+namespace quorrin::bank {
+
+// What the issuer knows of the cards that it made.
+struct CardProduct {
+    cryptography::Algorithm algorithm = cryptography::Algorithm::TripleDes;
+    cryptography::SessionKeyScheme session_keys = cryptography::SessionKeyScheme::Pboc;
+    cryptography::ArpcMethod arpc_method = cryptography::ArpcMethod::Method1;
+    std::uint8_t key_derivation_index = 1;  // names these master keys in 9F10
+    cryptography::KeySet master_keys;
+};
+
+// What the host sends.
+struct OnlineRequest {
+    std::string pan;                        // 5A, digits without filler
+    std::uint8_t pan_sequence_number = 0;   // 5F34, BCD
+    cryptography::Cryptogram arqc{};        // 9F26
+    cryptography::TransactionData covered;  // its card verification results are read from 9F10
+    std::vector<std::uint8_t> issuer_application_data;  // 9F10
+};
+
+// What the bank makes of a request with the right cryptogram; as it stands, a plain approval.
+struct Decision {
+    cryptography::ResponseCode response_code{'0', '0'};
+    std::optional<std::array<std::uint8_t, 6>> authorisation_code;  // 89
+
+    // ARPC method 2 only. The bits for approval and for proprietary data present are set besides.
+    cryptography::CardStatusUpdate status_update{};
+    std::vector<std::uint8_t> proprietary_data;  // at most 8 bytes
+
+    std::vector<Script> scripts;  // at most max_script_bytes in all, else std::length_error
+};
+
+struct OnlineAnswer {
+    bool cryptogram_right = false;
+    bool approved = false;
+    cryptography::ResponseCode response_code{};
+    std::string reason;                     // for a person
+    std::vector<std::uint8_t> issuer_data;  // 8A, 89, 91, 71, 72 in the order that terminals take
+
+    // As ARPCExeScript takes it.
+    [[nodiscard]] std::string issuer_data_text() const;
+};
+
+// A request whose cryptogram is not right is declined with 05, and without ARPC or scripts: nothing
+// that the card would trust goes out.
+OnlineAnswer answer_online(const CardProduct& product, const OnlineRequest& request,
+                           const Decision& decision = {});
+
+}  // namespace quorrin::bank

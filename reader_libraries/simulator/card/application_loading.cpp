@@ -1,0 +1,228 @@
+#include "reader_libraries/simulator/card/application_loading.hpp"
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+#include "reader_libraries/simulator/card/electronic_cash.hpp"
+#include "reader_libraries/simulator/card/profile_fields.hpp"
+#include "reader_libraries/simulator/card/record_reading.hpp"
+
+namespace quorrin::simulator {
+namespace {
+
+constexpr std::uint8_t last_file = 30;
+constexpr std::uint8_t last_record = 255;
+
+// GET DATA answers these from the card's own counters and logs.
+constexpr std::array<Tag, 5> own_data{0x9F36, 0x9F13, 0x9F17, 0x9F4F, 0xDF4F};
+
+Bytes load_record(const Section& section) {
+    const auto raw = section.optional_text("raw");
+    Bytes record = raw ? parsed_field(section, "raw", *raw, parse_bytes)
+                       : data_object(0x70, encoded_elements(section, "elements"));
+    if (raw && section.has("elements")) {
+        section.fail("raw", "and elements exclude each other");
+    }
+    if (record.size() > longest_answer) {
+        section.fail(raw ? "raw" : "elements", "make a record of " + std::to_string(record.size()) +
+                                                   " bytes; a card answers at most 256");
+    }
+    return record;
+}
+
+RecordFiles load_records(const Section& application) {
+    RecordFiles records;
+    for (const Section& section : application.sections("record")) {
+        const RecordAddress address{number_field<std::uint8_t>(section, "file", 1, last_file),
+                                    number_field<std::uint8_t>(section, "number", 1, last_record)};
+        if (!records.emplace(address, load_record(section)).second) {
+            section.fail("number", "stands twice in this file");
+        }
+    }
+    return records;
+}
+
+LogProfile load_log(const Section& section, std::size_t leading_bytes) {
+    LogProfile log;
+    log.file = number_field<std::uint8_t>(section, "file", 1, last_file);
+    log.capacity = number_field<std::uint8_t>(section, "records", 1, last_record);
+    log.format = object_list_bytes(section, "format");
+    log.fields = parse_object_list(log.format).value_or(std::vector<ListEntry>{});
+    const std::size_t size = leading_bytes + data_length(log.fields);
+    if (log.fields.empty() || size > longest_answer) {
+        section.fail("format", "must make records of 1 to 256 bytes");
+    }
+    log.records = list_field(section, "filled", [size](std::string_view text) {
+        auto record = parse_bytes(text);
+        if (record.size() != size) {
+            throw std::invalid_argument("has " + std::to_string(record.size()) +
+                                        " bytes, the format makes records of " +
+                                        std::to_string(size));
+        }
+        return record;
+    });
+    if (log.records.size() > log.capacity) {
+        section.fail("filled", "has more entries than the log has records");
+    }
+    return log;
+}
+
+ElementValues load_data(const Section& section) {
+    auto data = element_values(section, "data");
+    for (const auto& [tag, value] : data) {
+        const std::string name = hex_text(tag_bytes(tag));
+        if (std::ranges::find(own_data, tag) != own_data.end()) {
+            section.fail("data", name + " is kept by the card itself");
+        }
+        if (tag < 0x100 || tag > 0xFFFF) {
+            section.fail("data", name + " has no tag of two bytes, as GET DATA asks for");
+        }
+    }
+    return data;
+}
+
+// One entry for each unbroken run of records: EMV book 3 section 10.2.
+Bytes file_locator_of(const RecordFiles& records) {
+    Bytes locator;
+    RecordAddress last;
+    for (const auto& [address, record] : records) {
+        const bool goes_on = address.file == last.file && address.number == last.number + 1;
+        if (goes_on) {
+            locator[locator.size() - 2] = address.number;
+        } else {
+            append(locator, Bytes{static_cast<std::uint8_t>(address.file << 3), address.number,
+                                  address.number, 0});
+        }
+        last = address;
+    }
+    return locator;
+}
+
+Bytes load_file_locator(const Section& section, const RecordFiles& records) {
+    constexpr std::size_t longest = 252;
+    auto locator = section.optional_hex("afl", 0, longest).value_or(file_locator_of(records));
+    if (locator.size() % 4 != 0 || locator.size() > longest) {
+        section.fail("afl", "must be entries of 4 bytes, 63 at most");
+    }
+    return locator;
+}
+
+void load_pin(const Section& section, ApplicationProfile& application) {
+    const auto pin = section.optional_text("pin");
+    application.pin_try_limit = number_field_or<std::uint8_t>(section, "pin_tries", 1, 15, 3);
+    if (!pin) {
+        application.pin_try_limit = 0;
+        return;
+    }
+    if (pin->size() < 4 || pin->size() > 12 ||
+        pin->find_first_not_of("0123456789") != std::string::npos) {
+        section.fail("pin", "must be 4 to 12 digits");
+    }
+    application.pin = *pin;
+}
+
+// The digits of 5A, the filler at its end left out.
+std::string pan_of(const Section& section, const RecordFiles& records) {
+    const auto pan = find_in_records(records, 0x5A);
+    if (!pan) {
+        section.fail("record", "no record has the PAN (5A), which the card's keys are made from");
+    }
+    std::string digits = hex_text(*pan);
+    while (!digits.empty() && digits.back() == 'F') {
+        digits.pop_back();
+    }
+    return digits;
+}
+
+cryptography::KeySet load_keys(const Section& section, const RecordFiles& records,
+                               const CardProfile& card) {
+    const auto sequence = find_in_records(records, 0x5F34);
+    if (sequence && sequence->size() != 1) {
+        section.fail("record", "the PAN sequence number (5F34) is one byte");
+    }
+    try {
+        return cryptography::derive_card_keys(card.algorithm, card.master_keys,
+                                              pan_of(section, records),
+                                              sequence ? sequence->front() : std::uint8_t{0});
+    } catch (const std::invalid_argument& error) {
+        section.fail("record", error.what());
+    }
+}
+
+void check_object_lists(const Section& section, const RecordFiles& records) {
+    for (const Tag tag : {Tag{0x8C}, Tag{0x8D}}) {
+        const auto list = find_in_records(records, tag);
+        const auto entries = parse_object_list(list.value_or(Bytes{}));
+        if (!entries || data_length(*entries) > 255) {
+            section.fail("record", hex_text(tag_bytes(tag)) +
+                                       " must be tags, each with a length, for 255 bytes at most");
+        }
+    }
+}
+
+void check_balance(const Section& section, const ApplicationProfile& application) {
+    const auto balance = application.data.find(electronic_cash_balance);
+    if (balance != application.data.end() && balance->second.size() != 6) {
+        section.fail("data", "the electronic cash balance (9F79) has 6 bytes");
+    }
+}
+
+void check_files(const Section& section, const ApplicationProfile& application) {
+    std::set<std::uint8_t> log_files;
+    for (const auto* log : {&application.transaction_log, &application.load_log}) {
+        if (*log && (has_file(application.records, (*log)->file) ||
+                     !log_files.insert((*log)->file).second)) {
+            section.fail(log == &application.load_log ? "load_log" : "log",
+                         "its file is in use for something else");
+        }
+    }
+}
+
+}  // namespace
+
+ApplicationProfile load_application(const Section& section, const CardProfile& card) {
+    ApplicationProfile application;
+    application.aid = section.hex("aid", 5, 16);
+    const std::string label = section.text("label");
+    if (label.empty() || label.size() > 16) {
+        section.fail("label", "must have 1 to 16 characters");
+    }
+    application.label.assign(label.begin(), label.end());
+    if (const auto priority = section.optional_integer("priority", 0, 255)) {
+        application.priority = static_cast<std::uint8_t>(*priority);
+    }
+    application.pdol_bytes = object_list_bytes(section, "pdol");
+    application.pdol = parse_object_list(application.pdol_bytes).value_or(std::vector<ListEntry>{});
+    if (data_length(application.pdol) > 127) {
+        section.fail("pdol", "asks for more than the 127 bytes that terminals send");
+    }
+    application.fci_elements = encoded_elements(section, "fci");
+    application.fci_discretionary = encoded_elements(section, "discretionary");
+    application.interchange_profile = section.hex("aip", 2);
+    application.answer_format =
+        static_cast<AnswerFormat>(number_field_or(section, "answer_format", 1, 2, 2));
+    if (const auto quick = section.optional_section("quick")) {
+        application.quick = QuickProfile{encoded_elements(*quick, "elements")};
+    }
+    application.records = load_records(section);
+    application.file_locator = load_file_locator(section, application.records);
+    application.data = load_data(section);
+    if (const auto log = section.optional_section("log")) {
+        application.transaction_log = load_log(*log, 0);
+    }
+    if (const auto log = section.optional_section("load_log")) {
+        application.load_log = load_log(*log, load_record_head);
+    }
+    load_pin(section, application);
+    application.first_atc = number_field_or<std::uint16_t>(section, "atc", 0, 0xFFFF, 0);
+    application.first_last_online_atc =
+        number_field_or<std::uint16_t>(section, "last_online_atc", 0, 0xFFFF, 0);
+    check_object_lists(section, application.records);
+    check_balance(section, application);
+    check_files(section, application);
+    application.keys = load_keys(section, application.records, card);
+    return application;
+}
+
+}  // namespace quorrin::simulator

@@ -1,0 +1,229 @@
+#include "reader_libraries/simulator/card/profile_card.hpp"
+
+#include <algorithm>
+#include <array>
+#include <random>
+
+#include "reader_libraries/simulator/card/application_selection.hpp"
+#include "reader_libraries/simulator/card/card_data_commands.hpp"
+#include "reader_libraries/simulator/card/card_instructions.hpp"
+#include "reader_libraries/simulator/card/default_profile.hpp"
+#include "reader_libraries/simulator/card/profile_loading.hpp"
+#include "reader_libraries/simulator/card/record_reading.hpp"
+#include "reader_libraries/simulator/card/state_keeping.hpp"
+#include "reader_libraries/simulator/card/transaction_commands.hpp"
+
+namespace quorrin::simulator {
+namespace {
+
+class ProfileCard final : public CardDevice {
+  public:
+    explicit ProfileCard(CardProfile profile)
+        : profile_(std::move(profile)), state_(issued_state(profile_)) {
+        if (profile_.state_file) {
+            state_ = read_state(profile_, *profile_.state_file);
+        }
+    }
+
+    Bytes power_on() override {
+        end_session();
+        recall_state();
+        powered_ = true;
+        return profile_.answer_to_reset;
+    }
+
+    void power_off() override {
+        end_session();
+        powered_ = false;
+    }
+
+    Bytes transmit(std::span<const std::uint8_t> bytes) override {
+        if (!powered_) {
+            return {};
+        }
+        const CardState before = state_;
+        CardAnswer answer = execute(bytes);
+        if (!(state_ == before) && !keep_state()) {
+            answer = StatusWord::MemoryFailure;
+        }
+        return answer.encoded();
+    }
+
+  private:
+    using Handler = CardAnswer (ProfileCard::*)(const CardCommand&);
+    using SessionHandler = CardAnswer (*)(ApplicationSession&, const CardCommand&);
+
+    // A command is one row; those of one instruction in several classes have several.
+    struct Row {
+        std::uint8_t cla;
+        std::uint8_t ins;
+        Handler handler;
+    };
+    static const std::array<Row, 16> rows;
+
+    CardAnswer execute(std::span<const std::uint8_t> bytes) {
+        const auto command = parse_command(bytes);
+        if (!command) {
+            return StatusWord::WrongLength;
+        }
+        if (state_.blocked) {
+            return StatusWord::FunctionNotSupported;
+        }
+        const auto row = std::ranges::find_if(rows, [&](const Row& each) {
+            return each.cla == command->cla && each.ins == command->ins;
+        });
+        if (row == rows.end()) {
+            const bool known_class = std::ranges::find(rows, command->cla, &Row::cla) != rows.end();
+            return known_class ? StatusWord::InstructionNotSupported
+                               : StatusWord::ClassNotSupported;
+        }
+        return (this->*row->handler)(*command);
+    }
+
+    CardAnswer select(const CardCommand& command) {
+        constexpr std::uint8_t by_name = 0x04;
+        constexpr std::uint8_t next_occurrence = 0x02;
+        constexpr std::size_t longest_name = 16;
+        if (command.p1 != by_name || (command.p2 != 0 && command.p2 != next_occurrence)) {
+            return StatusWord::WrongParameters;
+        }
+        if (command.data.size() > longest_name) {
+            return StatusWord::WrongLength;
+        }
+        const auto found =
+            find_selection(profile_, selection_, command.data, command.p2 == next_occurrence);
+        if (!found) {
+            return StatusWord::FileNotFound;
+        }
+        end_session();
+        selection_ = *found;
+        if (std::holds_alternative<ContactDirectorySelected>(selection_)) {
+            return contact_directory_fci(profile_);
+        }
+        if (std::holds_alternative<ContactlessDirectorySelected>(selection_)) {
+            return contactless_directory_fci(profile_);
+        }
+        return open_application(std::get<ApplicationSelected>(selection_).index);
+    }
+
+    CardAnswer open_application(std::size_t index) {
+        const ApplicationProfile& application = profile_.applications[index];
+        ApplicationState& state = state_.applications[index];
+        session_.emplace(ApplicationSession{profile_, application, state_, state});
+        if (!state.blocked) {
+            return application_fci(application);
+        }
+        // A blocked application gives no more cryptograms, so the issuer seals its unblocking with
+        // the last one that there was.
+        session_->script_macs.emplace(session_->script_context(), application.keys.mac);
+        return CardAnswer(application_fci(application), StatusWord::SelectedFileInvalidated);
+    }
+
+    CardAnswer read_record(const CardCommand& command) {
+        const auto address = record_address(command);
+        if (!address) {
+            return StatusWord::WrongParameters;
+        }
+        if (!command.data.empty()) {
+            return StatusWord::WrongLength;
+        }
+        if (std::holds_alternative<ContactDirectorySelected>(selection_)) {
+            return read_directory(profile_, address->file, address->number);
+        }
+        if (!session_) {
+            return StatusWord::ConditionsNotSatisfied;
+        }
+        return simulator::read_record(*session_, *address);
+    }
+
+    CardAnswer get_challenge(const CardCommand& command) {
+        if (command.parameters() != 0) {
+            return StatusWord::WrongParameters;
+        }
+        if (!command.data.empty()) {
+            return StatusWord::WrongLength;
+        }
+        std::random_device random;
+        Bytes challenge(8);
+        std::ranges::generate(challenge, [&] { return static_cast<std::uint8_t>(random()); });
+        return challenge;
+    }
+
+    CardAnswer get_data(const CardCommand& command) {
+        if (!session_) {
+            return StatusWord::ConditionsNotSatisfied;
+        }
+        return simulator::get_data(*session_, command);
+    }
+
+    template <SessionHandler handler>
+    CardAnswer in_application(const CardCommand& command) {
+        if (!session_) {
+            return StatusWord::ConditionsNotSatisfied;
+        }
+        return handler(*session_, command);
+    }
+
+    void end_session() {
+        session_.reset();
+        selection_ = NothingSelected{};
+    }
+
+    // Another slot may hold the same card, and it may have been used meanwhile. A file spoilt
+    // meanwhile leaves the card with what it knows.
+    void recall_state() {
+        if (!profile_.state_file) {
+            return;
+        }
+        try {
+            state_ = read_state(profile_, *profile_.state_file);
+        } catch (const ConfigurationError&) {
+        }
+    }
+
+    [[nodiscard]] bool keep_state() const {
+        return !profile_.state_file || write_state(profile_, state_, *profile_.state_file);
+    }
+
+    CardProfile profile_;
+    CardState state_;
+    bool powered_ = false;
+    Selection selection_;
+    std::optional<ApplicationSession> session_;
+};
+
+const std::array<ProfileCard::Row, 16> ProfileCard::rows{{
+    {0x00, instruction::select, &ProfileCard::select},
+    {0x00, instruction::read_record, &ProfileCard::read_record},
+    {0x00, instruction::get_challenge, &ProfileCard::get_challenge},
+    {0x00, instruction::verify, &ProfileCard::in_application<verify>},
+    {0x00, instruction::external_authenticate, &ProfileCard::in_application<external_authenticate>},
+    {0x80, instruction::get_processing_options,
+     &ProfileCard::in_application<get_processing_options>},
+    {0x80, instruction::generate_ac, &ProfileCard::in_application<generate_ac>},
+    {0x80, instruction::get_data, &ProfileCard::get_data},
+    {0x84, instruction::application_block, &ProfileCard::in_application<script_command>},
+    {0x84, instruction::application_unblock, &ProfileCard::in_application<script_command>},
+    {0x84, instruction::card_block, &ProfileCard::in_application<script_command>},
+    {0x84, instruction::pin_change_unblock, &ProfileCard::in_application<script_command>},
+    {0x84, instruction::put_data, &ProfileCard::in_application<script_command>},
+    {0x84, instruction::update_record, &ProfileCard::in_application<script_command>},
+    {0x04, instruction::put_data, &ProfileCard::in_application<script_command>},
+    {0x04, instruction::update_record, &ProfileCard::in_application<script_command>},
+}};
+
+}  // namespace
+
+std::unique_ptr<CardDevice> load_card(const Section& section) {
+    return std::make_unique<ProfileCard>(load_profile(section));
+}
+
+std::unique_ptr<CardDevice> load_card_file(const std::filesystem::path& file) {
+    return load_card(read_configuration(file));
+}
+
+std::unique_ptr<CardDevice> default_card() {
+    return load_card(parse_configuration(default_profile, "built-in debit card"));
+}
+
+}  // namespace quorrin::simulator

@@ -1,0 +1,19 @@
+// The file in which a card's state outlasts the program.
+#pragma once
+
+#include <filesystem>
+
+#include "reader_libraries/simulator/card/card_state.hpp"
+
+namespace quorrin::simulator {
+
+// The state of a card that is issued now where there is no file yet. Throws ConfigurationError for
+// a file that is no state of this card.
+CardState read_state(const CardProfile& profile, const std::filesystem::path& file);
+
+// Replaces the file as a whole, so that a reader never sees half of it. False: it cannot be
+// written.
+bool write_state(const CardProfile& profile, const CardState& state,
+                 const std::filesystem::path& file);
+
+}  // namespace quorrin::simulator

@@ -1,0 +1,44 @@
+#include "reader_libraries/simulator/card/transaction_log.hpp"
+
+#include "cryptography/byte_string.hpp"
+
+namespace quorrin::simulator {
+namespace {
+
+Bytes fields_of(const ApplicationSession& session, const LogProfile& log) {
+    ElementValues values = session.terminal;
+    const auto atc = cryptography::big_endian(session.state.atc);
+    values[0x9F36] = Bytes(atc.begin(), atc.end());
+    Bytes record;
+    for (const ListEntry& field : log.fields) {
+        append(record, fitted_value(values, field.tag, field.length));
+    }
+    return record;
+}
+
+void add_record(std::vector<Bytes>& records, std::size_t capacity, Bytes record) {
+    records.insert(records.begin(), std::move(record));
+    if (records.size() > capacity) {
+        records.resize(capacity);
+    }
+}
+
+}  // namespace
+
+void log_transaction(ApplicationSession& session) {
+    if (const auto& log = session.application.transaction_log) {
+        add_record(session.state.transaction_log, log->capacity, fields_of(session, *log));
+    }
+}
+
+void log_load(ApplicationSession& session, Tag tag, const Bytes& before, const Bytes& after) {
+    if (const auto& log = session.application.load_log) {
+        Bytes record = tag_bytes(tag);
+        append(record, before);
+        append(record, after);
+        append(record, fields_of(session, *log));
+        add_record(session.state.load_log, log->capacity, std::move(record));
+    }
+}
+
+}  // namespace quorrin::simulator

@@ -1,0 +1,15 @@
+// The logs that a card writes of itself: EMV book 3 annex D, PBOC for electronic cash loads.
+#pragma once
+
+#include "reader_libraries/simulator/card/application_session.hpp"
+
+namespace quorrin::simulator {
+
+// The transaction as the terminal described it, as record 1. The oldest record makes room.
+void log_transaction(ApplicationSession& session);
+
+// A changed electronic cash balance: its tag, the balances before and after, then the format's
+// fields. Does nothing on a card without a load log.
+void log_load(ApplicationSession& session, Tag tag, const Bytes& before, const Bytes& after);
+
+}  // namespace quorrin::simulator

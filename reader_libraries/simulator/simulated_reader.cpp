@@ -1,0 +1,192 @@
+#include "reader_libraries/simulator/simulated_reader.hpp"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include "reader_libraries/simulator/device_codes.hpp"
+
+namespace quorrin::simulator {
+namespace {
+
+std::optional<std::string> content_of(const std::filesystem::path& file) {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored)) {
+        return std::nullopt;
+    }
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) {
+        return std::nullopt;
+    }
+    return std::string{std::istreambuf_iterator<char>(stream), {}};
+}
+
+// The same name can mean another file once the host has changed its directory.
+SourceFile source_file(const std::filesystem::path& file) {
+    return {std::filesystem::absolute(file), content_of(file)};
+}
+
+template <std::size_t Room>
+void write_text(std::span<char, Room> out, const std::string& text) {
+    const std::size_t length = std::min(text.size(), Room - 1);
+    std::copy_n(text.begin(), length, out.begin());
+    out[length] = '\0';
+}
+
+// What a device gives as an answer of at least `least` bytes, or what the reader reports instead.
+template <std::size_t Room, typename Call>
+std::int64_t take_answer(std::span<std::uint8_t, Room> out, Call&& call) {
+    try {
+        const Bytes answer = call();
+        if (answer.size() > Room) {
+            return device::check_error;
+        }
+        std::ranges::copy(answer, out.begin());
+        return static_cast<std::int64_t>(answer.size());
+    } catch (const ReaderFailure& failure) {
+        return failure.result();
+    }
+}
+
+}  // namespace
+
+std::int64_t SimulatedReader::open(const std::optional<std::filesystem::path>& file,
+                                   std::span<char, name_room> name) {
+    if (handle_ == 0) {
+        if (!setup_is_current(file)) {
+            load(file);
+        }
+        for (std::size_t i = 0; i < slot_count; ++i) {
+            const SlotSetup& from = setup_->slots[i];
+            if (from.card == nullptr) {
+                continue;
+            }
+            CardDevice* card = from.card.get();
+            if (from.t0) {
+                slots_[i].framing = std::make_unique<T0Framing>(*card, *from.t0);
+                card = slots_[i].framing.get();
+            }
+            slots_[i].front = std::make_unique<FaultInjection>(*card, from.faults);
+        }
+        handle_ = ++last_handle_;
+    }
+    write_text(name, setup_->name);
+    return handle_;
+}
+
+std::int64_t SimulatedReader::close() {
+    if (handle_ == 0) {
+        return device::not_connected;
+    }
+    for (Slot& slot : slots_) {
+        cut_power(slot);
+        slot = {};
+    }
+    handle_ = 0;
+    return device::success;
+}
+
+std::int64_t SimulatedReader::power_on(std::int64_t handle, int code,
+                                       std::span<std::uint8_t, atr_room> atr) {
+    Slot* slot = nullptr;
+    if (const auto found = find_card(handle, find_slot(&SlotRow::code, code), slot); found != 0) {
+        return found;
+    }
+    const std::int64_t result = take_answer(atr, [&] { return slot->front->power_on(); });
+    slot->powered = result > 0;
+    return result == 0 ? device::mute : result;
+}
+
+std::int64_t SimulatedReader::power_off(std::int64_t handle, int code) {
+    Slot* slot = nullptr;
+    const auto index = find_slot(&SlotRow::power_off_code, code);
+    if (const auto found = find_card(handle, index, slot); found != 0) {
+        return found;
+    }
+    cut_power(*slot);
+    return device::success;
+}
+
+std::int64_t SimulatedReader::exchange(std::int64_t handle, int code,
+                                       std::span<const std::uint8_t> command,
+                                       std::span<std::uint8_t, response_room> response) {
+    Slot* slot = nullptr;
+    if (const auto found = find_card(handle, find_slot(&SlotRow::code, code), slot); found != 0) {
+        return found;
+    }
+    if (command.size() < shortest_command || command.size() > longest_command) {
+        return device::bad_parameter;
+    }
+    if (!slot->powered) {
+        return device::not_powered;
+    }
+    return take_answer(response, [&] { return slot->front->transmit(command); });
+}
+
+std::int64_t SimulatedReader::serial(std::int64_t handle,
+                                     std::span<char, serial_room> serial) const {
+    if (const auto wrong = check_handle(handle); wrong != 0) {
+        return wrong;
+    }
+    write_text(serial, setup_->serial);
+    return device::success;
+}
+
+bool SimulatedReader::setup_is_current(const std::optional<std::filesystem::path>& file) const {
+    if (!setup_ || sources_.empty() == file.has_value() ||
+        (file && sources_.front().path != std::filesystem::absolute(*file))) {
+        return false;
+    }
+    return std::ranges::all_of(sources_, [](const SourceFile& source) {
+        return source.content && content_of(source.path) == source.content;
+    });
+}
+
+void SimulatedReader::load(const std::optional<std::filesystem::path>& file) {
+    std::vector<SourceFile> sources;
+    if (!file) {
+        setup_ = built_in_reader();
+    } else {
+        sources.push_back(source_file(*file));
+        ReaderSetup setup = read_reader_file(*file);
+        for (const auto& profile : setup.profiles) {
+            sources.push_back(source_file(profile));
+        }
+        setup_ = std::move(setup);
+    }
+    sources_ = std::move(sources);
+}
+
+std::int64_t SimulatedReader::check_handle(std::int64_t handle) const {
+    if (handle_ == 0) {
+        return device::not_connected;
+    }
+    return handle == handle_ ? device::success : device::bad_parameter;
+}
+
+// The slot with a card that a host means, or why there is none.
+std::int64_t SimulatedReader::find_card(std::int64_t handle, std::optional<std::size_t> index,
+                                        Slot*& slot) {
+    if (const auto wrong = check_handle(handle); wrong != 0) {
+        return wrong;
+    }
+    if (!index) {
+        return device::bad_parameter;
+    }
+    slot = &slots_[*index];
+    if (slot->front == nullptr || !slot->front->card_present()) {
+        cut_power(*slot);  // a card that was pulled out lost its session with the power
+        return device::no_card;
+    }
+    return device::success;
+}
+
+void SimulatedReader::cut_power(Slot& slot) {
+    if (slot.powered) {
+        slot.powered = false;
+        slot.front->power_off();
+    }
+}
+
+}  // namespace quorrin::simulator

@@ -1,0 +1,230 @@
+// The profiles that are shipped, and the one of the documentation, each through a purchase.
+#include <fstream>
+#include <sstream>
+
+#include "tests/reader_libraries/simulator/card/test_profile.hpp"
+
+namespace quorrin::test {
+namespace {
+
+using cryptography::Algorithm;
+using cryptography::ArpcMethod;
+using cryptography::SessionKeyScheme;
+
+struct ShippedCard {
+    const char* file;
+    const char* aid;
+    const char* pan;
+    Algorithm algorithm = Algorithm::TripleDes;
+    SessionKeyScheme session_keys = SessionKeyScheme::Pboc;
+    ArpcMethod arpc_method = ArpcMethod::Method1;
+};
+
+bank::CardProduct product_of(const ShippedCard& card) {
+    auto product = test_bank();
+    product.algorithm = card.algorithm;
+    product.session_keys = card.session_keys;
+    product.arpc_method = card.arpc_method;
+    return product;
+}
+
+std::unique_ptr<simulator::CardDevice> shipped(const std::string& file) {
+    return simulator::load_card_file(std::string(QUORRIN_PROFILES) + "/" + file);
+}
+
+class ShippedProfile : public testing::TestWithParam<ShippedCard> {};
+
+TEST_P(ShippedProfile, MakesAPurchaseFromSelectionToScript) {
+    const ShippedCard& card = GetParam();
+    const auto product = product_of(card);
+    Terminal terminal(shipped(card.file));
+    terminal.purchase(hex(card.aid));
+    ASSERT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), hex("80"));
+    auto request = terminal.online_request();
+    EXPECT_EQ(request.pan, card.pan);
+
+    bank::Decision decision;
+    decision.authorisation_code = {'1', '2', '3', '4', '5', '6'};
+    decision.scripts.push_back({bank::ScriptPhase::AfterFinalCryptogram,
+                                bank::ScriptIdentifier{1, 2, 3, 4},
+                                {bank::application_block()}});
+    const auto answer = bank::answer_online(product, request, decision);
+    ASSERT_TRUE(answer.cryptogram_right) << answer.reason;
+    EXPECT_EQ(terminal.authenticate(answer).status, 0x9000U);
+    EXPECT_EQ(terminal.generate_ac(0x40).status, 0x9000U);
+    EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), hex("40"));
+    EXPECT_TRUE(bank::answer_online(product, terminal.online_request()).cryptogram_right);
+
+    // The newest log record holds the transaction.
+    const Bytes entry = expect_element(terminal.fci, "9F4D");
+    const auto record = terminal.send(
+        join(hex("00B201"), Bytes{static_cast<std::uint8_t>(entry.at(0) << 3 | 4), 0x00}));
+    EXPECT_EQ(record.status, 0x9000U);
+    terminal.values["9F36"] = expect_element(terminal.cryptogram_answer, "9F36");
+    EXPECT_EQ(record.data, terminal.list_data(terminal.data_value("9F4F")));
+
+    EXPECT_EQ(terminal.data_value("9F13"), terminal.values["9F36"]);
+    EXPECT_EQ(terminal.run_scripts(answer).at(0).status, 0x9000U);
+    EXPECT_EQ(terminal.select(hex(card.aid)).status, 0x6283U);
+}
+
+TEST_P(ShippedProfile, RefusesAFlippedArpcAndScriptMac) {
+    const ShippedCard& card = GetParam();
+    Terminal terminal(shipped(card.file));
+    terminal.purchase(hex(card.aid));
+    bank::Decision decision;
+    decision.scripts.push_back(
+        {bank::ScriptPhase::AfterFinalCryptogram, {}, {bank::application_block()}});
+    const auto answer =
+        bank::answer_online(product_of(card), terminal.online_request(), decision);
+    Bytes command = expect_element(answer.issuer_data, "86");
+    command.back() ^= 0x01;
+    EXPECT_EQ(terminal.send(join(command, hex("00"))).status, 0x6988U);
+    Bytes data = expect_element(answer.issuer_data, "91");
+    data.front() ^= 0x80;
+    EXPECT_EQ(
+        terminal.send(join(hex("00820000"), Bytes{static_cast<std::uint8_t>(data.size())}, data))
+            .status,
+        0x6300U);
+    auto request = terminal.online_request();
+    request.arqc[7] ^= 0x01;
+    EXPECT_FALSE(bank::answer_online(product_of(card), request).cryptogram_right);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ShippedProfile,
+    testing::Values(ShippedCard{"debit.toml", "A000000333010101", "9999010000000011"},
+                    ShippedCard{"credit.toml", "A000000333010102", "9999020000000028",
+                                Algorithm::TripleDes, SessionKeyScheme::EmvCommon,
+                                ArpcMethod::Method2},
+                    ShippedCard{"gm.toml", "A000000333010101", "9999030000000035", Algorithm::Sm4},
+                    ShippedCard{"two_applications.toml", "A000000333010102", "9999040000000042"},
+                    ShippedCard{"two_applications.toml", "A000000333010101", "9999040000000059"},
+                    ShippedCard{"old.toml", "A0000003330101060001020304", "9999050000000000060"},
+                    ShippedCard{"quick.toml", "A000000333010101", "9999060000000073"}));
+
+TEST(DefaultCard, IsTheDebitCard) {
+    Terminal built_in(simulator::default_card());
+    Terminal debit(shipped("debit.toml"));
+    EXPECT_EQ(built_in.card().power_on(), debit.card().power_on());
+    const Bytes aid = hex("A000000333010101");
+    EXPECT_EQ(built_in.select(aid).data, debit.select(aid).data);
+    built_in.purchase(aid);
+    EXPECT_TRUE(bank::answer_online(test_bank(), built_in.online_request()).cryptogram_right);
+}
+
+TEST(DebitCard, ShowsItsFilledLogs) {
+    Terminal terminal(shipped("debit.toml"));
+    terminal.select(hex("A000000333010101"));
+    EXPECT_EQ(expect_element(terminal.fci, "9F4D"), hex("0B0A"));
+    EXPECT_EQ(expect_element(terminal.fci, "DF4D"), hex("0C05"));
+    EXPECT_EQ(terminal.send("00B20A5C00").data,
+              join(hex("250101 093010 000000000880 000000000000 0156 0156"),
+                   text_bytes("TEST TEA HOUSE      "), hex("00 0001")));
+    EXPECT_EQ(terminal.send("00B20B5C00").status, 0x6A83U);
+    EXPECT_EQ(terminal.send("00B2016400").status, 0x9000U);
+}
+
+TEST(CreditCard, HasNoDirectoryAndAnswersInFormat1) {
+    Terminal terminal(shipped("credit.toml"));
+    EXPECT_EQ(terminal.select(text_bytes("1PAY.SYS.DDF01")).status, 0x6A82U);
+    EXPECT_EQ(terminal.select(hex("A000000333")).status, 0x9000U);
+    EXPECT_EQ(terminal.get_options().data.at(0), 0x80);
+    terminal.read_records();
+    EXPECT_EQ(terminal.generate_ac(0x80).data.at(0), 0x80);
+}
+
+TEST(CardWithTwoApplications, ListsCreditFirstAndFindsBothByTheirCommonPart) {
+    Terminal terminal(shipped("two_applications.toml"));
+    EXPECT_EQ(terminal.select(text_bytes("1PAY.SYS.DDF01")).status, 0x9000U);
+    EXPECT_EQ(expect_element(terminal.send("00B2010C00").data, "4F"), hex("A000000333010102"));
+    EXPECT_EQ(expect_element(terminal.send("00B2020C00").data, "4F"), hex("A000000333010101"));
+    const Bytes part = hex("A00000033301");
+    EXPECT_EQ(expect_element(terminal.select(part).data, "84"), hex("A000000333010102"));
+    EXPECT_EQ(expect_element(terminal.select(part, 2).data, "84"), hex("A000000333010101"));
+}
+
+TEST(OldCard, HasTheOddLayoutThatItIsFor) {
+    Terminal terminal(shipped("old.toml"));
+    terminal.select(hex("A000000333"));
+    terminal.get_options();
+    terminal.read_records();
+    EXPECT_EQ(to_hex(terminal.send("00B2020C00").data),
+              "7082001B5F2081085445"
+              "53542F4F4C4400E005DF010212349F428200020156");
+    EXPECT_EQ(expect_element(terminal.records, "9F1F").size(), 128U);
+    EXPECT_EQ(terminal.send("00B2032C00").status, 0x6A83U);
+}
+
+class QuickCard : public testing::Test {
+  protected:
+    Terminal terminal{shipped("quick.toml")};
+    const Bytes aid = hex("A000000333010101");
+
+    void SetUp() override {
+        const auto ppse = terminal.select(text_bytes("2PAY.SYS.DDF01"));
+        EXPECT_EQ(expect_element(ppse.data, "4F"), aid);
+        terminal.values["9F66"] = hex("26000000");  // quick PBOC only
+        terminal.select(aid);
+    }
+    // 9F10 tells the type of a cryptogram that has no 9F27 beside it.
+    std::uint8_t type_bits() { return expect_element(terminal.options, "9F10").at(4); }
+};
+
+TEST_F(QuickCard, PaysFromElectronicCashInOneCommand) {
+    terminal.values["9F02"] = hex("000000001250");
+    EXPECT_EQ(terminal.get_options().status, 0x9000U);
+    EXPECT_EQ(type_bits(), 0x90);
+    EXPECT_EQ(terminal.data_value("9F79"), hex("000000001750"));
+    terminal.read_records();
+    terminal.cryptogram_answer = terminal.options;
+    EXPECT_TRUE(bank::answer_online(test_bank(), terminal.online_request()).cryptogram_right);
+    EXPECT_EQ(terminal.generate_ac(0x80).status, 0x6985U);
+    EXPECT_EQ(to_hex(terminal.send("00B2015C00").data).substr(12, 12), "000000001250");
+}
+
+TEST_F(QuickCard, GoesOnlineAboveItsLimits) {
+    terminal.values["9F02"] = hex("000000002001");
+    EXPECT_EQ(terminal.get_options().status, 0x9000U);
+    EXPECT_EQ(type_bits(), 0xA0);
+    EXPECT_EQ(terminal.data_value("9F79"), hex("000000003000"));
+    terminal.read_records();
+    terminal.cryptogram_answer = terminal.options;
+    const auto answer = bank::answer_online(test_bank(), terminal.online_request());
+    EXPECT_TRUE(answer.cryptogram_right) << answer.reason;
+    EXPECT_EQ(terminal.authenticate(answer).status, 0x9000U);
+}
+
+// ---- the page on profiles ----
+
+// The first block of TOML on the page: the complete example.
+std::string documented_example() {
+    std::ifstream page(QUORRIN_PROFILE_PAGE);
+    std::string text;
+    bool inside = false;
+    for (std::string line; std::getline(page, line);) {
+        if (inside && line == "```") {
+            return text;
+        }
+        if (inside) {
+            text += line + "\n";
+        }
+        inside = inside || line == "```toml";
+    }
+    return {};
+}
+
+TEST(DocumentedProfile, MakesAPurchase) {
+    const std::string example = documented_example();
+    ASSERT_NE(example, "");
+    Terminal terminal(card_of(example));
+    EXPECT_EQ(terminal.select(text_bytes("1PAY.SYS.DDF01")).status, 0x9000U);
+    const Bytes aid = expect_element(terminal.send("00B2010C00").data, "4F");
+    terminal.purchase(aid);
+    const auto answer = bank::answer_online(test_bank(), terminal.online_request());
+    EXPECT_TRUE(answer.cryptogram_right) << answer.reason;
+    EXPECT_EQ(terminal.authenticate(answer).status, 0x9000U);
+}
+
+}  // namespace
+}  // namespace quorrin::test

@@ -1,0 +1,81 @@
+// A terminal at a simulated card: commands, data object lists and the online request. It reads
+// answers by its own means, so that it checks what the card made.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "bank/online_answer.hpp"
+#include "reader_libraries/simulator/card/profile_card.hpp"
+#include "tests/support/bytes.hpp"
+
+namespace quorrin::test {
+
+struct CardReply {
+    Bytes data;
+    unsigned status = 0;
+};
+
+// The value of the first object with this tag ("9F26"), in templates too.
+std::optional<Bytes> element(const Bytes& objects, const std::string& tag);
+
+// The same where it has to be there; an empty value and a failed test otherwise.
+Bytes expect_element(const Bytes& objects, const std::string& tag);
+
+// The bank of all test cards.
+bank::CardProduct test_bank();
+
+class Terminal {
+  public:
+    explicit Terminal(std::unique_ptr<simulator::CardDevice> card);
+
+    simulator::CardDevice& card() { return *card_; }
+
+    // What the terminal has to tell, by tag. Lists get zeros for what is not here.
+    std::map<std::string, Bytes> values;
+
+    CardReply send(const Bytes& command);
+    CardReply send(const std::string& command) { return send(hex(command)); }
+
+    CardReply select(const Bytes& name, std::uint8_t p2 = 0);
+    CardReply get_options();                 // with the selected application's PDOL
+    void read_records();                     // all that the AFL names
+    CardReply generate_ac(std::uint8_t p1);  // with CDOL1 the first time, then CDOL2
+
+    CardReply get_data(const std::string& tag);
+    Bytes data_value(const std::string& tag);  // of a GET DATA that has to succeed
+
+    // Selection to ARQC, each step expected to succeed.
+    CardReply purchase(const Bytes& aid);
+
+    [[nodiscard]] Bytes list_data(const Bytes& list) const;
+    [[nodiscard]] bank::OnlineRequest online_request() const;
+
+    // EXTERNAL AUTHENTICATE with the answer's 91.
+    CardReply authenticate(const bank::OnlineAnswer& answer);
+
+    // The answer's script commands one after the other, as terminals send them: with Le behind.
+    std::vector<CardReply> run_scripts(const bank::OnlineAnswer& answer);
+
+    Bytes fci;
+    Bytes records;  // the values of all templates 70, one behind the other
+    Bytes options;
+    Bytes cryptogram_answer;
+
+  private:
+    std::unique_ptr<simulator::CardDevice> card_;
+    bool first_generated_ = false;
+};
+
+// Objects one behind the other, as script templates and records hold them.
+struct FoundObject {
+    std::string tag;
+    Bytes value;
+};
+std::vector<FoundObject> objects_in(const Bytes& bytes);
+
+}  // namespace quorrin::test

@@ -1,0 +1,1 @@
+// Nothing of its own: compiled so that its precompiled headers are.

@@ -1,0 +1,96 @@
+// The check of one issuer script before any of its commands is sent.
+
+#include "emvdata/element_store.hpp"
+#include "quorrin/quorrin.h"
+#include "tlv/codec/ber_tlv.hpp"
+#include "tlv/issuer/issuer_script.hpp"
+
+namespace quorrin::script {
+namespace {
+
+constexpr std::int32_t malformed_object = -31;  // somewhere in the script
+constexpr std::int32_t not_a_script = -30;      // nothing is recorded
+constexpr std::int32_t malformed_content = -29;
+constexpr std::int32_t foreign_object = -28;
+
+// Stores a script's identifier and notes it in the current result entry.
+void adopt_identifier(Bytes value, Identifier& identifier) {
+    store_element({}, identifier_tag, value);
+    gl_cScptIDExist = 1;
+    // What counts is the stored value, also when the store has refused this one.
+    std::copy_n(emvGetIssScrptID(), identifier_size, identifier.begin());
+    write_identifier(identifier);
+}
+
+// The contents may be one 9F18 and commands, nothing else.
+std::int32_t check_contents(Bytes value, Identifier& identifier, bool& command_seen) {
+    bool identifier_seen = false;
+    for (tlv::Cursor cursor(value); !cursor.at_end();) {
+        // Deliberate: the remaining length counts in eight bits, so that contents of more than 255
+        // bytes show up as a script that failed its check, never as one sent to the card.
+        const std::size_t considered = cursor.rest().size() % 256;
+        const tlv::Object object = tlv::read_object(cursor.rest().first(considered));
+        if (object.is_malformed()) {
+            return malformed_content;
+        }
+        if (!identifier_seen && cursor.has_tag(object, identifier_tag[0], identifier_tag[1])) {
+            identifier_seen = true;
+            if (object.value_length > 0) {
+                adopt_identifier(cursor.value(object), identifier);
+            }
+        } else if (cursor.has_tag(object, command_tag)) {
+            command_seen = true;
+        } else {
+            return foreign_object;
+        }
+        cursor.step_over(object);
+    }
+    return valid;
+}
+
+std::int32_t record_failure(const Kind& kind, const Identifier& identifier, Result result,
+                            std::int32_t code) {
+    mark_failed(kind);
+    write_identifier(identifier);
+    write_result(result);
+    return code;
+}
+
+}  // namespace
+
+std::int32_t check(Bytes script) {
+    Identifier identifier = {};
+    const Bytes found = find_identifier(script, identifier.size());
+    std::copy(found.begin(), found.end(), identifier.begin());
+
+    const tlv::Object object = tlv::read_object(script);
+    if (object.tag_length != 1) {
+        return not_a_script;
+    }
+    const Kind* kind = find_kind(script[0]);
+    if (kind == nullptr) {
+        return not_a_script;
+    }
+    if (!tlv::is_well_formed(script)) {
+        return record_failure(*kind, identifier, Result::not_performed, malformed_object);
+    }
+    if (object.size() != script.size()) {
+        return not_a_script;
+    }
+    bool command_seen = false;
+    const Bytes value = script.subspan(object.header_size());
+    const std::int32_t code = check_contents(value, identifier, command_seen);
+    if (code != valid) {
+        return record_failure(*kind, identifier,
+                              command_seen ? Result::failed : Result::not_performed, code);
+    }
+    return valid;
+}
+
+}  // namespace quorrin::script
+
+using namespace quorrin;
+
+std::int32_t emvCheckIssuerScript(const std::uint8_t* scriptObject, std::uint16_t size) {
+    return script::check(scriptObject == nullptr ? tlv::Bytes{} : tlv::Bytes(scriptObject, size));
+}
