@@ -11,7 +11,7 @@ namespace quorrin {
 
 // SELECT by DF name, first occurrence.
 constexpr CardCommand select_by_name(std::span<const std::uint8_t> name) {
-    return {0x00, 0xA4, 0x04, 0x00, name, apdu_with_data_and_le};
+    return {0x00, 0xA4, 0x04, 0x00, name, QUORRIN_WITH_DATA_AND_LE};
 }
 
 // P2 of READ RECORD: the file's short identifier in the upper five bits, and "P1 is a record
@@ -21,12 +21,12 @@ constexpr std::uint8_t record_of_file(unsigned sfi) {
 }
 
 constexpr CardCommand read_record(std::uint8_t number, std::uint8_t file) {
-    return {0x00, 0xB2, number, file, {}, apdu_with_le};
+    return {0x00, 0xB2, number, file, {}, QUORRIN_WITH_LE};
 }
 
 // GET DATA: P1 and P2 are the tag. A one-byte tag stands in P1, followed by 00.
 constexpr CardCommand get_data(std::uint8_t first_tag_byte, std::uint8_t second_tag_byte) {
-    return {0x80, 0xCA, first_tag_byte, second_tag_byte, {}, apdu_with_le};
+    return {0x80, 0xCA, first_tag_byte, second_tag_byte, {}, QUORRIN_WITH_LE};
 }
 
 }  // namespace quorrin

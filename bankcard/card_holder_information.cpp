@@ -6,11 +6,9 @@
 #include <cstring>
 
 #include "bankcard/card_commands.hpp"
-#include "bankcard/flow_codes.hpp"
 #include "bankcard/keyed_text.hpp"
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
-#include "reader/codes.hpp"
 
 namespace quorrin {
 namespace {
@@ -63,7 +61,7 @@ using namespace quorrin;
 
 std::int32_t emvGetDataCmd(const std::uint8_t* tag, std::uint8_t tagLen) {
     if (tag == nullptr || tagLen < 1 || tagLen > 2) {
-        return code::data_malformed;
+        return QUORRIN_DATA_MALFORMED;
     }
     CardAnswer answer;
     const CardCommand command = get_data(tag[0], tagLen == 2 ? tag[1] : std::uint8_t{0x00});
@@ -71,7 +69,7 @@ std::int32_t emvGetDataCmd(const std::uint8_t* tag, std::uint8_t tagLen) {
     if (const std::int64_t failure = card_step(ReaderHandle, command, answer)) {
         return static_cast<std::int32_t>(failure);
     }
-    return store_response(answer.data()) == 0 ? 0 : code::data_malformed;
+    return store_response(answer.data()) == 0 ? 0 : QUORRIN_DATA_MALFORMED;
 }
 
 std::int32_t packUserInfo(const char* keys, char* out) {
@@ -95,7 +93,7 @@ std::int32_t packUserInfo(const char* keys, char* out) {
 
 std::int64_t getIccInfo(std::int64_t handle, const char* aidHex, const char* keys, char* out) {
     if (keys == nullptr || out == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     if (const std::int64_t failure = emvSelectAid(handle, aidHex)) {
         return failure;

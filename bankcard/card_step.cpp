@@ -1,7 +1,6 @@
 #include "bankcard/card_step.hpp"
 
 #include "quorrin/quorrin.h"
-#include "reader/codes.hpp"
 
 namespace quorrin {
 
@@ -17,7 +16,7 @@ bool step_succeeded(std::int64_t result) {
 }
 
 std::int64_t step_code(std::int64_t result) {
-    return step_succeeded(result) ? code::success : TransRetCodeNoMsg(result);
+    return step_succeeded(result) ? 0 : TransRetCodeNoMsg(result);
 }
 
 std::int64_t card_step(std::int64_t handle, const CardCommand& command, CardAnswer& answer) {

@@ -6,18 +6,15 @@
 #include <cstdint>
 #include <span>
 
+#include "quorrin/quorrin.h"
+
 namespace quorrin {
 
-// What is sent after the header: IccComm's own numbering, not the ISO 7816-3 cases. Le is always
-// 00, which asks for everything that the card has.
-inline constexpr int apdu_with_le = 1;
-inline constexpr int apdu_with_data = 2;
-inline constexpr int apdu_with_data_and_le = 3;
-
+// Le is always 00, which asks for everything that the card has.
 struct CardCommand {
     std::uint8_t cla, ins, p1, p2;
     std::span<const std::uint8_t> data;
-    int apdu_case;
+    QuorrinCommandCase apdu_case;
 };
 
 struct CardAnswer {

@@ -2,10 +2,9 @@
 // section 12.2.3) and the directory FCI of quick PBOC cards, which names the applications itself.
 
 #include "bankcard/candidate_list.hpp"
-#include "bankcard/flow_codes.hpp"
+#include "boundary/host_bytes.hpp"
 #include "quorrin/quorrin.h"
 #include "tlv/codec/ber_tlv.hpp"
-#include "boundary/host_bytes.hpp"
 
 namespace quorrin {
 namespace {
@@ -16,14 +15,6 @@ constexpr std::uint8_t proprietary_template = 0xA5;
 constexpr std::uint8_t record_template = 0x70;
 constexpr std::uint8_t directory_entry = 0x61;
 
-// What is wrong with a directory FCI.
-// Deliberate: the codes are positive, apart from those of the card and the reader: hosts that get
-// one know that their own FCI is at fault, and have to test for other than 0.
-constexpr std::int64_t fci_malformed = 216;
-constexpr std::int64_t no_fci_template = 212;
-constexpr std::int64_t no_df_name = 213;
-constexpr std::int64_t no_directory_entries = 214;
-
 bool is_template(const tlv::Cursor& cursor, const tlv::Object& object, std::uint8_t tag) {
     return object.is_constructed() && cursor.has_tag(object, tag);
 }
@@ -32,7 +23,7 @@ std::int64_t append_applications_of_record(tlv::Bytes record) {
     for (tlv::Cursor cursor(record); !cursor.at_end();) {
         const tlv::Object object = cursor.object();
         if (object.is_malformed()) {
-            return code::data_malformed;
+            return QUORRIN_DATA_MALFORMED;
         }
         if (is_template(cursor, object, record_template)) {
             cursor.enter(object);
@@ -74,28 +65,30 @@ void append_applications_of_discretionary_data(tlv::Bytes data) {
     }
 }
 
+// Deliberate: the codes of a directory FCI are positive, apart from those of the card and the reader:
+// hosts that get one know that their own FCI is at fault, and have to test for other than 0.
 std::int64_t append_applications_of_fci(tlv::Bytes fci) {
     if (!tlv::is_well_formed(fci)) {
-        return fci_malformed;
+        return QUORRIN_FCI_MALFORMED;
     }
     const tlv::Cursor whole(fci);
     const tlv::Object fci_object = whole.object();
     if (!is_template(whole, fci_object, fci_template)) {
-        return no_fci_template;
+        return QUORRIN_NO_FCI_TEMPLATE;
     }
 
     tlv::Cursor cursor(whole.value(fci_object));
     cursor.skip_padding();
     const tlv::Object name = cursor.object();
     if (!name.is_primitive() || !cursor.has_tag(name, df_name)) {
-        return no_df_name;
+        return QUORRIN_NO_DF_NAME;
     }
     cursor.step_over(name);
 
     tlv::Object object = cursor.object();
     while (!is_template(cursor, object, proprietary_template)) {
         if (object.is_malformed()) {  // the end of the bytes included
-            return no_directory_entries;
+            return QUORRIN_NO_DIRECTORY_ENTRIES;
         }
         cursor.step_over(object);
         object = cursor.object();
@@ -106,7 +99,7 @@ std::int64_t append_applications_of_fci(tlv::Bytes fci) {
     cursor.enter(object);
     const tlv::Bytes discretionary_data = find_discretionary_data(cursor);
     if (discretionary_data.empty()) {
-        return no_directory_entries;
+        return QUORRIN_NO_DIRECTORY_ENTRIES;
     }
     append_applications_of_discretionary_data(discretionary_data);
     return 0;
@@ -119,14 +112,14 @@ using namespace quorrin;
 
 std::int64_t emvProcessSFIofDDF(const std::uint8_t* record, std::uint16_t length) {
     if (is_missing(record, length)) {
-        return code::data_malformed;
+        return QUORRIN_DATA_MALFORMED;
     }
     return append_applications_of_record({record, length});
 }
 
 std::int64_t qPBOCProcessDDF(const std::uint8_t* fci, std::uint16_t length) {
     if (is_missing(fci, length)) {
-        return fci_malformed;
+        return QUORRIN_FCI_MALFORMED;
     }
     return append_applications_of_fci({fci, length});
 }

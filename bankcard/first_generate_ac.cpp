@@ -7,7 +7,6 @@
 #include "bankcard/card_step.hpp"
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
-#include "reader/codes.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 #include "tlv/dol/dol.hpp"
 
@@ -19,10 +18,8 @@ namespace {
 
 using tlv::Bytes;
 
-// Deliberate: positive, unlike the codes of the message table, which has no text for them. Hosts
-// know them by these numbers and test for non-zero.
-constexpr std::int64_t no_cdol1 = 238;
-constexpr std::int64_t no_cryptogram = 208;
+// Deliberate: QUORRIN_NO_CDOL1 and QUORRIN_NO_CRYPTOGRAM are positive, unlike the codes of the
+// message table, which has no text for them. Hosts know them by these numbers and test for non-zero.
 
 constexpr std::size_t max_cdol1_data = 256;
 constexpr std::uint8_t p1_arqc = 0x80;
@@ -53,7 +50,7 @@ std::int64_t accept_format1(Bytes answer) {
     const tlv::Object object = tlv::read_object(answer);
     if (!object.is_primitive() || object.value_length < issuer_application_data_position ||
         object.value_length > issuer_application_data_position + max_issuer_application_data) {
-        return no_cryptogram;
+        return QUORRIN_NO_CRYPTOGRAM;
     }
     const Bytes fields = answer.subspan(object.header_size());
     for (const Format1Field& field : format1_fields) {
@@ -65,22 +62,22 @@ std::int64_t accept_format1(Bytes answer) {
     if (!rest.empty()) {
         store_format1(issuer_application_data, rest);
     }
-    return code::success;
+    return QUORRIN_SUCCESS;
 }
 
 // Deliberate: the cryptogram information data are not asked what kind of cryptogram this is. Also
 // with an AAC or a TC the host gets the cryptogram with success, and finds the kind in 9F27.
 std::int64_t accept_answer(Bytes answer) {
     if (answer.empty()) {
-        return no_cryptogram;
+        return QUORRIN_NO_CRYPTOGRAM;
     }
     if (answer[0] == format1_template) {
         return accept_format1(answer);
     }
     if (answer[0] == format2_template && store_response(answer) == store_code::success) {
-        return code::success;
+        return QUORRIN_SUCCESS;
     }
-    return no_cryptogram;
+    return QUORRIN_NO_CRYPTOGRAM;
 }
 
 // The list as the card gave it; its length counts in eight bits.
@@ -97,17 +94,17 @@ void write_hex(char* text, Bytes bytes) {
 
 std::int64_t getARQC(std::int64_t handle, const char* terminalData, const char* aidHex,
                      char* cryptogram, char* cdol2) {
-    if (const std::int64_t result = emvSelectAid(handle, aidHex); result != code::success) {
+    if (const std::int64_t result = emvSelectAid(handle, aidHex); result != QUORRIN_SUCCESS) {
         return result;
     }
     if (const std::int64_t result = emvGPO(handle, terminalData, TagMapPDolTerData);
-        result != code::success) {
+        result != QUORRIN_SUCCESS) {
         return result;
     }
-    if (const std::int64_t result = emvReadICCard(handle); result != code::success) {
+    if (const std::int64_t result = emvReadICCard(handle); result != QUORRIN_SUCCESS) {
         return result;
     }
-    if (const std::int64_t result = emvGACFrist(handle); result != code::success) {
+    if (const std::int64_t result = emvGACFrist(handle); result != QUORRIN_SUCCESS) {
         return result;
     }
     if (emvExistAC() != 0) {
@@ -119,27 +116,27 @@ std::int64_t getARQC(std::int64_t handle, const char* terminalData, const char* 
     }
     // Deliberate: never cleared again, so that the issuer's answer is accepted at any later time.
     gucGetArqcFlag = 1;
-    return code::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t emvGACFrist(std::int64_t handle) {
     if (emvInCDOL1() != 1) {
-        return no_cdol1;
+        return QUORRIN_NO_CDOL1;
     }
     // Deliberate: a CDOL1 that cannot be answered to its end is answered as far as it goes, which
     // leaves the decision to the card.
     std::array<std::uint8_t, max_cdol1_data> room = {};
     const dol::Built built = dol::build(cdol1(), room);
     if (built.result == dol::no_room) {
-        return no_cryptogram;
+        return QUORRIN_NO_CRYPTOGRAM;
     }
     const Bytes data = Bytes(room).first(built.length);
     emvSetGACCdolOne(data.data(), static_cast<std::uint16_t>(data.size()));
 
     CardAnswer answer;
     const std::int64_t result =
-        card_step(handle, {0x80, 0xAE, p1_arqc, 0x00, data, apdu_with_data_and_le}, answer);
-    return result == code::success ? accept_answer(answer.data()) : result;
+        card_step(handle, {0x80, 0xAE, p1_arqc, 0x00, data, QUORRIN_WITH_DATA_AND_LE}, answer);
+    return result == QUORRIN_SUCCESS ? accept_answer(answer.data()) : result;
 }
 
 // The second GENERATE AC is not part of this transaction.

@@ -7,13 +7,11 @@
 
 #include "bankcard/card_step.hpp"
 #include "quorrin/quorrin.h"
-#include "reader/codes.hpp"
 
 using namespace quorrin;
 
 namespace {
 
-constexpr std::int64_t no_arqc_obtained = -120;
 constexpr std::size_t max_issuer_text = 1024;
 constexpr std::uint8_t arqc_obtained = 1;
 
@@ -21,14 +19,14 @@ constexpr std::uint8_t arqc_obtained = 1;
 
 std::int64_t ARPCExeScript(std::int64_t handle, std::int64_t /*unused*/, const char* issuerText) {
     if (gucGetArqcFlag != arqc_obtained) {
-        return no_arqc_obtained;
+        return QUORRIN_NO_ARQC;
     }
     if (issuerText == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     const std::size_t length = strnlen(issuerText, max_issuer_text + 1);
     if (length > max_issuer_text) {
-        return code::data_not_valid;
+        return QUORRIN_DATA_NOT_VALID;
     }
     // An odd last digit is converted, but its byte does not count.
     std::array<std::uint8_t, max_issuer_text / 2> data = {};
@@ -41,7 +39,7 @@ std::int64_t ARPCExeScript(std::int64_t handle, std::int64_t /*unused*/, const c
     emvExternalAuthenticate(handle);
     emvScriptProcess(1);
     emvScriptProcess(2);
-    return code::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t emvExternalAuthenticate(std::int64_t handle) {
@@ -50,6 +48,7 @@ std::int64_t emvExternalAuthenticate(std::int64_t handle) {
     const std::size_t length = std::min<std::size_t>(
         static_cast<std::uint8_t>(emvGetIssuerAuthDataLength()), sizeof gl_Tm_IssAuthDt);
     CardAnswer answer;
-    return card_step(
-        handle, {0x00, 0x82, 0x00, 0x00, {emvGetIssuerAuthData(), length}, apdu_with_data}, answer);
+    return card_step(handle,
+                     {0x00, 0x82, 0x00, 0x00, {emvGetIssuerAuthData(), length}, QUORRIN_WITH_DATA},
+                     answer);
 }

@@ -5,7 +5,6 @@
 #include <limits>
 #include <string_view>
 
-#include "bankcard/flow_codes.hpp"
 #include "quorrin/quorrin.h"
 #include "tlv/codec/ber_tlv.hpp"
 
@@ -185,11 +184,11 @@ std::int64_t PackTrsData(const std::uint8_t* format, std::uint32_t formatLen,
                          const std::uint8_t* record, std::uint32_t /*recordLen*/, char* out,
                          std::uint32_t* outLen) {
     if (format == nullptr || record == nullptr || out == nullptr || outLen == nullptr) {
-        return code::data_malformed;
+        return QUORRIN_DATA_MALFORMED;
     }
     const auto read = log_record::read_format({format, formatLen});
     if (!read) {
-        return code::data_malformed;
+        return QUORRIN_DATA_MALFORMED;
     }
     // The record is as long as the format makes it: its own length is not asked.
     const log_record::Text text = log_record::make_text(*read, {record, read->record_size});

@@ -6,7 +6,6 @@
 #include <cstdio>
 
 #include "quorrin/quorrin.h"
-#include "reader/codes.hpp"
 
 namespace quorrin {
 namespace {
@@ -55,7 +54,7 @@ using namespace quorrin;
 std::int64_t getIcAPNName(std::int64_t handle, char* pan, std::int32_t* panLen, std::uint8_t* name,
                           std::uint8_t* nameLen) {
     if (any_null(pan, panLen, name, nameLen)) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     trace(TracePoint::select);
     if (const std::int64_t failure = emvSelectAid(handle, nullptr)) {
@@ -72,16 +71,16 @@ std::int64_t getIcAPNName(std::int64_t handle, char* pan, std::int32_t* panLen, 
     }
     write_pan(pan, panLen);
     emvGetHolderName(name, nameLen);
-    return code::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t ICRT_GetICPanName(std::int32_t cardKind, std::int32_t port, char* pan,
                                std::int32_t* panLen, std::uint8_t* name, std::uint8_t* nameLen) {
-    if (cardKind < 0 || cardKind > 2) {
-        return static_cast<std::int32_t>(code::wrong_card_type);
+    if (cardKind < QUORRIN_USER_CONTACT || cardKind > QUORRIN_USER_CONTACTLESS_FIRST) {
+        return static_cast<std::int32_t>(QUORRIN_WRONG_CARD_TYPE);
     }
     if (any_null(pan, panLen, name, nameLen)) {
-        return static_cast<std::int32_t>(code::bad_parameter);
+        return static_cast<std::int32_t>(QUORRIN_BAD_PARAMETER);
     }
     EG_port = port;
     char message[512] = {};

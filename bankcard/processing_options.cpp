@@ -5,13 +5,12 @@
 #include <array>
 
 #include "bankcard/card_step.hpp"
-#include "bankcard/flow_codes.hpp"
+#include "boundary/host_bytes.hpp"
 #include "emvdata/element_store.hpp"
 #include "emvdata/elements.hpp"
 #include "quorrin/quorrin.h"
 #include "tlv/codec/ber_tlv.hpp"
 #include "tlv/dol/dol.hpp"
-#include "boundary/host_bytes.hpp"
 
 namespace quorrin {
 namespace {
@@ -129,7 +128,7 @@ std::int64_t emvGPO(std::int64_t handle, const char* text, const QuorrinKeyRow* 
 
     CommandTemplate command;
     if (!command.build(stored_pdol())) {
-        return code::data_malformed;
+        return QUORRIN_DATA_MALFORMED;
     }
     const Bytes data = command.bytes();
     emvSetGPOPdolData(data.data(), static_cast<std::uint16_t>(data.size()));
@@ -137,8 +136,8 @@ std::int64_t emvGPO(std::int64_t handle, const char* text, const QuorrinKeyRow* 
     // Deliberate: the result and the status word are not asked. A refusal brings no answer, and an
     // empty answer is malformed.
     CardAnswer answer;
-    send_to_card(handle, {0x80, 0xA8, 0x00, 0x00, data, apdu_with_data_and_le}, answer);
-    return store_options(answer.data()) == 0 ? 0 : code::data_malformed;
+    send_to_card(handle, {0x80, 0xA8, 0x00, 0x00, data, QUORRIN_WITH_DATA_AND_LE}, answer);
+    return store_options(answer.data()) == 0 ? 0 : QUORRIN_DATA_MALFORMED;
 }
 
 std::int32_t emvExtractAipAfl(const std::uint8_t* response, std::uint16_t length) {

@@ -5,7 +5,6 @@
 #include <array>
 
 #include "bankcard/card_commands.hpp"
-#include "bankcard/flow_codes.hpp"
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
 
@@ -55,7 +54,7 @@ std::int64_t read_records(std::int64_t handle, const FileRange& range) {
             break;
         }
         if (store_response(answer.data()) != 0) {
-            return code::data_malformed;
+            return QUORRIN_DATA_MALFORMED;
         }
     }
     return 0;

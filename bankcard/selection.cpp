@@ -8,10 +8,8 @@
 
 #include "bankcard/candidate_list.hpp"
 #include "bankcard/card_commands.hpp"
-#include "bankcard/flow_codes.hpp"
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
-#include "reader/codes.hpp"
 #include "reader/process_stop.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
@@ -91,7 +89,7 @@ using namespace quorrin;
 
 std::int64_t selectByPse(std::int64_t handle, char* listOut) {
     if (listOut == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     CardAnswer answer;
     if (const std::int64_t failure = card_step(handle, select_by_name(pse_name), answer)) {
@@ -100,11 +98,11 @@ std::int64_t selectByPse(std::int64_t handle, char* listOut) {
     clear_candidates();
     std::uint8_t sfi = 0;
     if (!find_directory_file(answer, sfi)) {
-        return code::object_missing;
+        return QUORRIN_OBJECT_MISSING;
     }
     read_directory(handle, sfi, answer);
     std::copy_n(gucAidList, gucAidListLen, listOut);
-    return code::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t emvSelectAid(std::int64_t handle, const char* aidHex) {
@@ -125,5 +123,5 @@ std::int64_t emvSelectAid(std::int64_t handle, const char* aidHex) {
     if (const std::int64_t failure = select_application(handle, aid.data(), fci)) {
         return failure;
     }
-    return store_fci(fci) ? code::success : code::data_malformed;
+    return store_fci(fci) ? 0 : QUORRIN_DATA_MALFORMED;
 }

@@ -8,10 +8,8 @@
 
 #include "bankcard/card_commands.hpp"
 #include "bankcard/card_step.hpp"
-#include "bankcard/flow_codes.hpp"
 #include "bankcard/log_record.hpp"
 #include "quorrin/quorrin.h"
-#include "reader/codes.hpp"
 #include "reader/process_stop.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
@@ -27,7 +25,6 @@ struct LogKind {
 };
 constexpr LogKind transaction_log = {{0x9F, 0x4F}, {0x9F, 0x4D}};
 constexpr LogKind load_log = {{0xDF, 0x4F}, {0xDF, 0x4D}};
-constexpr std::int32_t load_log_type = 2;
 
 constexpr std::size_t aid_text_room = 100;
 constexpr std::size_t max_aid_length = 20;
@@ -122,16 +119,16 @@ std::int64_t read_records(std::int64_t handle, const LogEntry& entry, std::int32
         const std::int64_t result = card_step(
             handle, read_record(static_cast<std::uint8_t>(record), record_of_file(entry.sfi)),
             answer);
-        if (result != code::success) {
+        if (result != QUORRIN_SUCCESS) {
             return result;
         }
         const auto format = log_record::read_format(format_answer);
         if (!format) {
-            return code::data_malformed;
+            return QUORRIN_DATA_MALFORMED;
         }
         text.append(log_record::make_text(*format, answer.data()));
     }
-    return code::success;
+    return QUORRIN_SUCCESS;
 }
 
 }  // namespace
@@ -139,20 +136,20 @@ std::int64_t read_records(std::int64_t handle, const LogEntry& entry, std::int32
 std::int64_t GetIcBankCardTrDetail(std::int32_t logType, std::int64_t handle, std::int32_t selector,
                                    const char* aidHex, char* out) {
     if (out == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
-    const LogKind& kind = logType == load_log_type ? load_log : transaction_log;
+    const LogKind& kind = logType == QUORRIN_LOAD_LOG ? load_log : transaction_log;
     const Aid aid = choose_application(handle, aidHex);
 
     CardAnswer fci;
     if (const std::int64_t result = card_step(handle, select_by_name(aid.name()), fci);
-        result != code::success) {
+        result != QUORRIN_SUCCESS) {
         return result;
     }
     CardAnswer format;
     if (const std::int64_t result =
             card_step(handle, get_data(kind.format_tag[0], kind.format_tag[1]), format);
-        result != code::success) {
+        result != QUORRIN_SUCCESS) {
         return result;
     }
     if (aid.length > max_aid_length) {
@@ -160,7 +157,7 @@ std::int64_t GetIcBankCardTrDetail(std::int32_t logType, std::int64_t handle, st
     }
     LogEntry entry{};
     if (!find_log_entry(kind, fci.data(), entry)) {
-        return code::object_missing;
+        return QUORRIN_OBJECT_MISSING;
     }
     return read_records(handle, entry, selector, format.data(), out);
 }

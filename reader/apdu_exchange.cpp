@@ -8,7 +8,6 @@
 #include "quorrin/quorrin.h"
 #include "quorrin/reader_library.h"
 #include "reader/card_kind.hpp"
-#include "reader/codes.hpp"
 #include "reader/diagnostic_log.hpp"
 
 std::uint8_t CARD_SW1 = 0;
@@ -73,7 +72,7 @@ class Exchange {
         log::write_items(kind_.outgoing_label, command_.text());
         const std::int64_t result = transmit(command_.length);
         if (result > response_size) {
-            return fail(code::check_error);
+            return fail(QUORRIN_CHECK_ERROR);
         }
         if (result < 2) {
             return fail(result);
@@ -112,7 +111,7 @@ class Exchange {
         CARD_SW1 = response_.bytes[data_size];
         CARD_SW2 = response_.bytes[data_size + 1];
         log::write_items("ICC_Application", response_.text());
-        return code::success;
+        return QUORRIN_SUCCESS;
     }
 
     // GET RESPONSE (ISO 7816-4) until the card has no more data. There is no limit on the number of
@@ -133,14 +132,14 @@ class Exchange {
                 break;
             }
             if (result > response_size) {
-                return fail(code::check_error);
+                return fail(QUORRIN_CHECK_ERROR);
             }
             const std::span answer(response_.bytes, static_cast<std::size_t>(result));
             const auto data = answer.first(answer.size() - status_word_size);
             const auto status_word = answer.last(status_word_size);
             const bool is_last = status_word[0] != sw1_more_data;
             if (!chained.append(data) || (is_last && !chained.append(status_word))) {
-                return fail(code::check_error);
+                return fail(QUORRIN_CHECK_ERROR);
             }
             if (is_last) {
                 break;
@@ -170,7 +169,7 @@ class Exchange {
         response_ = Response{};
         const std::int64_t result = transmit(header_size + 1);
         if (result > response_size) {
-            return fail(code::check_error);
+            return fail(QUORRIN_CHECK_ERROR);
         }
         return result < 2 ? fail(result) : deliver(result);
     }
@@ -197,16 +196,16 @@ std::int64_t IccComm(std::int64_t handle, std::int32_t kind, std::int32_t cla, s
     }
     const CardKind* card = find_card_kind(kind);
     if (card == nullptr) {
-        return code::success;
+        return QUORRIN_SUCCESS;
     }
 
     // Deliberate: the case numbers are the library's own, not those of ISO 7816-4: hosts pass them.
-    const bool has_data = apduCase == 2 || apduCase == 3;
-    const bool has_le = apduCase == 1 || apduCase == 3;
+    const bool has_data = apduCase == QUORRIN_WITH_DATA || apduCase == QUORRIN_WITH_DATA_AND_LE;
+    const bool has_le = apduCase == QUORRIN_WITH_LE || apduCase == QUORRIN_WITH_DATA_AND_LE;
     const std::size_t data_size = has_data ? static_cast<std::uint8_t>(lc) : 0;
     if (resp == nullptr || respLen == nullptr || (data == nullptr && data_size > 0)) {
-        CARD_STATUS = code::bad_parameter;
-        return code::bad_parameter;
+        CARD_STATUS = QUORRIN_BAD_PARAMETER;
+        return QUORRIN_BAD_PARAMETER;
     }
 
     Command command;

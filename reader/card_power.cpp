@@ -6,10 +6,9 @@
 #include "quorrin/quorrin.h"
 #include "quorrin/reader_library.h"
 #include "reader/card_kind.hpp"
-#include "reader/codes.hpp"
 #include "reader/diagnostic_log.hpp"
 
-std::uint8_t EG_nUserCardType = quorrin::contact_card;
+std::uint8_t EG_nUserCardType = QUORRIN_CONTACT_CARD;
 
 using namespace quorrin;
 
@@ -25,8 +24,12 @@ std::int64_t try_card(std::int64_t handle, int kind) {
     return PowerUp(handle, kind, atr, &atr_length);
 }
 
-// FindUserCard's mode for each iType of icBandkCardPowerUp.
-constexpr int find_modes[] = {1, 2, 4};
+// FindUserCard's mode for each QuorrinUserCard.
+constexpr QuorrinFindMode find_modes[] = {
+    QUORRIN_FIND_CONTACT,            // QUORRIN_USER_CONTACT
+    QUORRIN_FIND_CONTACTLESS,        // QUORRIN_USER_CONTACTLESS
+    QUORRIN_FIND_CONTACTLESS_FIRST,  // QUORRIN_USER_CONTACTLESS_FIRST
+};
 
 }  // namespace
 
@@ -34,7 +37,7 @@ std::int64_t PowerUp(std::int64_t handle, std::int32_t kind, std::uint8_t* atr,
                      std::uint32_t* atrLen) {
     const CardKind* card = find_card_kind(kind);
     if (handle <= 0 || atr == nullptr || atrLen == nullptr || card == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     std::uint8_t buffer[atr_size] = {};
     std::int64_t result = ICC_Reader_PowerOn(handle, card->slot, buffer);
@@ -46,13 +49,13 @@ std::int64_t PowerUp(std::int64_t handle, std::int32_t kind, std::uint8_t* atr,
     std::memcpy(atr, buffer, static_cast<std::size_t>(result));
     *atrLen = static_cast<std::uint32_t>(result);
     log::write_items("success:", card->power_up_label, result);
-    return code::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t PowerDown(std::int64_t handle, std::int32_t kind) {
     const CardKind* card = find_card_kind(kind);
     if (handle <= 0 || card == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     const std::int64_t result = ICC_Reader_PowerOff(handle, card->power_off_slot);
     log::write_items(result == 0 ? "success:" : "fail:", card->power_down_label);
@@ -61,25 +64,25 @@ std::int64_t PowerDown(std::int64_t handle, std::int32_t kind) {
 
 std::int64_t FindUserCard(std::int64_t handle, std::int32_t mode) {
     switch (mode) {
-        case 1:
-            return try_card(handle, contact_card);
-        case 2:
-            return try_card(handle, contactless_card);
-        case 3: {
-            const std::int64_t result = try_card(handle, contact_card);
-            return result == code::no_card ? try_card(handle, contactless_card) : result;
+        case QUORRIN_FIND_CONTACT:
+            return try_card(handle, QUORRIN_CONTACT_CARD);
+        case QUORRIN_FIND_CONTACTLESS:
+            return try_card(handle, QUORRIN_CONTACTLESS_CARD);
+        case QUORRIN_FIND_CONTACT_FIRST: {
+            const std::int64_t result = try_card(handle, QUORRIN_CONTACT_CARD);
+            return result == QUORRIN_NO_CARD ? try_card(handle, QUORRIN_CONTACTLESS_CARD) : result;
         }
-        case 4: {
-            const std::int64_t result = try_card(handle, contactless_card);
-            if (result == code::no_card || result == code::card_mute) {
-                return try_card(handle, contact_card);
+        case QUORRIN_FIND_CONTACTLESS_FIRST: {
+            const std::int64_t result = try_card(handle, QUORRIN_CONTACTLESS_CARD);
+            if (result == QUORRIN_NO_CARD || result == QUORRIN_CARD_MUTE) {
+                return try_card(handle, QUORRIN_CONTACT_CARD);
             }
             // Deliberate: any other failure of the contactless slot counts as found; the host
             // learns of it from its first command.
-            return code::success;
+            return QUORRIN_SUCCESS;
         }
         default:
-            return code::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
     }
 }
 
@@ -92,16 +95,16 @@ std::int64_t CloseAllDevice() {
 
 std::int64_t icBandkCardPowerUp(std::int32_t iType, char* msg) {
     log::write_formatted("iType=%d", iType);
-    if (iType < 0 || iType > 2 || msg == nullptr) {
-        return TransRetCode(code::bad_parameter, msg);
+    if (iType < QUORRIN_USER_CONTACT || iType > QUORRIN_USER_CONTACTLESS_FIRST || msg == nullptr) {
+        return TransRetCode(QUORRIN_BAD_PARAMETER, msg);
     }
     std::int64_t result = OpenDevice(EG_szDev_Name, &ReaderHandle);
-    if (result == code::success) {
+    if (result == QUORRIN_SUCCESS) {
         result = FindUserCard(ReaderHandle, find_modes[iType]);
     }
-    if (result != code::success) {
+    if (result != QUORRIN_SUCCESS) {
         CloseAllDevice();
         return TransRetCode(result, msg);
     }
-    return code::success;
+    return QUORRIN_SUCCESS;
 }

@@ -4,7 +4,6 @@
 
 #include "quorrin/quorrin.h"
 #include "quorrin/reader_library.h"
-#include "reader/codes.hpp"
 #include "reader/diagnostic_log.hpp"
 
 std::int64_t ReaderHandle = 0;
@@ -25,7 +24,7 @@ constexpr std::size_t serial_size = 32;
 // same reader whatever it names.
 std::int64_t OpenDevice(const char* /*name*/, std::int64_t* handle) {
     if (handle == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     char device_name[device_name_size] = {};
     const std::int64_t result = ICC_Reader_Open(device_name);
@@ -34,7 +33,7 @@ std::int64_t OpenDevice(const char* /*name*/, std::int64_t* handle) {
         log::write_formatted("OpenDevice(%.*s) = %d", name_length, device_name,
                              static_cast<int>(result));
         *handle = result;
-        return code::success;
+        return QUORRIN_SUCCESS;
     }
     log::write_formatted("OpenDevice(%.*s)", name_length, device_name);
     // Deliberate: a result of exactly 0 reports success with no handle stored; the host goes on
@@ -44,10 +43,10 @@ std::int64_t OpenDevice(const char* /*name*/, std::int64_t* handle) {
 
 std::int64_t CloseDevice(std::int64_t* handle) {
     if (handle == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     if (*handle == 0) {
-        return code::success;
+        return QUORRIN_SUCCESS;
     }
     const int closed_handle = static_cast<int>(*handle);
     const std::int64_t result = ICC_Reader_Close();
@@ -56,12 +55,12 @@ std::int64_t CloseDevice(std::int64_t* handle) {
         return result;
     }
     *handle = 0;
-    return code::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t GetDevSerial(std::int64_t handle, char* serial) {
     if (serial == nullptr) {
-        return code::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     char buffer[serial_buffer_size] = {};
     const std::int64_t result = ICC_Reader_GetSerial(handle, buffer);
@@ -69,5 +68,5 @@ std::int64_t GetDevSerial(std::int64_t handle, char* serial) {
         return result;
     }
     std::memcpy(serial, buffer, strnlen(buffer, serial_size));
-    return code::success;
+    return QUORRIN_SUCCESS;
 }

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "quorrin/quorrin.h"
-#include "reader/codes.hpp"
 #include "reader/diagnostic_log.hpp"
 #include "reader/message_table.hpp"
 
@@ -19,7 +18,8 @@ bool last_command_succeeded() noexcept {
 
 // The row of a code; code 0 stands for the last status word.
 const MessageRow* find_row(std::int64_t result) noexcept {
-    return result == code::success ? find_by_status_word(CARD_SW1, CARD_SW2) : find_by_code(result);
+    return result == QUORRIN_SUCCESS ? find_by_status_word(CARD_SW1, CARD_SW2)
+                                     : find_by_code(result);
 }
 
 void report(std::int64_t logged_code, const char* message, char* text) noexcept {
@@ -35,10 +35,10 @@ void report(std::int64_t logged_code, const char* message, char* text) noexcept 
 using namespace quorrin;
 
 std::int64_t TransRetCode(std::int64_t code, char* text) {
-    if (code == code::success && last_command_succeeded()) {
-        return code::success;
+    if (code == QUORRIN_SUCCESS && last_command_succeeded()) {
+        return QUORRIN_SUCCESS;
     }
-    if (code == code::pin_check_failed) {
+    if (code == QUORRIN_PIN_CHECK_FAILED) {
         char message[64];
         std::snprintf(message, sizeof message, "PIN校验失败，剩余次数%d次",
                       CARD_SW2 & remaining_tries_mask);
@@ -50,16 +50,16 @@ std::int64_t TransRetCode(std::int64_t code, char* text) {
         // Deliberate: the log shows 0 where the host gets -40000, which sets an unknown code apart
         // from an explicit -40000 in a host's log.
         report(0, "未知错误", text);
-        return code::unknown;
+        return QUORRIN_UNKNOWN;
     }
     report(row->code, row->message, text);
     return row->code;
 }
 
 std::int64_t TransRetCodeNoMsg(std::int64_t code) {
-    if (code == code::success && last_command_succeeded()) {
-        return code::success;
+    if (code == QUORRIN_SUCCESS && last_command_succeeded()) {
+        return QUORRIN_SUCCESS;
     }
     const MessageRow* row = find_row(code);
-    return row != nullptr ? row->code : code::unknown;
+    return row != nullptr ? row->code : std::int64_t{QUORRIN_UNKNOWN};
 }

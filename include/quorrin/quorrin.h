@@ -20,6 +20,9 @@
 #endif
 #include <stdint.h> /* NOLINT(modernize-deprecated-headers): C reads it too */
 
+#include "quorrin/results.h"
+#include "quorrin/version.h"
+
 #if defined(__GNUC__)
 #define QUORRIN_API __attribute__((visibility("default")))
 #else
@@ -39,19 +42,12 @@ extern "C" {
 
 /* ============================== Return codes and messages ==============================
  *
- * Codes and what to do about them:
- *     0                     success
- *    -1 ..  -15             reader or slot: wrong card type (-1), no card (-2), card not powered
- *                           (-3), card mute (-4), reader library cannot be loaded (-5), reader
- *                           connection (-11), not connected (-12), command not supported (-13),
- *                           bad parameter (-14), check error (-15)
- *   -20 ..  -52, -22xx      card, data and PIN entry codes
- *   -25536 .. -37894        the card refused a command; mostly the negated status word
- *                           (-27266 is 6A82)
- *   -40000                  unknown
- *
- * A few refusals share a code of another group: -21 is also status word 6300, -23 also 6A86, 6B00,
- * 6E00 and 6F00, -40000 also 6400.
+ * The codes by name, with what to do about each, stand in results.h:
+ *    -1 ..  -15             reader or slot (QuorrinDeviceCode)
+ *   -20 ..  -52, -22xx      card, data and PIN entry; -40000 unknown (QuorrinLibraryCode)
+ *   -25536 .. -37894        the card refused a command; mostly the negated status word, as -27266
+ *                           for 6A82 (QuorrinRefusalCode)
+ *  -106, -107, -120, 2xx    bank card operations, without a message (QuorrinFlowCode)
  */
 
 /**
@@ -121,12 +117,26 @@ QUORRIN_API void WriteLogTime(void);
 /** Logging entry point of earlier host programs. Does nothing; all arguments may be null or 0. */
 QUORRIN_API void WriteLogEnc(const char* a, const char* b, int32_t c, int32_t d);
 
-/* ============================== Card power ==============================
- *
- * Card kinds, the library's names for the reader's slots:
- *   11 user card, contact      12 user card, contactless      13 a further user card
- *    1 to 4 SAM slots
- */
+/* ============================== Card power ============================== */
+
+/** Card kinds: the library's names for the reader's slots. */
+enum QuorrinCardKind {
+    QUORRIN_SAM1 = 1, /**< security access module (SAM) in slot 1 */
+    QUORRIN_SAM2 = 2,
+    QUORRIN_SAM3 = 3,
+    QUORRIN_SAM4 = 4,
+    QUORRIN_CONTACT_CARD = 11,     /**< the user's card, contact */
+    QUORRIN_CONTACTLESS_CARD = 12, /**< the user's card, contactless */
+    QUORRIN_FURTHER_CARD = 13      /**< a further user card */
+};
+
+/** Where FindUserCard looks for the user's card. */
+enum QuorrinFindMode {
+    QUORRIN_FIND_CONTACT = 1,          /**< contact only */
+    QUORRIN_FIND_CONTACTLESS = 2,      /**< contactless only */
+    QUORRIN_FIND_CONTACT_FIRST = 3,    /**< contact; contactless when there is no card */
+    QUORRIN_FIND_CONTACTLESS_FIRST = 4 /**< contactless; contact when there is none or it is mute */
+};
 
 /** Card kind of the user's card, used by every user-card exchange. Starts as 11. */
 QUORRIN_API extern uint8_t EG_nUserCardType;
@@ -153,8 +163,7 @@ QUORRIN_API int64_t PowerDown(int64_t handle, int32_t kind);
 /**
  * Powers the user's card and remembers in EG_nUserCardType which slot was tried last.
  * @param handle  reader handle, positive; the kind is remembered even when it is not.
- * @param mode    1 contact only; 2 contactless only; 3 contact, then contactless when there is no
- *                card; 4 contactless, then contact when there is no card or it does not answer.
+ * @param mode    a QuorrinFindMode.
  * @return 0 when a card answered, -14 for another mode, else the failing code. Mode 4 also returns
  *         0 when the contactless slot fails with any code other than -2 and -4.
  */
@@ -171,6 +180,14 @@ QUORRIN_API extern uint8_t CARD_SW2;
 /** Result of the last exchange: 0 when a status word was received or nothing was sent. */
 QUORRIN_API extern int64_t CARD_STATUS;
 
+/** What IccComm sends after the header. These are not the ISO case numbers. */
+enum QuorrinCommandCase {
+    QUORRIN_HEADER_ONLY = 0,     /**< nothing; any number without a name does the same */
+    QUORRIN_WITH_LE = 1,         /**< Le */
+    QUORRIN_WITH_DATA = 2,       /**< Lc and data */
+    QUORRIN_WITH_DATA_AND_LE = 3 /**< Lc, data and Le */
+};
+
 /**
  * Sends one command to a card (ISO 7816-4) and receives its answer.
  *
@@ -182,10 +199,9 @@ QUORRIN_API extern int64_t CARD_STATUS;
  *                  and length 0, before the pointers are looked at.
  * @param cla,ins,p1,p2  command header; the low 8 bits are sent.
  * @param lc        number of command data bytes, low 8 bits.
- * @param data      the command data, lc bytes; read for apduCase 2 and 3 only.
+ * @param data      the command data, lc bytes; read only where apduCase sends them.
  * @param le        expected length, low 8 bits; 0 asks for all.
- * @param apduCase  1 header and Le; 2 header, Lc and data; 3 header, Lc, data and Le; any other
- *                  value the header alone. These are not the ISO case numbers.
+ * @param apduCase  a QuorrinCommandCase.
  * @param resp      receives the response data without SW1 SW2, up to 1022 bytes.
  * @param respLen   receives the number of response data bytes.
  * @return 0 whenever a status word was received, whatever it is: look at CARD_SW1 and CARD_SW2. -14
@@ -258,157 +274,157 @@ QUORRIN_API void emvInitDataPointer(void);
 QUORRIN_API uint8_t StrCmp(const uint8_t* lhs, const uint8_t* rhs, int32_t len);
 
 /* Storage of the terminal's elements. */
-QUORRIN_API extern uint8_t gl_Tm_AcqID[6]; /**< Acquirer identifier (9F01) */
-QUORRIN_API extern uint8_t gl_Tm_Cap_Ad[5]; /**< Additional terminal capabilities (9F40) */
-QUORRIN_API extern uint8_t gl_Tm_AuthAmntB[4]; /**< Amount, authorised (binary) (81) */
-QUORRIN_API extern uint8_t gl_Tm_AuthAmntN[6]; /**< Amount, authorised (numeric) (9F02) */
-QUORRIN_API extern uint8_t gl_Tm_OtherAmntB[4]; /**< Amount, other (binary) (9F04) */
-QUORRIN_API extern uint8_t gl_Tm_OtherAmntN[6]; /**< Amount, other (numeric) (9F03) */
-QUORRIN_API extern uint8_t gl_Tm_RefCurAmnt[4]; /**< Amount, reference currency (9F3A) */
-QUORRIN_API extern uint8_t gl_Tm_AID[16]; /**< Application identifier, terminal (9F06) */
-QUORRIN_API extern uint8_t gl_Tm_AppVerNo[2]; /**< Application version number, terminal (9F09) */
-QUORRIN_API extern uint8_t gl_Tm_AuthCode[6]; /**< Authorisation code (89) */
-QUORRIN_API extern uint8_t gl_Tm_ARC[2]; /**< Authorisation response code (8A) */
-QUORRIN_API extern uint8_t gl_Tm_CVMResult[3]; /**< CVM results (9F34) */
-QUORRIN_API extern uint8_t gl_Tm_CAPKIndex[1]; /**< CA public key index, terminal (9F22) */
-QUORRIN_API extern uint8_t gl_Tm_IFDSn[8]; /**< Interface device serial number (9F1E) */
-QUORRIN_API extern uint8_t gl_Tm_IssAuthDt[16]; /**< Issuer authentication data (91) */
+QUORRIN_API extern uint8_t gl_Tm_AcqID[6];       /**< Acquirer identifier (9F01) */
+QUORRIN_API extern uint8_t gl_Tm_Cap_Ad[5];      /**< Additional terminal capabilities (9F40) */
+QUORRIN_API extern uint8_t gl_Tm_AuthAmntB[4];   /**< Amount, authorised (binary) (81) */
+QUORRIN_API extern uint8_t gl_Tm_AuthAmntN[6];   /**< Amount, authorised (numeric) (9F02) */
+QUORRIN_API extern uint8_t gl_Tm_OtherAmntB[4];  /**< Amount, other (binary) (9F04) */
+QUORRIN_API extern uint8_t gl_Tm_OtherAmntN[6];  /**< Amount, other (numeric) (9F03) */
+QUORRIN_API extern uint8_t gl_Tm_RefCurAmnt[4];  /**< Amount, reference currency (9F3A) */
+QUORRIN_API extern uint8_t gl_Tm_AID[16];        /**< Application identifier, terminal (9F06) */
+QUORRIN_API extern uint8_t gl_Tm_AppVerNo[2];    /**< Application version number, terminal (9F09) */
+QUORRIN_API extern uint8_t gl_Tm_AuthCode[6];    /**< Authorisation code (89) */
+QUORRIN_API extern uint8_t gl_Tm_ARC[2];         /**< Authorisation response code (8A) */
+QUORRIN_API extern uint8_t gl_Tm_CVMResult[3];   /**< CVM results (9F34) */
+QUORRIN_API extern uint8_t gl_Tm_CAPKIndex[1];   /**< CA public key index, terminal (9F22) */
+QUORRIN_API extern uint8_t gl_Tm_IFDSn[8];       /**< Interface device serial number (9F1E) */
+QUORRIN_API extern uint8_t gl_Tm_IssAuthDt[16];  /**< Issuer authentication data (91) */
 QUORRIN_API extern uint8_t gl_Tm_IssScrCmd[261]; /**< Issuer script command (86) */
-QUORRIN_API extern uint8_t gl_Tm_IssScrID[4]; /**< Issuer script identifier (9F18) */
-QUORRIN_API extern uint8_t gl_Tm_MchCatCode[2]; /**< Merchant category code (9F15) */
-QUORRIN_API extern uint8_t gl_Tm_MchID[15]; /**< Merchant identifier (9F16) */
-QUORRIN_API extern uint8_t gl_Tm_PosEntMode[1]; /**< POS entry mode (9F39) */
-QUORRIN_API extern uint8_t gl_Tm_Cap[3]; /**< Terminal capabilities (9F33) */
-QUORRIN_API extern uint8_t gl_Tm_CntryCode[2]; /**< Terminal country code (9F1A) */
-QUORRIN_API extern uint8_t gl_Tm_FloorLmt[4]; /**< Terminal floor limit (9F1B) */
-QUORRIN_API extern uint8_t gl_Tm_TermID[8]; /**< Terminal identification (9F1C) */
-QUORRIN_API extern uint8_t gl_Tm_RMData[8]; /**< Terminal risk management data (9F1D) */
-QUORRIN_API extern uint8_t gl_Tm_TermType[1]; /**< Terminal type (9F35) */
-QUORRIN_API extern uint8_t gl_Tm_TVR[5]; /**< Terminal verification results (TVR) (95) */
-QUORRIN_API extern uint8_t gl_Tm_TCHash[20]; /**< TC hash value (98) */
-QUORRIN_API extern uint8_t gl_Tm_CurCode[2]; /**< Transaction currency code (5F2A) */
-QUORRIN_API extern uint8_t gl_Tm_CurExp[1]; /**< Transaction currency exponent (5F36) */
-QUORRIN_API extern uint8_t gl_Tm_TransDate[3]; /**< Transaction date (9A) */
-QUORRIN_API extern uint8_t gl_Tm_PINData[256]; /**< Transaction PIN data (99) */
-QUORRIN_API extern uint8_t gl_Tm_RefCurCode[2]; /**< Transaction reference currency code (9F3C) */
+QUORRIN_API extern uint8_t gl_Tm_IssScrID[4];    /**< Issuer script identifier (9F18) */
+QUORRIN_API extern uint8_t gl_Tm_MchCatCode[2];  /**< Merchant category code (9F15) */
+QUORRIN_API extern uint8_t gl_Tm_MchID[15];      /**< Merchant identifier (9F16) */
+QUORRIN_API extern uint8_t gl_Tm_PosEntMode[1];  /**< POS entry mode (9F39) */
+QUORRIN_API extern uint8_t gl_Tm_Cap[3];         /**< Terminal capabilities (9F33) */
+QUORRIN_API extern uint8_t gl_Tm_CntryCode[2];   /**< Terminal country code (9F1A) */
+QUORRIN_API extern uint8_t gl_Tm_FloorLmt[4];    /**< Terminal floor limit (9F1B) */
+QUORRIN_API extern uint8_t gl_Tm_TermID[8];      /**< Terminal identification (9F1C) */
+QUORRIN_API extern uint8_t gl_Tm_RMData[8];      /**< Terminal risk management data (9F1D) */
+QUORRIN_API extern uint8_t gl_Tm_TermType[1];    /**< Terminal type (9F35) */
+QUORRIN_API extern uint8_t gl_Tm_TVR[5];         /**< Terminal verification results (TVR) (95) */
+QUORRIN_API extern uint8_t gl_Tm_TCHash[20];     /**< TC hash value (98) */
+QUORRIN_API extern uint8_t gl_Tm_CurCode[2];     /**< Transaction currency code (5F2A) */
+QUORRIN_API extern uint8_t gl_Tm_CurExp[1];      /**< Transaction currency exponent (5F36) */
+QUORRIN_API extern uint8_t gl_Tm_TransDate[3];   /**< Transaction date (9A) */
+QUORRIN_API extern uint8_t gl_Tm_PINData[256];   /**< Transaction PIN data (99) */
+QUORRIN_API extern uint8_t gl_Tm_RefCurCode[2];  /**< Transaction reference currency code (9F3C) */
 /** Transaction reference currency exponent (9F3D) */
 QUORRIN_API extern uint8_t gl_Tm_RefCurExp[1];
 QUORRIN_API extern uint8_t gl_Tm_TrSeqCntr[4]; /**< Transaction sequence counter (9F41) */
-QUORRIN_API extern uint8_t gl_Tm_TSI[2]; /**< Transaction status information (TSI) (9B) */
+QUORRIN_API extern uint8_t gl_Tm_TSI[2];       /**< Transaction status information (TSI) (9B) */
 QUORRIN_API extern uint8_t gl_Tm_TransTime[3]; /**< Transaction time (9F21) */
 QUORRIN_API extern uint8_t gl_Tm_TransType[1]; /**< Transaction type (9C) */
-QUORRIN_API extern uint8_t gl_Tm_UnPNum[4]; /**< Unpredictable number (9F37) */
+QUORRIN_API extern uint8_t gl_Tm_UnPNum[4];    /**< Unpredictable number (9F37) */
 /** Issuer script template 1 (71), shared with template 2 (72) */
 QUORRIN_API extern uint8_t gl_Iss_Script[512];
 QUORRIN_API extern uint8_t gl_Tm_MchNameLoc[256]; /**< Merchant name and location (9F4E) */
 /** Electronic cash terminal support indicator (9F7A) */
 QUORRIN_API extern uint8_t gl_Tm_VisaVLP[1];
 QUORRIN_API extern uint8_t gl_Tm_TransCateCode[1]; /**< Transaction category code (9F53) */
-QUORRIN_API extern uint8_t gl_Tm_AccountType[1]; /**< Account type (5F57) */
+QUORRIN_API extern uint8_t gl_Tm_AccountType[1];   /**< Account type (5F57) */
 /** Electronic cash terminal transaction limit (9F7B) */
 QUORRIN_API extern uint8_t gl_Tm_ECTranLmt[6];
 QUORRIN_API extern uint8_t gl_Tm_ECTranPRT[4]; /**< Terminal transaction qualifiers (TTQ) (9F66) */
 QUORRIN_API extern uint8_t gl_Tm_SuppGMAlg[1]; /**< SM algorithm support indicator (DF69) */
 
 /* Storage of the card's elements. */
-QUORRIN_API extern uint8_t gl_AC[8]; /**< Application cryptogram (9F26) */
-QUORRIN_API extern uint8_t gl_AppCurCode[2]; /**< Application currency code (9F42) */
-QUORRIN_API extern uint8_t gl_AppCurExp[1]; /**< Application currency exponent (9F44) */
-QUORRIN_API extern uint8_t gl_AppDiscData[32]; /**< Application discretionary data (9F05) */
+QUORRIN_API extern uint8_t gl_AC[8];            /**< Application cryptogram (9F26) */
+QUORRIN_API extern uint8_t gl_AppCurCode[2];    /**< Application currency code (9F42) */
+QUORRIN_API extern uint8_t gl_AppCurExp[1];     /**< Application currency exponent (9F44) */
+QUORRIN_API extern uint8_t gl_AppDiscData[32];  /**< Application discretionary data (9F05) */
 QUORRIN_API extern uint8_t gl_AppEffectDate[3]; /**< Application effective date (5F25) */
 QUORRIN_API extern uint8_t gl_AppExpireDate[3]; /**< Application expiration date (5F24) */
-QUORRIN_API extern uint8_t gl_AFL[252]; /**< Application file locator (AFL) (94) */
-QUORRIN_API extern uint8_t gl_AID[16]; /**< Application identifier (ADF name) (4F) */
-QUORRIN_API extern uint8_t gl_AIP[2]; /**< Application interchange profile (AIP) (82) */
-QUORRIN_API extern uint8_t gl_AppLabel[16]; /**< Application label (50) */
-QUORRIN_API extern uint8_t gl_APName[16]; /**< Application preferred name (9F12) */
-QUORRIN_API extern uint8_t gl_PAN[10]; /**< Application PAN (5A) */
-QUORRIN_API extern uint8_t gl_PANSn[1]; /**< Application PAN sequence number (5F34) */
-QUORRIN_API extern uint8_t gl_APID[1]; /**< Application priority indicator (87) */
-QUORRIN_API extern uint8_t gl_APCur[8]; /**< Application reference currency (9F3B) */
-QUORRIN_API extern uint8_t gl_APCurExp[4]; /**< Application reference currency exponent (9F43) */
+QUORRIN_API extern uint8_t gl_AFL[252];         /**< Application file locator (AFL) (94) */
+QUORRIN_API extern uint8_t gl_AID[16];          /**< Application identifier (ADF name) (4F) */
+QUORRIN_API extern uint8_t gl_AIP[2];           /**< Application interchange profile (AIP) (82) */
+QUORRIN_API extern uint8_t gl_AppLabel[16];     /**< Application label (50) */
+QUORRIN_API extern uint8_t gl_APName[16];       /**< Application preferred name (9F12) */
+QUORRIN_API extern uint8_t gl_PAN[10];          /**< Application PAN (5A) */
+QUORRIN_API extern uint8_t gl_PANSn[1];         /**< Application PAN sequence number (5F34) */
+QUORRIN_API extern uint8_t gl_APID[1];          /**< Application priority indicator (87) */
+QUORRIN_API extern uint8_t gl_APCur[8];         /**< Application reference currency (9F3B) */
+QUORRIN_API extern uint8_t gl_APCurExp[4];  /**< Application reference currency exponent (9F43) */
 QUORRIN_API extern uint8_t gl_AppTemp[252]; /**< Application template (61) */
-QUORRIN_API extern uint8_t gl_ATC[2]; /**< Application transaction counter (ATC) (9F36) */
-QUORRIN_API extern uint8_t gl_AUC[2]; /**< Application usage control (9F07) */
-QUORRIN_API extern uint8_t gl_AppVerNo[2]; /**< Application version number, card (9F08) */
-QUORRIN_API extern uint8_t gl_CDOL1[252]; /**< CDOL1 (8C) */
-QUORRIN_API extern uint8_t gl_CDOL2[252]; /**< CDOL2 (8D) */
-QUORRIN_API extern uint8_t gl_HolderName[252]; /**< Cardholder name (5F20) */
+QUORRIN_API extern uint8_t gl_ATC[2];       /**< Application transaction counter (ATC) (9F36) */
+QUORRIN_API extern uint8_t gl_AUC[2];       /**< Application usage control (9F07) */
+QUORRIN_API extern uint8_t gl_AppVerNo[2];  /**< Application version number, card (9F08) */
+QUORRIN_API extern uint8_t gl_CDOL1[252];   /**< CDOL1 (8C) */
+QUORRIN_API extern uint8_t gl_CDOL2[252];   /**< CDOL2 (8D) */
+QUORRIN_API extern uint8_t gl_HolderName[252];   /**< Cardholder name (5F20) */
 QUORRIN_API extern uint8_t gl_HolderNameEx[252]; /**< Cardholder name, extended (9F0B) */
-QUORRIN_API extern uint8_t gl_CVMList[252]; /**< CVM list (8E) */
-QUORRIN_API extern uint8_t gl_CAPkIndex[1]; /**< CA public key index, card (8F) */
-QUORRIN_API extern uint8_t gl_CID[1]; /**< Cryptogram information data (9F27) */
-QUORRIN_API extern uint8_t gl_DtAuthCode[2]; /**< Data authentication code (9F45) */
-QUORRIN_API extern uint8_t gl_DFName[16]; /**< Dedicated file name (84) */
-QUORRIN_API extern uint8_t gl_DDFName[16]; /**< Directory definition file name (9D) */
-QUORRIN_API extern uint8_t gl_DirDiscTemp[252]; /**< Directory discretionary template (73) */
-QUORRIN_API extern uint8_t gl_DDOL[252]; /**< DDOL (9F49) */
-QUORRIN_API extern uint8_t gl_FCIDiscData[240]; /**< FCI issuer discretionary data (BF0C) */
-QUORRIN_API extern uint8_t gl_FCIPropTemp[256]; /**< FCI proprietary template (A5) */
-QUORRIN_API extern uint8_t gl_FCITemp[252]; /**< FCI template (6F) */
-QUORRIN_API extern uint8_t gl_IccDynNum[8]; /**< ICC dynamic number (9F4C) */
+QUORRIN_API extern uint8_t gl_CVMList[252];      /**< CVM list (8E) */
+QUORRIN_API extern uint8_t gl_CAPkIndex[1];      /**< CA public key index, card (8F) */
+QUORRIN_API extern uint8_t gl_CID[1];            /**< Cryptogram information data (9F27) */
+QUORRIN_API extern uint8_t gl_DtAuthCode[2];     /**< Data authentication code (9F45) */
+QUORRIN_API extern uint8_t gl_DFName[16];        /**< Dedicated file name (84) */
+QUORRIN_API extern uint8_t gl_DDFName[16];       /**< Directory definition file name (9D) */
+QUORRIN_API extern uint8_t gl_DirDiscTemp[252];  /**< Directory discretionary template (73) */
+QUORRIN_API extern uint8_t gl_DDOL[252];         /**< DDOL (9F49) */
+QUORRIN_API extern uint8_t gl_FCIDiscData[240];  /**< FCI issuer discretionary data (BF0C) */
+QUORRIN_API extern uint8_t gl_FCIPropTemp[256];  /**< FCI proprietary template (A5) */
+QUORRIN_API extern uint8_t gl_FCITemp[252];      /**< FCI template (6F) */
+QUORRIN_API extern uint8_t gl_IccDynNum[8];      /**< ICC dynamic number (9F4C) */
 /** ICC PIN encipherment public key certificate (9F2D) */
 QUORRIN_API extern uint8_t gl_PeCert[248];
-QUORRIN_API extern uint8_t gl_PeExp[3]; /**< ICC PIN encipherment public key exponent (9F2E) */
+QUORRIN_API extern uint8_t gl_PeExp[3];  /**< ICC PIN encipherment public key exponent (9F2E) */
 QUORRIN_API extern uint8_t gl_PeRmd[42]; /**< ICC PIN encipherment public key remainder (9F2F) */
-QUORRIN_API extern uint8_t gl_IccPkCert[248]; /**< ICC public key certificate (9F46) */
-QUORRIN_API extern uint8_t gl_IccPkExp[3]; /**< ICC public key exponent (9F47) */
-QUORRIN_API extern uint8_t gl_IccPkRmd[42]; /**< ICC public key remainder (9F48) */
-QUORRIN_API extern uint8_t gl_IAC_Default[5]; /**< Issuer action code, default (9F0D) */
-QUORRIN_API extern uint8_t gl_IAC_Denial[5]; /**< Issuer action code, denial (9F0E) */
-QUORRIN_API extern uint8_t gl_IAC_Online[5]; /**< Issuer action code, online (9F0F) */
-QUORRIN_API extern uint8_t gl_IssAppData[32]; /**< Issuer application data (9F10) */
-QUORRIN_API extern uint8_t gl_IssCTIndex[1]; /**< Issuer code table index (9F11) */
-QUORRIN_API extern uint8_t gl_IssCountryCode[2]; /**< Issuer country code (5F28) */
-QUORRIN_API extern uint8_t gl_IssPkCert[248]; /**< Issuer public key certificate (90) */
-QUORRIN_API extern uint8_t gl_IssPkExp[3]; /**< Issuer public key exponent (9F32) */
-QUORRIN_API extern uint8_t gl_IssPkRmd[36]; /**< Issuer public key remainder (92) */
-QUORRIN_API extern uint8_t gl_IssURL[256]; /**< Issuer URL (5F50) */
-QUORRIN_API extern uint8_t gl_LangPref[8]; /**< Language preference (5F2D) */
-QUORRIN_API extern uint8_t gl_LastATC[2]; /**< Last online ATC register (9F13) */
-QUORRIN_API extern uint8_t gl_LCOL[1]; /**< Lower consecutive offline limit (9F14) */
-QUORRIN_API extern uint8_t gl_PinTryCntr[1]; /**< PIN try counter (9F17) */
-QUORRIN_API extern uint8_t gl_PDOL[256]; /**< PDOL (9F38) */
-QUORRIN_API extern uint8_t gl_RMTF1[256]; /**< Response message template format 1 (80) */
-QUORRIN_API extern uint8_t gl_RMTF2[256]; /**< Response message template format 2 (77) */
-QUORRIN_API extern uint8_t gl_ServiceCode[2]; /**< Service code (5F30) */
-QUORRIN_API extern uint8_t gl_SFI[1]; /**< Short file identifier (SFI) (88) */
-QUORRIN_API extern uint8_t gl_SignDynAppDt[248]; /**< Signed dynamic application data (9F4B) */
-QUORRIN_API extern uint8_t gl_SignStaAppDt[248]; /**< Signed static application data (93) */
-QUORRIN_API extern uint8_t gl_SDATagList[256]; /**< Static data authentication tag list (9F4A) */
-QUORRIN_API extern uint8_t gl_Track1Data[256]; /**< Track 1 discretionary data (9F1F) */
-QUORRIN_API extern uint8_t gl_Track2Data[256]; /**< Track 2 discretionary data (9F20) */
-QUORRIN_API extern uint8_t gl_Track2EquData[19]; /**< Track 2 equivalent data (57) */
-QUORRIN_API extern uint8_t gl_TDOL[252]; /**< TDOL (97) */
-QUORRIN_API extern uint8_t gl_UCOL[1]; /**< Upper consecutive offline limit (9F23) */
+QUORRIN_API extern uint8_t gl_IccPkCert[248];     /**< ICC public key certificate (9F46) */
+QUORRIN_API extern uint8_t gl_IccPkExp[3];        /**< ICC public key exponent (9F47) */
+QUORRIN_API extern uint8_t gl_IccPkRmd[42];       /**< ICC public key remainder (9F48) */
+QUORRIN_API extern uint8_t gl_IAC_Default[5];     /**< Issuer action code, default (9F0D) */
+QUORRIN_API extern uint8_t gl_IAC_Denial[5];      /**< Issuer action code, denial (9F0E) */
+QUORRIN_API extern uint8_t gl_IAC_Online[5];      /**< Issuer action code, online (9F0F) */
+QUORRIN_API extern uint8_t gl_IssAppData[32];     /**< Issuer application data (9F10) */
+QUORRIN_API extern uint8_t gl_IssCTIndex[1];      /**< Issuer code table index (9F11) */
+QUORRIN_API extern uint8_t gl_IssCountryCode[2];  /**< Issuer country code (5F28) */
+QUORRIN_API extern uint8_t gl_IssPkCert[248];     /**< Issuer public key certificate (90) */
+QUORRIN_API extern uint8_t gl_IssPkExp[3];        /**< Issuer public key exponent (9F32) */
+QUORRIN_API extern uint8_t gl_IssPkRmd[36];       /**< Issuer public key remainder (92) */
+QUORRIN_API extern uint8_t gl_IssURL[256];        /**< Issuer URL (5F50) */
+QUORRIN_API extern uint8_t gl_LangPref[8];        /**< Language preference (5F2D) */
+QUORRIN_API extern uint8_t gl_LastATC[2];         /**< Last online ATC register (9F13) */
+QUORRIN_API extern uint8_t gl_LCOL[1];            /**< Lower consecutive offline limit (9F14) */
+QUORRIN_API extern uint8_t gl_PinTryCntr[1];      /**< PIN try counter (9F17) */
+QUORRIN_API extern uint8_t gl_PDOL[256];          /**< PDOL (9F38) */
+QUORRIN_API extern uint8_t gl_RMTF1[256];         /**< Response message template format 1 (80) */
+QUORRIN_API extern uint8_t gl_RMTF2[256];         /**< Response message template format 2 (77) */
+QUORRIN_API extern uint8_t gl_ServiceCode[2];     /**< Service code (5F30) */
+QUORRIN_API extern uint8_t gl_SFI[1];             /**< Short file identifier (SFI) (88) */
+QUORRIN_API extern uint8_t gl_SignDynAppDt[248];  /**< Signed dynamic application data (9F4B) */
+QUORRIN_API extern uint8_t gl_SignStaAppDt[248];  /**< Signed static application data (93) */
+QUORRIN_API extern uint8_t gl_SDATagList[256];    /**< Static data authentication tag list (9F4A) */
+QUORRIN_API extern uint8_t gl_Track1Data[256];    /**< Track 1 discretionary data (9F1F) */
+QUORRIN_API extern uint8_t gl_Track2Data[256];    /**< Track 2 discretionary data (9F20) */
+QUORRIN_API extern uint8_t gl_Track2EquData[19];  /**< Track 2 equivalent data (57) */
+QUORRIN_API extern uint8_t gl_TDOL[252];          /**< TDOL (97) */
+QUORRIN_API extern uint8_t gl_UCOL[1];            /**< Upper consecutive offline limit (9F23) */
 QUORRIN_API extern uint8_t gl_CardHolderCert[41]; /**< Cardholder ID number (9F61) */
 QUORRIN_API extern uint8_t gl_CardHolderCertType[1]; /**< Cardholder ID type (9F62) */
-QUORRIN_API extern uint8_t gl_LogEntry[2]; /**< Log entry, transaction log (9F4D) */
-QUORRIN_API extern uint8_t gl_LogFormat[256]; /**< Log format (9F4F) */
-QUORRIN_API extern uint8_t gl_IC_BIC[11]; /**< Bank identifier code (5F54) */
+QUORRIN_API extern uint8_t gl_LogEntry[2];           /**< Log entry, transaction log (9F4D) */
+QUORRIN_API extern uint8_t gl_LogFormat[256];        /**< Log format (9F4F) */
+QUORRIN_API extern uint8_t gl_IC_BIC[11];            /**< Bank identifier code (5F54) */
 QUORRIN_API extern uint8_t gl_IC_IBAN[34]; /**< International bank account number (5F53) */
 QUORRIN_API extern uint8_t gl_IC_IssCountryCode_A2[2]; /**< Issuer country code, alpha 2 (5F55) */
 QUORRIN_API extern uint8_t gl_IC_ISSCOUNTRYCODE_A3[3]; /**< Issuer country code, alpha 3 (5F56) */
-QUORRIN_API extern uint8_t gl_IC_IssIDNumber[3]; /**< Issuer identification number (42) */
-QUORRIN_API extern uint8_t gl_IC_ECBalance[6]; /**< Electronic cash balance (9F79) */
-QUORRIN_API extern uint8_t gl_IC_ECBalanceLmt[6]; /**< Electronic cash balance limit (9F77) */
+QUORRIN_API extern uint8_t gl_IC_IssIDNumber[3];       /**< Issuer identification number (42) */
+QUORRIN_API extern uint8_t gl_IC_ECBalance[6];         /**< Electronic cash balance (9F79) */
+QUORRIN_API extern uint8_t gl_IC_ECBalanceLmt[6];      /**< Electronic cash balance limit (9F77) */
 /** Electronic cash issuer authorisation code (9F74) */
 QUORRIN_API extern uint8_t gl_IC_ECIssAuthCode[6];
 /** Electronic cash single transaction limit (9F78) */
 QUORRIN_API extern uint8_t gl_IC_ECSigleLmt[6];
 QUORRIN_API extern uint8_t gl_IC_ECResetThld[6]; /**< Electronic cash reset threshold (9F6D) */
-QUORRIN_API extern uint8_t gl_IC_ECADA[4]; /**< Application default action (9F52) */
-QUORRIN_API extern uint8_t gl_IC_ECVOS[6]; /**< Available offline spending amount (9F5D) */
-QUORRIN_API extern uint8_t gl_IC_ECCAP[4]; /**< Card additional processes (9F68) */
-QUORRIN_API extern uint8_t gl_IC_ECCCVMLT[6]; /**< Card CVM limit (9F6B) */
-QUORRIN_API extern uint8_t gl_IC_ECCTQ[2]; /**< Card transaction qualifiers (CTQ) (9F6C) */
+QUORRIN_API extern uint8_t gl_IC_ECADA[4];       /**< Application default action (9F52) */
+QUORRIN_API extern uint8_t gl_IC_ECVOS[6];       /**< Available offline spending amount (9F5D) */
+QUORRIN_API extern uint8_t gl_IC_ECCAP[4];       /**< Card additional processes (9F68) */
+QUORRIN_API extern uint8_t gl_IC_ECCCVMLT[6];    /**< Card CVM limit (9F6B) */
+QUORRIN_API extern uint8_t gl_IC_ECCTQ[2];       /**< Card transaction qualifiers (CTQ) (9F6C) */
 /** Application interchange profile, electronic cash (84) */
 QUORRIN_API extern uint8_t gl_IC_ECAIP[2];
-QUORRIN_API extern uint8_t gl_IC_ECLOATC[2]; /**< Last online ATC, electronic cash (9F13) */
-QUORRIN_API extern uint8_t gl_IC_ECCAR[32]; /**< Card authentication related data (9F69) */
+QUORRIN_API extern uint8_t gl_IC_ECLOATC[2];       /**< Last online ATC, electronic cash (9F13) */
+QUORRIN_API extern uint8_t gl_IC_ECCAR[32];        /**< Card authentication related data (9F69) */
 QUORRIN_API extern uint8_t gl_IC_ProductLable[16]; /**< Product identification (9F63) */
-QUORRIN_API extern uint8_t gl_IC_ECMCHNUM[256]; /**< Merchant number, electronic cash (DF50) */
-QUORRIN_API extern uint8_t gl_LogEntry_Load[2]; /**< Log entry, load log (DF4D) */
+QUORRIN_API extern uint8_t gl_IC_ECMCHNUM[256];    /**< Merchant number, electronic cash (DF50) */
+QUORRIN_API extern uint8_t gl_LogEntry_Load[2];    /**< Log entry, load log (DF4D) */
 
 /* Working data that no table row describes. */
 
@@ -1776,11 +1792,17 @@ QUORRIN_API int64_t emvExternalAuthenticate(int64_t handle);
 
 /* ============================== Transaction log ============================== */
 
+/** Which of a card's logs GetIcBankCardTrDetail reads. */
+enum QuorrinLogType {
+    QUORRIN_TRANSACTION_LOG = 1, /**< format 9F4F, entry 9F4D; any number but 2 does the same */
+    QUORRIN_LOAD_LOG = 2         /**< format DF4F, entry DF4D */
+};
+
 /**
  * Reads the card's transaction log as text: the length of the first record's text in three digits,
  * then the texts of all records read, back to back (see PackTrsData). The data element store is
  * left alone.
- * @param logType   2 the load log (DF4F, DF4D); any other value the transaction log (9F4F, 9F4D).
+ * @param logType   a QuorrinLogType.
  * @param selector  1 to 10 reads that record only; 0 or more than 10 reads all; negative reads
  *                  none.
  * @param aidHex    AID as hex text; null or empty takes the first application of the card's
@@ -1830,9 +1852,9 @@ QUORRIN_API int64_t PackTrsData(const uint8_t* format, uint32_t formatLen, const
  * Reads card number and card holder name all by itself: opens the reader, finds and powers the
  * card, selects the first application of its directory, reads the records, powers the card down and
  * closes the reader.
- * @param cardKind  0 contact, 1 contactless, 2 contactless first, then contact (see FindUserCard:
- *                  the contact card is tried after -2 and -4 alone, and after another failure the
- *                  commands go to the contactless slot).
+ * @param cardKind  a QuorrinUserCard. With contactless first (see FindUserCard) the contact card is
+ *                  tried after -2 and -4 alone; after another failure the commands go to the
+ *                  contactless slot.
  * @param port      kept in EG_port.
  * @param pan       at least 21 bytes, zeroed by the caller; receives the PAN as hex text, up to
  *                  20 characters; left alone when there is none.
@@ -1865,9 +1887,16 @@ QUORRIN_API int64_t getIcAPNName(int64_t handle, char* pan, int32_t* panLen, uin
 
 /* ============================== Functions with C++ symbols ============================== */
 
+/** Where icBandkCardPowerUp and ICRT_GetICPanName look for the user's card. */
+enum QuorrinUserCard {
+    QUORRIN_USER_CONTACT = 0,          /**< contact only */
+    QUORRIN_USER_CONTACTLESS = 1,      /**< contactless only */
+    QUORRIN_USER_CONTACTLESS_FIRST = 2 /**< as QUORRIN_FIND_CONTACTLESS_FIRST */
+};
+
 /**
  * Opens the reader and finds the user's card.
- * @param iType  0 contact only, 1 contactless only, 2 contactless first, then contact.
+ * @param iType  a QuorrinUserCard.
  * @param msg    at least 73 bytes; receives the message text of a failure (see TransRetCode).
  * @return 0 with the reader open and the card powered: finish with CloseAllDevice. Else a code of
  *         TransRetCode, with the reader closed.

@@ -9,15 +9,7 @@
  * libQuorrin.so.1 is loaded.
  *
  * Results and arguments are passed as 64-bit or 32-bit integers exactly as declared. Failures are
- * reported with the device codes -1 to -15 (see quorrin.h, return codes).
- *
- * Slot codes:
- *
- *   slot                        power on, exchange    power off
- *   user card, contact          0x01                  0x01
- *   further user card (MAS)     0x02                  0x02
- *   user card, contactless      0x31                  0x03
- *   SAM slots 1 to 4            0x11 to 0x14          0x11 to 0x14
+ * reported with the device codes of device_codes.h.
  *
  * A handle is what ICC_Reader_Open returned; GetDevSerial and IccComm pass on whatever the host
  * gave them.
@@ -30,9 +22,23 @@
 #endif
 #include <stdint.h> /* NOLINT(modernize-deprecated-headers): C reads it too */
 
+#include "quorrin/device_codes.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/** The reader's slots as the library addresses them. */
+enum QuorrinSlotCode {
+    QUORRIN_SLOT_CONTACT = 0x01,         /**< user card, contact */
+    QUORRIN_SLOT_FURTHER = 0x02,         /**< further user card (MAS) */
+    QUORRIN_SLOT_CONTACTLESS = 0x31,     /**< user card, contactless: power-on and exchange */
+    QUORRIN_SLOT_CONTACTLESS_OFF = 0x03, /**< the same slot: power-off */
+    QUORRIN_SLOT_SAM1 = 0x11,            /**< security access modules (SAM) 1 to 4 */
+    QUORRIN_SLOT_SAM2 = 0x12,
+    QUORRIN_SLOT_SAM3 = 0x13,
+    QUORRIN_SLOT_SAM4 = 0x14
+};
 
 /**
  * Opens the reader.

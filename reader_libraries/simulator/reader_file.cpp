@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "quorrin/device_codes.h"
 #include "reader_libraries/simulator/card/profile_card.hpp"
-#include "reader_libraries/simulator/device_codes.hpp"
 
 namespace quorrin::simulator {
 namespace {
@@ -197,7 +197,7 @@ bool read_lasting_fault(const Section& section, SlotFaults& faults) {
         FaultTrigger from_the_start;
         from_the_start.event = FaultTrigger::Event::power_on;
         from_the_start.always = true;
-        faults.list.push_back({from_the_start, ReaderResult{device::mute}, false});
+        faults.list.push_back({from_the_start, ReaderResult{QUORRIN_CARD_MUTE}, false});
         return true;
     }
     if (section.has("removed_after")) {

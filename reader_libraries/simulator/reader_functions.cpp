@@ -10,7 +10,7 @@
 #include <exception>
 #include <mutex>
 
-#include "reader_libraries/simulator/device_codes.hpp"
+#include "quorrin/device_codes.h"
 #include "reader_libraries/simulator/simulated_reader.hpp"
 
 namespace quorrin::simulator {
@@ -60,30 +60,30 @@ std::int64_t complain(const ConfigurationError& error, std::int64_t code) {
 using namespace quorrin::simulator;
 
 int64_t ICC_Reader_Open(char* name) {
-    return guarded(device::connection_error, [&](SimulatedReader& simulated) -> std::int64_t {
+    return guarded(QUORRIN_CONNECTION_ERROR, [&](SimulatedReader& simulated) -> std::int64_t {
         if (name == nullptr) {
-            return device::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
         }
         try {
             return simulated.open(reader_file(), std::span<char, SimulatedReader::name_room>(
                                                      name, SimulatedReader::name_room));
         } catch (const ConfigurationMissing& missing) {
-            return complain(missing, device::connection_error);
+            return complain(missing, QUORRIN_CONNECTION_ERROR);
         } catch (const ConfigurationError& error) {
-            return complain(error, device::bad_parameter);
+            return complain(error, QUORRIN_BAD_PARAMETER);
         }
     });
 }
 
 int64_t ICC_Reader_Close(void) {
-    return guarded(device::connection_error,
+    return guarded(QUORRIN_CONNECTION_ERROR,
                    [](SimulatedReader& simulated) { return simulated.close(); });
 }
 
 int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
-    return guarded(device::mute, [&](SimulatedReader& simulated) -> std::int64_t {
+    return guarded(QUORRIN_CARD_MUTE, [&](SimulatedReader& simulated) -> std::int64_t {
         if (atr == nullptr) {
-            return device::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
         }
         return simulated.power_on(
             handle, slot,
@@ -92,15 +92,15 @@ int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
 }
 
 int64_t ICC_Reader_PowerOff(int64_t handle, int slot) {
-    return guarded(device::mute,
+    return guarded(QUORRIN_CARD_MUTE,
                    [&](SimulatedReader& simulated) { return simulated.power_off(handle, slot); });
 }
 
 int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t* command,
                                uint8_t* response) {
-    return guarded(device::mute, [&](SimulatedReader& simulated) -> std::int64_t {
+    return guarded(QUORRIN_CARD_MUTE, [&](SimulatedReader& simulated) -> std::int64_t {
         if (command == nullptr || response == nullptr || length < 0) {
-            return device::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
         }
         return simulated.exchange(handle, slot, {command, static_cast<std::size_t>(length)},
                                   std::span<std::uint8_t, SimulatedReader::response_room>(
@@ -109,9 +109,9 @@ int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t
 }
 
 int64_t ICC_Reader_GetSerial(int64_t handle, char* serial) {
-    return guarded(device::connection_error, [&](SimulatedReader& simulated) -> std::int64_t {
+    return guarded(QUORRIN_CONNECTION_ERROR, [&](SimulatedReader& simulated) -> std::int64_t {
         if (serial == nullptr) {
-            return device::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
         }
         return simulated.serial(handle, std::span<char, SimulatedReader::serial_room>(
                                             serial, SimulatedReader::serial_room));

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <system_error>
 
-#include "reader_libraries/simulator/device_codes.hpp"
+#include "quorrin/device_codes.h"
 
 namespace quorrin::simulator {
 namespace {
@@ -40,7 +40,7 @@ std::int64_t take_answer(std::span<std::uint8_t, Room> out, Call&& call) {
     try {
         const Bytes answer = call();
         if (answer.size() > Room) {
-            return device::check_error;
+            return QUORRIN_CHECK_ERROR;
         }
         std::ranges::copy(answer, out.begin());
         return static_cast<std::int64_t>(answer.size());
@@ -77,14 +77,14 @@ std::int64_t SimulatedReader::open(const std::optional<std::filesystem::path>& f
 
 std::int64_t SimulatedReader::close() {
     if (handle_ == 0) {
-        return device::not_connected;
+        return QUORRIN_NOT_CONNECTED;
     }
     for (Slot& slot : slots_) {
         cut_power(slot);
         slot = {};
     }
     handle_ = 0;
-    return device::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t SimulatedReader::power_on(std::int64_t handle, int code,
@@ -95,7 +95,7 @@ std::int64_t SimulatedReader::power_on(std::int64_t handle, int code,
     }
     const std::int64_t result = take_answer(atr, [&] { return slot->front->power_on(); });
     slot->powered = result > 0;
-    return result == 0 ? device::mute : result;
+    return result == 0 ? std::int64_t{QUORRIN_CARD_MUTE} : result;
 }
 
 std::int64_t SimulatedReader::power_off(std::int64_t handle, int code) {
@@ -105,7 +105,7 @@ std::int64_t SimulatedReader::power_off(std::int64_t handle, int code) {
         return found;
     }
     cut_power(*slot);
-    return device::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t SimulatedReader::exchange(std::int64_t handle, int code,
@@ -116,10 +116,10 @@ std::int64_t SimulatedReader::exchange(std::int64_t handle, int code,
         return found;
     }
     if (command.size() < shortest_command || command.size() > longest_command) {
-        return device::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     if (!slot->powered) {
-        return device::not_powered;
+        return QUORRIN_NOT_POWERED;
     }
     return take_answer(response, [&] { return slot->front->transmit(command); });
 }
@@ -130,7 +130,7 @@ std::int64_t SimulatedReader::serial(std::int64_t handle,
         return wrong;
     }
     write_text(serial, setup_->serial);
-    return device::success;
+    return QUORRIN_SUCCESS;
 }
 
 bool SimulatedReader::setup_is_current(const std::optional<std::filesystem::path>& file) const {
@@ -160,9 +160,9 @@ void SimulatedReader::load(const std::optional<std::filesystem::path>& file) {
 
 std::int64_t SimulatedReader::check_handle(std::int64_t handle) const {
     if (handle_ == 0) {
-        return device::not_connected;
+        return QUORRIN_NOT_CONNECTED;
     }
-    return handle == handle_ ? device::success : device::bad_parameter;
+    return handle == handle_ ? QUORRIN_SUCCESS : QUORRIN_BAD_PARAMETER;
 }
 
 // The slot with a card that a host means, or why there is none.
@@ -172,14 +172,14 @@ std::int64_t SimulatedReader::find_card(std::int64_t handle, std::optional<std::
         return wrong;
     }
     if (!index) {
-        return device::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     slot = &slots_[*index];
     if (slot->front == nullptr || !slot->front->card_present()) {
         cut_power(*slot);  // a card that was pulled out lost its session with the power
-        return device::no_card;
+        return QUORRIN_NO_CARD;
     }
-    return device::success;
+    return QUORRIN_SUCCESS;
 }
 
 void SimulatedReader::cut_power(Slot& slot) {

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string_view>
 
+#include "quorrin/reader_library.h"
+
 namespace quorrin::simulator {
 
 struct SlotRow {
@@ -16,14 +18,14 @@ struct SlotRow {
 
 // clang-format off
 inline constexpr std::array slot_rows = {
-    SlotRow{"contact",     0x01, 0x01},
+    SlotRow{"contact",     QUORRIN_SLOT_CONTACT, QUORRIN_SLOT_CONTACT},
     // Deliberate: the contactless slot is powered down under a code of its own, as hosts send it.
-    SlotRow{"contactless", 0x31, 0x03},
-    SlotRow{"further",     0x02, 0x02},
-    SlotRow{"sam1",        0x11, 0x11},
-    SlotRow{"sam2",        0x12, 0x12},
-    SlotRow{"sam3",        0x13, 0x13},
-    SlotRow{"sam4",        0x14, 0x14},
+    SlotRow{"contactless", QUORRIN_SLOT_CONTACTLESS, QUORRIN_SLOT_CONTACTLESS_OFF},
+    SlotRow{"further",     QUORRIN_SLOT_FURTHER, QUORRIN_SLOT_FURTHER},
+    SlotRow{"sam1",        QUORRIN_SLOT_SAM1, QUORRIN_SLOT_SAM1},
+    SlotRow{"sam2",        QUORRIN_SLOT_SAM2, QUORRIN_SLOT_SAM2},
+    SlotRow{"sam3",        QUORRIN_SLOT_SAM3, QUORRIN_SLOT_SAM3},
+    SlotRow{"sam4",        QUORRIN_SLOT_SAM4, QUORRIN_SLOT_SAM4},
 };
 // clang-format on
 

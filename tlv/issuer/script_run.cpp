@@ -42,7 +42,6 @@ class ZeroExtended {
 void send_command(const ZeroExtended& bytes, std::size_t value_length) {
     constexpr std::size_t lc_position = command_header_size;
     constexpr std::size_t data_position = command_header_size + 1;
-    constexpr std::int32_t header_lc_data_le = 3;
 
     std::size_t lc = 0;
     std::int32_t le = 0;
@@ -61,7 +60,7 @@ void send_command(const ZeroExtended& bytes, std::size_t value_length) {
     std::array<std::uint8_t, 1024> answer = {};
     std::uint32_t answer_length = 0;
     IccComm(ReaderHandle, EG_nUserCardType, bytes.at(0), bytes.at(1), bytes.at(2), bytes.at(3),
-            static_cast<std::int32_t>(lc), data.data(), le, header_lc_data_le, answer.data(),
+            static_cast<std::int32_t>(lc), data.data(), le, QUORRIN_WITH_DATA_AND_LE, answer.data(),
             &answer_length);
 }
 
