@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "reader_libraries/simulator/configuration.hpp"
+#include "reader_libraries/configuration/configuration.hpp"
 #include "reader_libraries/simulator/fault_injection.hpp"
 #include "reader_libraries/simulator/slots.hpp"
 #include "reader_libraries/simulator/t0_framing.hpp"

@@ -57,6 +57,7 @@ std::int64_t complain(const ConfigurationError& error, std::int64_t code) {
 }  // namespace
 }  // namespace quorrin::simulator
 
+using namespace quorrin;
 using namespace quorrin::simulator;
 
 int64_t ICC_Reader_Open(char* name) {

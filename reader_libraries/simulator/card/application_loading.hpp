@@ -2,7 +2,7 @@
 #pragma once
 
 #include "reader_libraries/simulator/card/card_profile.hpp"
-#include "reader_libraries/simulator/configuration.hpp"
+#include "reader_libraries/configuration/configuration.hpp"
 
 namespace quorrin::simulator {
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "reader_libraries/simulator/card_device.hpp"
-#include "reader_libraries/simulator/configuration.hpp"
+#include "reader_libraries/configuration/configuration.hpp"
 
 namespace quorrin::simulator {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "reader_libraries/simulator/card/element_notation.hpp"
-#include "reader_libraries/simulator/configuration.hpp"
+#include "reader_libraries/configuration/configuration.hpp"
 
 namespace quorrin::simulator {
 

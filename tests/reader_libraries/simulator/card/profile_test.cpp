@@ -27,7 +27,7 @@ TEST_P(WrongProfile, IsRefusedWithLineAndField) {
     try {
         card_of(text);
         FAIL() << "this makes a card";
-    } catch (const simulator::ConfigurationError& error) {
+    } catch (const ConfigurationError& error) {
         EXPECT_EQ(error.file, "test.toml");
         EXPECT_EQ(error.line, static_cast<std::size_t>(line)) << error.what();
         EXPECT_EQ(error.field, GetParam().field) << error.what();
@@ -126,12 +126,12 @@ TEST(CardProfiles, NeedAnApplication) {
                          "cryptogram = \"00000000000000000000000000000000\"\n"
                          "mac = \"00000000000000000000000000000000\"\n"
                          "encipherment = \"00000000000000000000000000000000\"\n"),
-                 simulator::ConfigurationError);
+                 ConfigurationError);
 }
 
 TEST(CardProfiles, ThatAreNotThereAreMissed) {
     EXPECT_THROW(simulator::load_card_file("no/such/profile.toml"),
-                 simulator::ConfigurationMissing);
+                 ConfigurationMissing);
 }
 
 TEST(CardProfiles, ListTheRecordsOfEachFileInUnbrokenRuns) {

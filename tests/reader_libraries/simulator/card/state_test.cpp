@@ -153,7 +153,7 @@ TEST_F(CardState, ThatDoesNotFitTheProfileIsRefused) {
         try {
             const auto card = load();
             ADD_FAILURE() << to;
-        } catch (const simulator::ConfigurationError& error) {
+        } catch (const ConfigurationError& error) {
             EXPECT_EQ(error.file, (directory_ / "card.state").string()) << to;
             EXPECT_GT(error.line, 0U) << to;
             EXPECT_NE(error.field, "") << to;

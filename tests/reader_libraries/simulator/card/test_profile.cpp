@@ -82,7 +82,7 @@ std::string changed(std::string text, const std::string& from, const std::string
 }
 
 std::unique_ptr<simulator::CardDevice> card_of(const std::string& profile) {
-    return simulator::load_card(simulator::parse_configuration(profile, "test.toml"));
+    return simulator::load_card(parse_configuration(profile, "test.toml"));
 }
 
 }  // namespace quorrin::test

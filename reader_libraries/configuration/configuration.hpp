@@ -1,5 +1,5 @@
-// Typed reading of the TOML files that people write for the simulator. Every complaint names file,
-// line, field and reason, so that a typing error is found without looking at any code.
+// Typed reading of the TOML files that people write for the reader libraries. Every complaint names
+// file, line, field and reason, so that a typing error is found without looking at any code.
 #pragma once
 
 #include <cstddef>
@@ -12,9 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "reader_libraries/simulator/card_device.hpp"
-
-namespace quorrin::simulator {
+namespace quorrin {
 
 struct ConfigurationError : std::runtime_error {
     ConfigurationError(std::string file, std::size_t line, std::string field, std::string reason);
@@ -39,8 +37,8 @@ class Section {
     bool boolean(std::string_view key) const;
     std::string text(std::string_view key) const;
     // Text of hex digits, blanks allowed: "9F02 06" and the like. Length limits in bytes.
-    Bytes hex(std::string_view key, std::size_t least, std::size_t most) const;
-    Bytes hex(std::string_view key, std::size_t exactly) const {
+    std::vector<std::uint8_t> hex(std::string_view key, std::size_t least, std::size_t most) const;
+    std::vector<std::uint8_t> hex(std::string_view key, std::size_t exactly) const {
         return hex(key, exactly, exactly);
     }
     Section section(std::string_view key) const;
@@ -50,14 +48,15 @@ class Section {
                                                  std::int64_t most) const;
     std::optional<bool> optional_boolean(std::string_view key) const;
     std::optional<std::string> optional_text(std::string_view key) const;
-    std::optional<Bytes> optional_hex(std::string_view key, std::size_t least,
-                                      std::size_t most) const;
+    std::optional<std::vector<std::uint8_t>> optional_hex(std::string_view key, std::size_t least,
+                                                          std::size_t most) const;
     std::optional<Section> optional_section(std::string_view key) const;
 
     // Lists; an absent one is empty.
     std::vector<Section> sections(std::string_view key) const;  // [[key]]
     std::vector<std::string> texts(std::string_view key) const;
-    std::vector<Bytes> hex_list(std::string_view key, std::size_t least, std::size_t most) const;
+    std::vector<std::vector<std::uint8_t>> hex_list(std::string_view key, std::size_t least,
+                                                    std::size_t most) const;
 
     bool has(std::string_view key) const;
 
@@ -93,6 +92,6 @@ Section read_configuration(const std::filesystem::path& file);
 Section parse_configuration(std::string_view text, const std::string& name);
 
 // "9F02 06" as bytes; nothing when it is not pairs of hex digits (blanks allowed).
-std::optional<Bytes> bytes_from_hex(std::string_view text);
+std::optional<std::vector<std::uint8_t>> bytes_from_hex(std::string_view text);
 
-}  // namespace quorrin::simulator
+}  // namespace quorrin

@@ -1,4 +1,4 @@
-#include "reader_libraries/simulator/configuration.hpp"
+#include "reader_libraries/configuration/configuration.hpp"
 
 #define TOML_HEADER_ONLY 1
 #include <toml++/toml.h>
@@ -10,7 +10,7 @@
 #include <set>
 #include <system_error>
 
-namespace quorrin::simulator {
+namespace quorrin {
 namespace {
 
 // A complaint is one line whatever a file's name or a text in it holds.
@@ -78,8 +78,8 @@ struct Document {
 
 }  // namespace
 
-std::optional<Bytes> bytes_from_hex(std::string_view text) {
-    Bytes bytes;
+std::optional<std::vector<std::uint8_t>> bytes_from_hex(std::string_view text) {
+    std::vector<std::uint8_t> bytes;
     int high = -1;
     for (const char c : text) {
         if (c == ' ' || c == '\n' || c == '\r' || c == '\t') {
@@ -250,8 +250,9 @@ std::string Section::text(std::string_view key) const {
     state_->fail_missing(key);
 }
 
-std::optional<Bytes> Section::optional_hex(std::string_view key, std::size_t least,
-                                           std::size_t most) const {
+std::optional<std::vector<std::uint8_t>> Section::optional_hex(std::string_view key,
+                                                               std::size_t least,
+                                                               std::size_t most) const {
     const toml::node* node = state_->find(key);
     if (node == nullptr) {
         return std::nullopt;
@@ -266,7 +267,8 @@ std::optional<Bytes> Section::optional_hex(std::string_view key, std::size_t lea
     return bytes_from_hex(value->get());
 }
 
-Bytes Section::hex(std::string_view key, std::size_t least, std::size_t most) const {
+std::vector<std::uint8_t> Section::hex(std::string_view key, std::size_t least,
+                                       std::size_t most) const {
     if (auto value = optional_hex(key, least, most)) {
         return *std::move(value);
     }
@@ -317,9 +319,9 @@ std::vector<std::string> Section::texts(std::string_view key) const {
     return list;
 }
 
-std::vector<Bytes> Section::hex_list(std::string_view key, std::size_t least,
-                                     std::size_t most) const {
-    std::vector<Bytes> list;
+std::vector<std::vector<std::uint8_t>> Section::hex_list(std::string_view key, std::size_t least,
+                                                         std::size_t most) const {
+    std::vector<std::vector<std::uint8_t>> list;
     state_->for_each_entry(key, "hex texts", [&](const toml::node& node, const std::string& path) {
         const auto* value = node.as_string();
         const auto wrong = value == nullptr ? "must be hex digits in quotes"
@@ -408,4 +410,4 @@ Section parse_configuration(std::string_view text, const std::string& name) {
     return section;
 }
 
-}  // namespace quorrin::simulator
+}  // namespace quorrin

@@ -1,6 +1,6 @@
 // Reading of files: what comes out of good ones, and the one line that a bad one gets.
 
-#include "reader_libraries/simulator/configuration.hpp"
+#include "reader_libraries/configuration/configuration.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,11 +12,6 @@
 namespace quorrin::test {
 namespace {
 
-using simulator::ConfigurationError;
-using simulator::ConfigurationMissing;
-using simulator::parse_configuration;
-using simulator::read_configuration;
-using simulator::Section;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
