@@ -24,8 +24,8 @@ TEST(SimulatorLibrary, ExportsTheSixReaderFunctionsAndNothingElse) {
                                               "ICC_Reader_Application", "ICC_Reader_GetSerial"));
 }
 
-TEST(SimulatorLibrary, IsCalledByItsFileName) {
-    EXPECT_EQ(read_elf_file(QUORRIN_SIMULATOR_LIBRARY).soname, "libquorrin-simulator.so");
+TEST(SimulatorLibrary, IsCalledByItsNameAndMajorVersion) {
+    EXPECT_EQ(read_elf_file(QUORRIN_SIMULATOR_LIBRARY).soname, "libquorrin-simulator.so.1");
 }
 
 }  // namespace
