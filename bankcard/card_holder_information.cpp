@@ -42,14 +42,14 @@ class KeyedText {
 };
 
 void append_element(KeyedText& text, const QuorrinKeyRow& row) {
-    const Slot slot = find_slot(Bytes(row.tag).first(row.tagLen));
-    if (!slot.is_card() || !is_present(slot)) {
+    const Element element = find_element(Bytes(row.tag).first(row.tagLen));
+    if (!element.is_card() || !is_present(element)) {
         return;
     }
     std::array<std::uint8_t, 1024> value{};
     const auto room =
-        std::span(value).first(std::min<std::size_t>(record(slot).curLen, value.size()));
-    if (read_value(slot, room) == read_code::from_card) {
+        std::span(value).first(std::min<std::size_t>(record(element).curLen, value.size()));
+    if (read_value(element, room) == read_code::from_card) {
         text.append(row, room);
     }
 }

@@ -1,17 +1,16 @@
 // The two dictionary tables and the storage of every element, all made from the element rows.
 
-#include "emvdata/dictionary.hpp"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 
+#include "emvdata/elements.hpp"
+
 // Storage. A row that shares another's storage defines none.
-#define ELEMENT(tag, storage, bytes, ...) std::uint8_t storage[bytes];
+#define ELEMENT(tag, name, storage, bytes, ...) std::uint8_t storage[bytes];
 #define SHARED_ELEMENT(...)
 #include "emvdata/card_elements.def"
 #include "emvdata/terminal_elements.def"
-#undef SHARED_ELEMENT
 #undef ELEMENT
 
 using namespace quorrin;
@@ -20,49 +19,45 @@ namespace {
 
 using namespace dictionary;
 
-constexpr QuorrinDataElement make_record(std::uint16_t tag, std::uint16_t minimum,
-                                         std::uint16_t maximum, Format format,
+constexpr QuorrinDataElement make_record(std::uint16_t tag, std::uint16_t shortest,
+                                         std::uint16_t longest, Format format,
                                          const Templates& templates) {
     const bool two_bytes = is_two_byte_tag(tag);
     const auto high = static_cast<std::uint8_t>(tag >> 8);
     const auto low = static_cast<std::uint8_t>(tag);
-    QuorrinDataElement element{};
-    element.minLen = minimum;
-    element.maxLen = maximum;
-    element.tag[0] = two_bytes ? high : low;
-    element.tag[1] = two_bytes ? low : std::uint8_t{0};
-    element.tagLen = two_bytes ? 2 : 1;
-    std::copy_n(templates.bytes, 4, element.templates);
-    element.templateCode = templates.code;
-    element.format = static_cast<std::uint8_t>(format);
-    return element;
+    QuorrinDataElement row{};
+    row.minLen = shortest;
+    row.maxLen = longest;
+    row.tag[0] = two_bytes ? high : low;
+    row.tag[1] = two_bytes ? low : std::uint8_t{0};
+    row.tagLen = two_bytes ? 2 : 1;
+    std::copy_n(templates.bytes, 4, row.templates);
+    row.templateCode = templates.code;
+    row.format = static_cast<std::uint8_t>(format);
+    return row;
 }
 
 }  // namespace
 
-#define ELEMENT(tag, storage, bytes, minimum, maximum, format, templates) \
-    make_record(tag, minimum, maximum, Format::format, templates),
-#define SHARED_ELEMENT ELEMENT
+#define ELEMENT(tag, name, storage, bytes, shortest, longest, format, templates, ...) \
+    make_record(tag, shortest, longest, Format::format, templates),
 constinit QuorrinDataElement IccDt[card_rows] = {
 #include "emvdata/card_elements.def"
 };
 constinit QuorrinDataElement TermDt[terminal_rows] = {
 #include "emvdata/terminal_elements.def"
 };
-#undef SHARED_ELEMENT
 #undef ELEMENT
 
 namespace {
 
-#define ELEMENT(tag, storage, ...) storage,
-#define SHARED_ELEMENT ELEMENT
+#define ELEMENT(tag, name, storage, ...) storage,
 constexpr std::uint8_t* card_storage[] = {
 #include "emvdata/card_elements.def"
 };
 constexpr std::uint8_t* terminal_storage[] = {
 #include "emvdata/terminal_elements.def"
 };
-#undef SHARED_ELEMENT
 #undef ELEMENT
 
 static_assert(std::size(card_storage) == card_rows);
@@ -71,13 +66,11 @@ static_assert(std::size(terminal_storage) == terminal_rows);
 // Every row's storage is declared in the public header with the size that the row states, and holds
 // the longest value that the row accepts. No row names a template that the sets of templates cannot
 // tell from others.
-#define ELEMENT(tag, storage, bytes, minimum, maximum, format, templates)                        \
-    static_assert(sizeof(storage) == (bytes) && (maximum) <= (bytes) && (minimum) <= (maximum)); \
+#define ELEMENT(tag, name, storage, bytes, shortest, longest, format, templates, ...)             \
+    static_assert(sizeof(storage) == (bytes) && (longest) <= (bytes) && (shortest) <= (longest)); \
     static_assert(TemplateSet::can_tell(templates));
-#define SHARED_ELEMENT ELEMENT
 #include "emvdata/card_elements.def"
 #include "emvdata/terminal_elements.def"
-#undef SHARED_ELEMENT
 #undef ELEMENT
 
 // Hosts read the records: their layout is part of the binary interface.
@@ -93,12 +86,14 @@ static_assert(offsetof(QuorrinDataElement, templateCode) == 22);
 static_assert(offsetof(QuorrinDataElement, format) == 23);
 static_assert(offsetof(QuorrinDataElement, state) == 24);
 
-// Only 84 and 9F13 stand twice, and nothing stands in both tables.
+// Only the two rows of the electronic cash repeat a tag, and nothing stands in both tables.
 constexpr bool only_the_two_cash_rows_repeat_a_tag() {
-    for (std::size_t i = 0; i < facts.size(); ++i) {
-        for (std::size_t j = i + 1; j < facts.size(); ++j) {
-            const std::uint16_t tag = facts[i].tag;
-            if (tag == facts[j].tag && !(tag == 0x84 && j == 88) && !(tag == 0x9F13 && j == 89)) {
+    for (std::size_t i = 0; i < row_constants.size(); ++i) {
+        for (std::size_t j = i + 1; j < row_constants.size(); ++j) {
+            const Element repeated = Element::numbered(static_cast<std::uint8_t>(j + 1));
+            if (row_constants[i].tag == row_constants[j].tag &&
+                repeated != element::ec_app_interchange_profile &&
+                repeated != element::ec_last_online_atc) {
                 return false;
             }
         }
@@ -106,7 +101,6 @@ constexpr bool only_the_two_cash_rows_repeat_a_tag() {
     return true;
 }
 static_assert(only_the_two_cash_rows_repeat_a_tag());
-static_assert(slot_of(0x84).row() == 28 && slot_of(0x9F13).row() == 53);
 
 }  // namespace
 

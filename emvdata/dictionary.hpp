@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <iterator>
 #include <span>
+#include <type_traits>
 
 #include "quorrin/quorrin.h"
 #include "tlv/codec/ber_tlv.hpp"
@@ -20,16 +21,33 @@ enum class Format : std::uint8_t { n = 1, cn = 2, an = 3, ans = 4, b = 5, a = 6 
 // The two tables, by the numbers that lookups report.
 enum class Table : std::uint8_t { none = 0, card = 1, terminal = 2 };
 
-inline constexpr std::size_t card_rows = 94;
-inline constexpr std::size_t terminal_rows = 48;
+inline constexpr std::size_t card_rows = std::extent_v<decltype(IccDt)>;
+inline constexpr std::size_t terminal_rows = std::extent_v<decltype(TermDt)>;
 
-// A row of either table: 0 is none, then the card table's rows, then the terminal table's.
-class Slot {
+namespace dictionary {
+
+// Every element by its name in code, numbered as the rows stand: the card table's, then the
+// terminal table's.
+enum class Number : std::uint8_t {
+    none,
+#define ELEMENT(tag, name, ...) name,
+#include "emvdata/card_elements.def"
+#include "emvdata/terminal_elements.def"
+#undef ELEMENT
+};
+
+}  // namespace dictionary
+
+// A data element, that is a row of either table, or none.
+class Element {
   public:
-    constexpr Slot() = default;
-    static constexpr Slot card(std::size_t row) { return Slot(row + 1); }
-    static constexpr Slot terminal(std::size_t row) { return Slot(card_rows + row + 1); }
-    static constexpr Slot numbered(std::uint8_t number) { return Slot(number); }
+    constexpr Element() = default;
+    static constexpr Element card(std::size_t index) { return Element(index + 1); }
+    static constexpr Element terminal(std::size_t index) { return Element(card_rows + index + 1); }
+    static constexpr Element numbered(std::uint8_t number) { return Element(number); }
+    static constexpr Element numbered(dictionary::Number number) {
+        return Element(static_cast<std::size_t>(number));
+    }
 
     constexpr std::uint8_t number() const { return number_; }
     constexpr bool is_none() const { return number_ == 0; }
@@ -39,15 +57,16 @@ class Slot {
         return is_none() ? Table::none : is_card() ? Table::card : Table::terminal;
     }
     // The row's index in its own table; 0 for none.
-    constexpr std::uint16_t row() const {
+    constexpr std::uint16_t index() const {
         if (is_none()) {
             return 0;
         }
         return static_cast<std::uint16_t>(is_card() ? number_ - 1u : number_ - 1u - card_rows);
     }
+    constexpr bool operator==(const Element&) const = default;
 
   private:
-    explicit constexpr Slot(std::size_t number) : number_(static_cast<std::uint8_t>(number)) {}
+    explicit constexpr Element(std::size_t number) : number_(static_cast<std::uint8_t>(number)) {}
     std::uint8_t number_ = 0;
 };
 
@@ -72,6 +91,14 @@ constexpr Templates either(std::uint8_t first, std::uint8_t second) {
 constexpr Templates bf0c_or(std::uint8_t tag) {
     return {{0xBF, 0x0C, tag}, 3};
 }
+
+// The resets that clear a row, a bit each. The full reset clears every row.
+using Resets = std::uint8_t;
+inline constexpr Resets full_reset_only = 0;
+inline constexpr Resets of_transaction = 1;  // emvInitAppData
+inline constexpr Resets of_application = 2;  // emvInitTmAppData
+inline constexpr Resets of_terminal = 4;     // emvInitTmEMVData
+inline constexpr Resets of_cryptogram = 8;   // emvInitGACData: absent, value kept
 
 }  // namespace dictionary
 
@@ -179,20 +206,19 @@ inline constexpr std::array<std::uint16_t, 256> TemplateSet::bits_of_byte = [] {
 
 namespace dictionary {
 
-// What is fixed about every row, in slot order.
-struct alignas(8) Fact {
+// What is fixed about every row, in the order of the elements' numbers.
+struct alignas(8) RowConstants {
     std::uint16_t tag;
     std::uint16_t storage_size;
     TemplateSet templates;
+    Resets resets;
 };
 
-inline constexpr std::array<Fact, card_rows + terminal_rows> facts{{
-#define ELEMENT(tag, storage, bytes, minimum, maximum, format, templates) \
-    {tag, bytes, TemplateSet(templates)},
-#define SHARED_ELEMENT ELEMENT
+inline constexpr std::array<RowConstants, card_rows + terminal_rows> row_constants{{
+#define ELEMENT(tag, name, storage, bytes, shortest, longest, format, templates, resets, ...) \
+    {tag, bytes, TemplateSet(templates), resets},
 #include "emvdata/card_elements.def"
 #include "emvdata/terminal_elements.def"
-#undef SHARED_ELEMENT
 #undef ELEMENT
 }};
 
@@ -200,14 +226,14 @@ constexpr bool is_two_byte_tag(std::uint16_t tag) {
     return tag > 0xFF;
 }
 
-// Tag to slot number, without a search: 256 entries for one-byte tags, then 256 for each first byte
+// Tag to element, without a search: 256 entries for one-byte tags, then 256 for each first byte
 // that announces a second one (EMV book 3, annex B1: low five bits set, which leaves its three high
 // bits to tell it apart). The first row of a tag wins, the card table before the terminal's.
 class TagIndex {
   public:
     constexpr TagIndex() {
-        for (std::size_t i = 0; i < facts.size(); ++i) {
-            const std::uint16_t tag = facts[i].tag;
+        for (std::size_t i = 0; i < row_constants.size(); ++i) {
+            const std::uint16_t tag = row_constants[i].tag;
             const auto first = static_cast<std::uint8_t>(tag >> 8);
             const auto last = static_cast<std::uint8_t>(tag);
             std::uint8_t& entry = entries_[is_two_byte_tag(tag) ? place(first, last) : place(last)];
@@ -238,39 +264,28 @@ inline constexpr TagIndex tag_index;
 
 }  // namespace dictionary
 
-constexpr Slot find_slot(Bytes tag) {
+constexpr Element find_element(Bytes tag) {
     if (tag.size() == 1) {
-        return Slot::numbered(dictionary::tag_index.find(tag[0]));
+        return Element::numbered(dictionary::tag_index.find(tag[0]));
     }
     if (tag.size() == 2) {
-        return Slot::numbered(dictionary::tag_index.find(tag[0], tag[1]));
+        return Element::numbered(dictionary::tag_index.find(tag[0], tag[1]));
     }
     return {};
 }
 
-// The slot of an element that is known to exist, resolved at compile time.
-consteval Slot slot_of(std::uint16_t tag) {
-    const std::uint8_t bytes[] = {static_cast<std::uint8_t>(tag >> 8),
-                                  static_cast<std::uint8_t>(tag)};
-    const Slot slot =
-        find_slot(dictionary::is_two_byte_tag(tag) ? Bytes(bytes) : Bytes(bytes).subspan(1));
-    if (slot.is_none()) {
-        throw "no such data element";
-    }
-    return slot;
+// The record of an element that is not none.
+inline QuorrinDataElement& record(Element element) {
+    return element.is_card() ? IccDt[element.number() - 1u]
+                             : TermDt[element.number() - 1u - card_rows];
 }
 
-// The record of a slot that is not none.
-inline QuorrinDataElement& record(Slot slot) {
-    return slot.is_card() ? IccDt[slot.number() - 1u] : TermDt[slot.number() - 1u - card_rows];
+constexpr const dictionary::RowConstants& constants_of(Element element) {
+    return dictionary::row_constants[element.number() - 1u];
 }
 
-constexpr const dictionary::Fact& fact(Slot slot) {
-    return dictionary::facts[slot.number() - 1u];
-}
-
-constexpr std::uint16_t storage_size(Slot slot) {
-    return fact(slot).storage_size;
+constexpr std::uint16_t storage_size(Element element) {
+    return constants_of(element).storage_size;
 }
 
 }  // namespace quorrin

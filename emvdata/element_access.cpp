@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "emvdata/element_store.hpp"
 #include "boundary/host_bytes.hpp"
+#include "emvdata/element_store.hpp"
 
 using namespace quorrin;
 
@@ -16,7 +16,7 @@ Bytes host_template(const std::uint8_t* tag, std::size_t length) {
                                    : host_bytes(tag, length);
 }
 
-// Where each slot stands, as lookups report it.
+// Where each element stands, as lookups report it.
 struct Place {
     std::uint8_t table;
     std::uint8_t row;
@@ -24,22 +24,22 @@ struct Place {
 constexpr auto places = [] {
     std::array<Place, card_rows + terminal_rows + 1> all{};
     for (std::size_t number = 0; number < all.size(); ++number) {
-        const Slot slot = Slot::numbered(static_cast<std::uint8_t>(number));
-        all[number] = {static_cast<std::uint8_t>(slot.table()),
-                       static_cast<std::uint8_t>(slot.row())};
+        const Element element = Element::numbered(static_cast<std::uint8_t>(number));
+        all[number] = {static_cast<std::uint8_t>(element.table()),
+                       static_cast<std::uint8_t>(element.index())};
     }
     return all;
 }();
 
 // What emvGetDataElementLength and its setter select.
-std::uint16_t* selected_length(QuorrinDataElement& element, std::uint8_t which) {
+std::uint16_t* selected_length(QuorrinDataElement& row, std::uint8_t which) {
     switch (which) {
         case 0:
-            return &element.curLen;
+            return &row.curLen;
         case 1:
-            return &element.minLen;
+            return &row.minLen;
         case 2:
-            return &element.maxLen;
+            return &row.maxLen;
         default:
             return nullptr;
     }
@@ -53,7 +53,7 @@ std::uint8_t emvFindDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
     if (wanted.empty() || wanted.size() > 2) {
         return static_cast<std::uint8_t>(Table::none);
     }
-    const Place place = places[find_slot(wanted).number()];
+    const Place place = places[find_element(wanted).number()];
     if (rowOut != nullptr) {
         *rowOut = place.row;
     }
@@ -66,7 +66,8 @@ std::int32_t emvCheckTemplate(const std::uint8_t* templateTag, std::uint8_t temp
     if (parent.is_too_long()) {
         return template_code::tag_too_long;
     }
-    const bool admitted = templateLen == 0 || (row < card_rows && admits(Slot::card(row), parent));
+    const bool admitted =
+        templateLen == 0 || (row < card_rows && admits(Element::card(row), parent));
     return admitted ? template_code::accepted : template_code::mismatch;
 }
 
@@ -90,14 +91,14 @@ std::int32_t emvGetDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
     if (wanted.empty() || wanted.size() > 2 || lengthInOut == nullptr || out == nullptr) {
         return read_code::bad_tag_length;
     }
-    const Slot slot = find_slot(wanted);
-    if (slot.is_none()) {
+    const Element element = find_element(wanted);
+    if (element.is_none()) {
         return read_code::unknown_element;
     }
     if (*lengthInOut == 0) {
-        *lengthInOut = record(slot).curLen;
+        *lengthInOut = record(element).curLen;
     }
-    return read_value(slot, {out, *lengthInOut});
+    return read_value(element, {out, *lengthInOut});
 }
 
 namespace {
@@ -105,8 +106,8 @@ constexpr std::int32_t state_of_unknown_element = -32;
 }
 
 std::int32_t emvGetDataElementState(const std::uint8_t* tag, std::uint8_t tagLen) {
-    const Slot slot = find_slot(host_bytes(tag, tagLen));
-    return slot.is_none() ? state_of_unknown_element : record(slot).state;
+    const Element element = find_element(host_bytes(tag, tagLen));
+    return element.is_none() ? state_of_unknown_element : record(element).state;
 }
 
 std::int32_t emvSetDataElementState(const std::uint8_t* tag, std::uint8_t tagLen,
@@ -115,32 +116,32 @@ std::int32_t emvSetDataElementState(const std::uint8_t* tag, std::uint8_t tagLen
     if (state > 1) {
         return bad_state;
     }
-    const Slot slot = find_slot(host_bytes(tag, tagLen));
-    if (slot.is_none()) {
+    const Element element = find_element(host_bytes(tag, tagLen));
+    if (element.is_none()) {
         return state_of_unknown_element;
     }
-    record(slot).state = state;
+    record(element).state = state;
     return store_code::success;
 }
 
 std::uint16_t emvGetDataElementLength(const std::uint8_t* tag, std::uint8_t tagLen,
                                       std::uint8_t which) {
-    const Slot slot = find_slot(host_bytes(tag, tagLen));
-    if (slot.is_none()) {
+    const Element element = find_element(host_bytes(tag, tagLen));
+    if (element.is_none()) {
         return 0;
     }
-    const std::uint16_t* length = selected_length(record(slot), which);
+    const std::uint16_t* length = selected_length(record(element), which);
     return length != nullptr ? *length : std::uint16_t{0};
 }
 
 std::int32_t emvSetDataElementLength(const std::uint8_t* tag, std::uint8_t tagLen,
                                      std::uint16_t length, std::uint8_t which) {
     constexpr std::int32_t bad_selector = -30;
-    const Slot slot = find_slot(host_bytes(tag, tagLen));
-    if (slot.is_none()) {
+    const Element element = find_element(host_bytes(tag, tagLen));
+    if (element.is_none()) {
         return store_code::unknown_element;
     }
-    std::uint16_t* selected = selected_length(record(slot), which);
+    std::uint16_t* selected = selected_length(record(element), which);
     if (selected == nullptr) {
         return bad_selector;
     }

@@ -12,9 +12,9 @@ std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept {
     if (value.empty()) {
         return store_code::no_value;
     }
-    const Slot slot = find_slot(tag);
-    return slot.is_none() ? store_code::unknown_element
-                          : store_value(slot, TemplateSet::of(parent), value);
+    const Element element = find_element(tag);
+    return element.is_none() ? store_code::unknown_element
+                             : store_value(element, TemplateSet::of(parent), value);
 }
 
 }  // namespace quorrin

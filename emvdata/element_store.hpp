@@ -1,4 +1,4 @@
-// Storing and reading element values by slot: length bounds, templates, justification and padding.
+// Storing and reading element values: length bounds, templates, justification and padding.
 // The exported functions, the response walk, DOLs and the typed accessors all come through here.
 #pragma once
 
@@ -37,13 +37,13 @@ inline constexpr std::int32_t tag_too_long = -31;
 
 // Whether the row of an element admits the template that it arrived in (EMV book 3, annex A). A
 // terminal element has no home template.
-constexpr bool admits(Slot slot, TemplateSet parent) {
-    return slot.is_terminal() || fact(slot).templates.meets(parent);
+constexpr bool admits(Element element, TemplateSet parent) {
+    return element.is_terminal() || constants_of(element).templates.meets(parent);
 }
 
 // A host may raise a row's bounds; they never let an access leave the row's storage.
-inline std::size_t usable_maximum(const QuorrinDataElement& element, Slot slot) {
-    return std::min(element.maxLen, storage_size(slot));
+inline std::size_t usable_maximum(const QuorrinDataElement& row, Element element) {
+    return std::min(row.maxLen, storage_size(element));
 }
 
 constexpr bool is_known(Format format) {
@@ -58,29 +58,29 @@ constexpr std::uint8_t padding_of(Format format) {
 // Stores a value in an element's row: template, length bounds, then the value by its format. A card
 // element that an FCI (6F, A5, BF0C) or a directory discretionary template (73) carries out of
 // place is dropped without error.
-[[gnu::always_inline]] inline std::int32_t store_value(Slot slot, TemplateSet parent,
+[[gnu::always_inline]] inline std::int32_t store_value(Element element, TemplateSet parent,
                                                        Bytes value) noexcept {
-    if (!admits(slot, parent)) {
+    if (!admits(element, parent)) {
         return parent.drops_misplaced_elements() ? store_code::success : store_code::wrong_template;
     }
-    QuorrinDataElement& element = record(slot);
-    const std::size_t maximum = usable_maximum(element, slot);
-    if (value.size() > maximum || value.size() < element.minLen) {
+    QuorrinDataElement& row = record(element);
+    const std::size_t maximum = usable_maximum(row, element);
+    if (value.size() > maximum || value.size() < row.minLen) {
         return store_code::bad_length;
     }
-    std::uint8_t* const storage = element.value;
+    std::uint8_t* const storage = row.value;
     if (storage == nullptr) {
         return store_code::unknown_format;
     }
     // Deliberate: the fill is counted in 8 bits, so a short value of 86 (up to 261 bytes) leaves
     // old bytes behind its own; its length tells hosts where it ends.
     const auto fill = static_cast<std::uint8_t>(maximum - value.size());
-    const auto format = static_cast<Format>(element.format);
+    const auto format = static_cast<Format>(row.format);
     if (!is_known(format)) {
         return store_code::unknown_format;
     }
-    element.curLen = static_cast<std::uint16_t>(value.size());
-    element.state = 1;
+    row.curLen = static_cast<std::uint16_t>(value.size());
+    row.state = 1;
     if (fill == 0) {
         copy_bytes(storage, value.data(), value.size());
     } else if (format == Format::n) {
@@ -100,20 +100,20 @@ std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
 //
 // Deliberate: the state is not consulted. An element that was never set reads as padding, and one
 // that a host marked absent as the value still held.
-[[gnu::always_inline]] inline std::int32_t read_value(Slot slot,
+[[gnu::always_inline]] inline std::int32_t read_value(Element element,
                                                       std::span<std::uint8_t> out) noexcept {
     static constexpr std::uint8_t never_reset[512] = {};
-    const QuorrinDataElement& element = record(slot);
-    const std::uint8_t* const storage = element.value != nullptr ? element.value : never_reset;
-    const std::size_t held = std::min(element.curLen, storage_size(slot));
+    const QuorrinDataElement& row = record(element);
+    const std::uint8_t* const storage = row.value != nullptr ? row.value : never_reset;
+    const std::size_t held = std::min(row.curLen, storage_size(element));
     const std::size_t copied = std::min(held, out.size());
     const std::size_t padding = out.size() - copied;
-    const auto format = static_cast<Format>(element.format);
+    const auto format = static_cast<Format>(row.format);
     if (!is_known(format)) {
         return read_code::unknown_format;
     }
     if (format == Format::n) {
-        const std::size_t maximum = usable_maximum(element, slot);
+        const std::size_t maximum = usable_maximum(row, element);
         // Deliberate: a cut numeric value counts its bytes from the start of the storage by its
         // length, and so shows leading zeros when the value is shorter than the element.
         const bool is_cut = copied < held;
@@ -124,7 +124,7 @@ std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
         copy_bytes(out.data(), storage, copied);
         fill_bytes(out.data() + copied, padding_of(format), padding);
     }
-    return slot.is_card() ? read_code::from_card : read_code::from_terminal;
+    return element.is_card() ? read_code::from_card : read_code::from_terminal;
 }
 
 // Walks a card response and stores every known card element in it: 0, or -30 malformed, -31 an
@@ -134,13 +134,13 @@ std::int32_t store_response(Bytes data) noexcept;
 // The same for the value of one template.
 std::int32_t store_template_contents(Bytes template_tag, Bytes data) noexcept;
 
-inline bool is_present(Slot slot) {
-    return record(slot).state == 1;
+inline bool is_present(Element element) {
+    return record(element).state == 1;
 }
 
-inline void mark_present(Slot slot, std::uint16_t length) {
-    record(slot).curLen = length;
-    record(slot).state = 1;
+inline void mark_present(Element element, std::uint16_t length) {
+    record(element).curLen = length;
+    record(element).state = 1;
 }
 
 }  // namespace quorrin

@@ -2,10 +2,11 @@
 
 #include <array>
 
+#include "boundary/host_bytes.hpp"
 #include "emvdata/element_store.hpp"
+#include "emvdata/elements.hpp"
 #include "reader/process_stop.hpp"
 #include "tlv/codec/ber_tlv.hpp"
-#include "boundary/host_bytes.hpp"
 
 namespace quorrin {
 namespace {
@@ -55,18 +56,22 @@ class OpenTemplates {
 };
 
 // Whether the walk goes on after the store refused an element.
-bool tolerates(std::int32_t result, Bytes tag) noexcept {
+bool tolerates(std::int32_t result, Element refused) noexcept {
     constexpr std::int32_t value_rejected = -26;
-    const bool display_data = tag[0] == 0x50 || tlv::is_tag(tag, 0x9F, 0x11) ||
-                              tlv::is_tag(tag, 0x9F, 0x12) || tlv::is_tag(tag, 0x5F, 0x2D);
+    constexpr auto is_one_of = [](Element wanted, auto... elements) {
+        return ((wanted == elements) || ...);
+    };
+    const bool display_data =
+        is_one_of(refused, element::app_label, element::issuer_code_table_index,
+                  element::app_preferred_name, element::language_preference);
     switch (result) {
         case store_code::bad_length:
             // What is only shown to the card holder does not stop a transaction (EMV book 1,
             // 12.2.4).
             return display_data;
         case value_rejected:
-            return display_data || tlv::is_tag(tag, 0x9F, 0x36) || tlv::is_tag(tag, 0x9F, 0x13) ||
-                   tlv::is_tag(tag, 0x9F, 0x17);
+            return display_data || is_one_of(refused, element::app_transaction_counter,
+                                             element::last_online_atc, element::pin_try_counter);
         default:
             return false;
     }
@@ -104,13 +109,14 @@ std::int32_t walk(TemplateSet outermost, Bytes data) noexcept {
                 rest = value;
                 continue;
             }
-            const Slot slot = find_slot(tag);
-            if (slot.is_card()) {
-                const std::int32_t result = store_value(slot, parent, value);
-                if (result != store_code::success && !tolerates(result, tag)) {
+            const Element element = find_element(tag);
+            if (element.is_card()) {
+                const std::int32_t result = store_value(element, parent, value);
+                if (result != store_code::success && !tolerates(result, element)) {
                     return aborted;
                 }
-            } else if (slot.is_none() && (parent.is_too_long() || tag.empty() || tag.size() > 2)) {
+            } else if (element.is_none() &&
+                       (parent.is_too_long() || tag.empty() || tag.size() > 2)) {
                 // Deliberate: unknown tags are ignored, but not those that could not even be looked
                 // up. Data objects of payment cards have tags of one or two bytes (EMV book 3,
                 // annex B); an answer with others is refused. Terminal tags always are ignored: a

@@ -11,15 +11,15 @@ namespace {
 constexpr std::uint16_t afl_entry_size = 4;
 
 // A text of the card with its length, which is told also when there is none.
-std::int32_t copy_or_empty(Slot slot, std::uint8_t* out, std::uint8_t* out_length) {
+std::int32_t copy_or_empty(Element element, std::uint8_t* out, std::uint8_t* out_length) {
     if (out == nullptr || out_length == nullptr) {
         return result::rejected;
     }
-    if (!is_present(slot)) {
+    if (!is_present(element)) {
         *out_length = 0;
         return result::absent;
     }
-    return copy_if_present(slot, out, out_length);
+    return copy_if_present(element, out, out_length);
 }
 
 }  // namespace

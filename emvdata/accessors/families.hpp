@@ -26,12 +26,12 @@ inline constexpr std::int32_t unknown_element = 50;
 }  // namespace result
 
 // Presence: 1 present, 0 absent.
-inline std::int32_t presence(Slot slot) { return record(slot).state; }
+inline std::int32_t presence(Element element) { return record(element).state; }
 
 // Length: bytes held now, 0 only when nothing was stored since the last reset.
-inline std::uint16_t length(Slot slot) { return record(slot).curLen; }
+inline std::uint16_t length(Element element) { return record(element).curLen; }
 
-inline void set_length(Slot slot, std::uint16_t bytes) { record(slot).curLen = bytes; }
+inline void set_length(Element element, std::uint16_t bytes) { record(element).curLen = bytes; }
 
 // Bit reader: (byte, bit) as EMV counts them, both from 1, bit 1 the least significant. 0 for an
 // address outside the element.
@@ -61,35 +61,35 @@ struct Reading {
     std::uint16_t length;
 };
 
-Reading read_whole(Slot slot, std::uint8_t* out) noexcept;
+Reading read_whole(Element element, std::uint8_t* out) noexcept;
 
 // Read through the store: the store's code. Presence is not asked: the length is 0 only when
 // nothing was stored since the last reset. Deliberate: it is told in 8 bits, so that 256 bytes show
 // as 0.
-inline std::int32_t read_through(Slot slot, std::uint8_t* out, std::uint8_t* out_length) {
+inline std::int32_t read_through(Element element, std::uint8_t* out, std::uint8_t* out_length) {
     if (out == nullptr || out_length == nullptr) {
         return result::rejected;
     }
-    const Reading reading = read_whole(slot, out);
+    const Reading reading = read_whole(element, out);
     *out_length = static_cast<std::uint8_t>(reading.length);
     return reading.code;
 }
 
 // Copy getter: 1 and the element with its length when it is present, whatever the store says of the
 // reading; else its state, and nothing is written.
-inline std::int32_t copy_if_present(Slot slot, std::uint8_t* out, std::uint8_t* out_length) {
-    if (!is_present(slot)) {
-        return presence(slot);
+inline std::int32_t copy_if_present(Element element, std::uint8_t* out, std::uint8_t* out_length) {
+    if (!is_present(element)) {
+        return presence(element);
     }
     if (out == nullptr || out_length == nullptr) {
         return result::rejected;
     }
-    read_through(slot, out, out_length);
+    read_through(element, out, out_length);
     return result::delivered;
 }
 
 // Raw setter: the store's own code; a null pointer is no value.
-std::int32_t store(Slot slot, const std::uint8_t* value, std::uint16_t bytes) noexcept;
+std::int32_t store(Element element, const std::uint8_t* value, std::uint16_t bytes) noexcept;
 
 // Mapped setter: 0 stored, 50 no such element, 49 anything else, a null pointer included.
 constexpr std::int32_t mapped(std::int32_t stored) {
@@ -104,8 +104,8 @@ constexpr std::int32_t mapped(std::int32_t stored) {
 }
 static_assert(mapped(0) == 0 && mapped(-31) == 50 && mapped(-22) == 49 && mapped(-26) == 49);
 
-inline std::int32_t store_mapped(Slot slot, const std::uint8_t* value, std::uint16_t bytes) {
-    return mapped(store(slot, value, bytes));
+inline std::int32_t store_mapped(Element element, const std::uint8_t* value, std::uint16_t bytes) {
+    return mapped(store(element, value, bytes));
 }
 
 // Mapped setter of an element for which a store that answers -26 (value not used) is no failure.
@@ -116,9 +116,9 @@ constexpr std::int32_t mapped_tolerant(std::int32_t stored) {
 static_assert(mapped_tolerant(0) == 0 && mapped_tolerant(-26) == 0 && mapped_tolerant(-31) == 50 &&
               mapped_tolerant(-22) == 49);
 
-inline std::int32_t store_mapped_tolerant(Slot slot, const std::uint8_t* value,
+inline std::int32_t store_mapped_tolerant(Element element, const std::uint8_t* value,
                                           std::uint16_t bytes) {
-    return mapped_tolerant(store(slot, value, bytes));
+    return mapped_tolerant(store(element, value, bytes));
 }
 
 // Copies what fits into a storage variable; returns how much that was.

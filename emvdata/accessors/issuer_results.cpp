@@ -57,7 +57,7 @@ std::int32_t emvExistISSAuth() {
 }
 
 std::uint16_t emvGetIssuerScriptLength() {
-    for (const Slot script :
+    for (const Element script :
          {element::issuer_script_template_1, element::issuer_script_template_2}) {
         if (is_present(script)) {
             return length(script);

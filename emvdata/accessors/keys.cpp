@@ -101,7 +101,7 @@ std::int32_t emvGetCAPkIndex(std::uint8_t* out) {
     }
     // Deliberate: written also when the card gave none; hosts then find the 00 of a cleared store.
     *out = gl_CAPkIndex[0];
-    return presence(element::ca_public_key_index);
+    return presence(element::ca_public_key_index_card);
 }
 
 std::int32_t emvGetSignDynAppData(std::uint8_t* out, std::uint16_t* length) {

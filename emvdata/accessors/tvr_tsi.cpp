@@ -9,9 +9,9 @@ namespace {
 
 // All bits off, and present in full.
 template <std::size_t Size>
-std::int32_t start_bits(Slot slot, std::uint8_t (&storage)[Size]) {
+std::int32_t start_bits(Element element, std::uint8_t (&storage)[Size]) {
     std::fill_n(storage, Size, std::uint8_t{0});
-    mark_present(slot, Size);
+    mark_present(element, Size);
     return result::success;
 }
 

@@ -3,9 +3,10 @@
 #include <cstring>
 #include <limits>
 
-#include "emvdata/element_store.hpp"
-#include "quorrin/quorrin.h"
 #include "boundary/host_bytes.hpp"
+#include "emvdata/element_store.hpp"
+#include "emvdata/elements.hpp"
+#include "quorrin/quorrin.h"
 
 namespace quorrin::dol {
 namespace {
@@ -59,11 +60,11 @@ bool names_no_element(Bytes tag) {
 }
 
 // A terminal that brings no CA public key index of its own answers with the card's.
-void substitute_ca_key_index(Slot slot, Out entry) {
-    constexpr Slot terminal_index = slot_of(0x9F22);
-    constexpr Slot card_index = slot_of(0x8F);
-    if (slot.number() == terminal_index.number() && record(terminal_index).state == 0 &&
-        is_present(card_index) && record(card_index).curLen != 0) {
+void substitute_ca_key_index(Element element, Out entry) {
+    constexpr Element terminal_index = element::ca_public_key_index_terminal;
+    constexpr Element card_index = element::ca_public_key_index_card;
+    if (element == terminal_index && record(terminal_index).state == 0 && is_present(card_index) &&
+        record(card_index).curLen != 0) {
         read_value(card_index, entry.first(1));
     }
 }
@@ -75,15 +76,15 @@ Built build(Bytes list, Out out) noexcept {
         if (names_no_element(tag)) {
             return store_error;
         }
-        const Slot slot = find_slot(tag);
-        if (slot.is_none()) {
+        const Element element = find_element(tag);
+        if (element.is_none()) {
             zero(entry);
             return done;
         }
-        if (read_value(slot, entry) < 0) {
+        if (read_value(element, entry) < 0) {
             return store_error;
         }
-        substitute_ca_key_index(slot, entry);
+        substitute_ca_key_index(element, entry);
         return done;
     });
 }
@@ -93,14 +94,14 @@ Built build_pdol(Bytes list, Out out) noexcept {
         if (names_no_element(tag)) {
             return store_error;
         }
-        const Slot slot = find_slot(tag);
+        const Element element = find_element(tag);
         // Deliberate: a card's own elements go back as zeros, like unknown ones; before GET
         // PROCESSING OPTIONS the terminal speaks for itself alone.
-        if (!slot.is_terminal()) {
+        if (!element.is_terminal()) {
             zero(entry);
             return done;
         }
-        return read_value(slot, entry) < 0 ? store_error : done;
+        return read_value(element, entry) < 0 ? store_error : done;
     });
 }
 
