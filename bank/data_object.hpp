@@ -11,6 +11,8 @@ namespace quorrin::bank {
 
 using cryptography::Bytes;
 
+inline constexpr std::uint8_t response_code_tag = 0x8A;
+
 // Nothing that an issuer sends here needs a length field of more than one byte: scripts have 128
 // bytes in all. A longer value throws std::length_error.
 inline std::vector<std::uint8_t> data_object(Bytes tag, Bytes value) {

@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-#include "cryptography/pin_block.hpp"
 #include "bank/data_object.hpp"
+#include "cryptography/pin_block.hpp"
 
 namespace quorrin::bank {
 namespace {

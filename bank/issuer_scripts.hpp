@@ -7,9 +7,9 @@
 #include <span>
 #include <vector>
 
+#include "bank/script_commands.hpp"
 #include "cryptography/card_keys.hpp"
 #include "cryptography/secure_messaging.hpp"
-#include "bank/script_commands.hpp"
 
 namespace quorrin::bank {
 

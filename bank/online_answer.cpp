@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "cryptography/secure_messaging.hpp"
 #include "bank/data_object.hpp"
+#include "cryptography/secure_messaging.hpp"
 
 namespace quorrin::bank {
 namespace {
@@ -17,17 +17,10 @@ using cryptography::Key;
 using cryptography::KeySet;
 using cryptography::ResponseCode;
 
-constexpr std::uint8_t response_code_tag = 0x8A;
 constexpr std::uint8_t authorisation_code_tag = 0x89;
 constexpr std::uint8_t issuer_authentication_tag = 0x91;
 
 constexpr ResponseCode do_not_honour{'0', '5'};
-
-// The response codes under which a terminal completes the transaction.
-bool approves(const ResponseCode& code) {
-    return code == ResponseCode{'0', '0'} || code == ResponseCode{'1', '0'} ||
-           code == ResponseCode{'1', '1'};
-}
 
 OnlineAnswer declined(std::string reason) {
     OnlineAnswer answer;
@@ -66,9 +59,9 @@ cryptography::CardStatusUpdate status_update(const Decision& decision) {
     return update;
 }
 
-std::vector<std::uint8_t> issuer_authentication(const CardProduct& product, const Key& session_key,
-                                                const OnlineRequest& request,
-                                                const Decision& decision) {
+std::vector<std::uint8_t> right_authentication(const CardProduct& product, const Key& session_key,
+                                               const OnlineRequest& request,
+                                               const Decision& decision) {
     return product.arpc_method == ArpcMethod::Method1
                ? cryptography::issuer_authentication_1(product.algorithm, session_key, request.arqc,
                                                        decision.response_code)
@@ -77,23 +70,42 @@ std::vector<std::uint8_t> issuer_authentication(const CardProduct& product, cons
                                                        decision.proprietary_data);
 }
 
+std::vector<std::uint8_t> issuer_authentication(const CardProduct& product, const Key& session_key,
+                                                const OnlineRequest& request,
+                                                const Decision& decision) {
+    if (decision.authentication == IssuerAuthentication::None) {
+        return {};
+    }
+    auto authentication = right_authentication(product, session_key, request, decision);
+    if (decision.authentication == IssuerAuthentication::Wrong) {
+        authentication[0] ^= 0xFF;
+    }
+    return authentication;
+}
+
 // 8A and 89 stand first and in this order: terminals look for them nowhere else.
 std::vector<std::uint8_t> issuer_data(const CardProduct& product, const KeySet& card_keys,
-                                      const Key& session_key, const OnlineRequest& request,
+                                      Bytes authentication, const OnlineRequest& request,
                                       const Decision& decision) {
     auto data = data_object(response_code_tag, decision.response_code);
     if (decision.authorisation_code) {
         data =
             concatenated({data, data_object(authorisation_code_tag, *decision.authorisation_code)});
     }
-    const auto authentication = issuer_authentication(product, session_key, request, decision);
+    if (!authentication.empty()) {
+        data = concatenated({data, data_object(issuer_authentication_tag, authentication)});
+    }
     const cryptography::ScriptContext context{product.session_keys, product.algorithm,
                                               request.covered.atc, request.arqc};
-    return concatenated({data, data_object(issuer_authentication_tag, authentication),
-                         sealed_scripts(decision.scripts, context, card_keys)});
+    return concatenated({data, sealed_scripts(decision.scripts, context, card_keys)});
 }
 
 }  // namespace
+
+bool approves(const ResponseCode& code) {
+    return code == ResponseCode{'0', '0'} || code == ResponseCode{'1', '0'} ||
+           code == ResponseCode{'1', '1'};
+}
 
 std::string OnlineAnswer::issuer_data_text() const {
     constexpr std::string_view digits = "0123456789ABCDEF";
@@ -138,7 +150,8 @@ OnlineAnswer answer_online(const CardProduct& product, const OnlineRequest& requ
     answer.response_code = decision.response_code;
     answer.reason = answer.approved ? "the cryptogram is right, approved"
                                     : "the cryptogram is right, declined by the bank";
-    answer.issuer_data = issuer_data(product, card_keys, session_key, request, decision);
+    answer.authentication = issuer_authentication(product, session_key, request, decision);
+    answer.issuer_data = issuer_data(product, card_keys, answer.authentication, request, decision);
     return answer;
 }
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "bank/issuer_scripts.hpp"
 #include "cryptography/application_cryptogram.hpp"
 #include "cryptography/card_keys.hpp"
 #include "cryptography/issuer_authentication.hpp"
-#include "bank/issuer_scripts.hpp"
 
 namespace quorrin::bank {
 
@@ -32,10 +32,17 @@ struct OnlineRequest {
     std::vector<std::uint8_t> issuer_application_data;  // 9F10
 };
 
+// 89: six characters.
+using AuthorisationCode = std::array<std::uint8_t, 6>;
+
+// What the bank does about 91. A wrong one is for tests: cards must refuse it.
+enum class IssuerAuthentication : std::uint8_t { Right, Wrong, None };
+
 // What the bank makes of a request with the right cryptogram; as it stands, a plain approval.
 struct Decision {
     cryptography::ResponseCode response_code{'0', '0'};
-    std::optional<std::array<std::uint8_t, 6>> authorisation_code;  // 89
+    std::optional<AuthorisationCode> authorisation_code;  // 89
+    IssuerAuthentication authentication = IssuerAuthentication::Right;
 
     // ARPC method 2 only. The bits for approval and for proprietary data present are set besides.
     cryptography::CardStatusUpdate status_update{};
@@ -48,12 +55,16 @@ struct OnlineAnswer {
     bool cryptogram_right = false;
     bool approved = false;
     cryptography::ResponseCode response_code{};
-    std::string reason;                     // for a person
+    std::string reason;                        // for a person
+    std::vector<std::uint8_t> authentication;  // 91, empty when there is none
     std::vector<std::uint8_t> issuer_data;  // 8A, 89, 91, 71, 72 in the order that terminals take
 
     // As ARPCExeScript takes it.
     [[nodiscard]] std::string issuer_data_text() const;
 };
+
+// Whether a terminal completes the transaction under this code.
+bool approves(const cryptography::ResponseCode& code);
 
 // A request whose cryptogram is not right is declined with 05, and without ARPC or scripts: nothing
 // that the card would trust goes out.
