@@ -2,6 +2,7 @@
 // computed apart from the code under test.
 #include "quorrin/testbank.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -198,6 +199,19 @@ TEST(TestBank, WritesWishesAsScripts) {
                 (sm4 ? "721B8619" : "721B8619") + "8424000214" + card.enciphered_pin +
                 card.pin_mac);
     }
+}
+
+TEST(TestBank, GivesTheAnswerOfThePagesWorkedExample) {
+    std::ifstream file(QUORRIN_TEST_BANK_PAGE);
+    std::string page(std::istreambuf_iterator<char>(file), {});
+    std::erase(page, ' ');
+    const TestCard& card = test_cards[0];
+    EXPECT_THAT(page, testing::HasSubstr(
+                          std::string("\n") +
+                          answer_of(bank_of(card), request_of(card), nullptr,
+                                    {wish("71: block application"), wish("put 9F79 000000100000")})
+                              .issuer_text +
+                          "\n"));
 }
 
 TEST(TestBank, PutsNeighboursOfOneNameIntoOneTemplate) {
