@@ -1,0 +1,119 @@
+#include "reader_libraries/trace/masking/known_secrets.hpp"
+
+#include <algorithm>
+
+namespace quorrin::trace {
+namespace {
+
+std::uint8_t digit_at(std::span<const std::uint8_t> data, std::size_t index) {
+    const std::uint8_t byte = data[index / 2];
+    return static_cast<std::uint8_t>(index % 2 == 0 ? byte >> 4 : byte & 0x0F);
+}
+
+}  // namespace
+
+void KnownSecrets::learn_account(std::span<const std::uint8_t> packed) {
+    std::array<std::uint8_t, longest_account> digits{};
+    std::size_t size = 0;
+    while (size < 2 * packed.size() && size < longest_account && digit_at(packed, size) <= 9) {
+        digits[size] = digit_at(packed, size);
+        ++size;
+    }
+    if (size < shortest_account) {
+        return;
+    }
+    if (size != account_size_ ||
+        !std::equal(digits.begin(), digits.begin() + size, account_.begin())) {
+        account_ = digits;
+        account_size_ = size;
+        mark_starts();
+    }
+}
+
+void KnownSecrets::learn_text(std::span<const std::uint8_t> text) {
+    while (!text.empty() && (text.back() == ' ' || text.back() == 0)) {
+        text = text.first(text.size() - 1);
+    }
+    text = text.first(std::min(text.size(), longest_text));
+    if (text.size() < shortest_text || std::ranges::any_of(texts_, [text](const Text& known) {
+            return std::ranges::equal(std::span(known.bytes).first(known.size), text);
+        })) {
+        return;
+    }
+    Text& place = texts_[next_text_];
+    next_text_ = (next_text_ + 1) % texts_.size();
+    std::ranges::copy(text, place.bytes.begin());
+    place.size = text.size();
+    mark_starts();
+}
+
+void KnownSecrets::mark_starts() {
+    starts_.fill(false);
+    any_ = true;
+    if (account_size_ != 0) {
+        for (const std::size_t from : {std::size_t{0}, account_size_ - part}) {
+            starts_[static_cast<std::size_t>('0' + account_[from])] = true;
+            starts_[static_cast<std::size_t>(account_[from] << 4 | account_[from + 1])] = true;
+            for (std::size_t high = 0; high < 16; ++high) {  // from the low digit of a byte on
+                starts_[high << 4 | account_[from]] = true;
+            }
+        }
+    }
+    for (const Text& text : texts_) {
+        if (text.size != 0) {
+            starts_[text.bytes[0]] = true;
+        }
+    }
+}
+
+// Looks for the digits of the account from `from` on at byte `at`, in each way of writing them.
+void KnownSecrets::hide_part(std::span<const std::uint8_t> data, std::size_t at, std::size_t from,
+                             DigitMask& mask) const {
+    const auto sought = std::span(account_).subspan(from, part);
+    for (const std::size_t shift : {std::size_t{0}, std::size_t{1}}) {
+        const std::size_t start = 2 * at + shift;
+        if (start + part > 2 * data.size()) {
+            continue;
+        }
+        std::size_t equal = 0;
+        while (equal < part && digit_at(data, start + equal) == sought[equal]) {
+            ++equal;
+        }
+        if (equal == part) {
+            const std::size_t first = start - std::min(start, from);
+            const std::size_t end = std::min(start + account_size_ - from, 2 * data.size());
+            for (std::size_t i = first; i < end; ++i) {
+                mask.hide_digit(i);
+            }
+        }
+    }
+    if (at + part <= data.size() &&
+        std::equal(sought.begin(), sought.end(), data.begin() + static_cast<std::ptrdiff_t>(at),
+                   [](std::uint8_t digit, std::uint8_t byte) { return byte == '0' + digit; })) {
+        mask.hide(at - std::min(at, from), at + account_size_ - from);
+    }
+}
+
+void KnownSecrets::hide_in(std::span<const std::uint8_t> data, DigitMask& mask) const {
+    if (!any_) {
+        return;
+    }
+    for (std::size_t at = 0; at < data.size(); ++at) {
+        if (!starts_[data[at]]) {
+            continue;
+        }
+        if (account_size_ != 0) {
+            hide_part(data, at, 0, mask);
+            hide_part(data, at, account_size_ - part, mask);
+        }
+        for (const Text& text : texts_) {
+            const auto sought = std::span(text.bytes).first(text.size);
+            if (!sought.empty() && sought.size() <= data.size() - at &&
+                std::ranges::equal(sought, data.subspan(at, sought.size()))) {
+                mask.hide(at, at + sought.size());
+            }
+        }
+    }
+}
+
+}  // namespace quorrin::trace
