@@ -51,7 +51,8 @@ std::int64_t pass_on(Call call, Function ReaderFunctions::*function, FillIn&& fi
     call.began = nanoseconds(CLOCK_REALTIME) / 1000;
     const std::int64_t start = nanoseconds(CLOCK_MONOTONIC);
     try {
-        call.result = next == nullptr ? std::int64_t{QUORRIN_NO_READER_LIBRARY} : next(arguments...);
+        call.result =
+            next == nullptr ? std::int64_t{QUORRIN_NO_READER_LIBRARY} : next(arguments...);
     } catch (const abi::__forced_unwind&) {
         throw;  // the host ends this thread (pthread_cancel): no exception, and not to be stopped
     } catch (...) {
