@@ -37,11 +37,8 @@ std::int64_t append_applications_of_record(tlv::Bytes record) {
     return 0;
 }
 
-// Steps over an object, malformed or not, by the sizes that could be decoded. One without any size
-// ends the walk.
-void step_over_leniently(tlv::Cursor& cursor, const tlv::Object& object) {
-    cursor.advance(object.size() > 0 ? object.size() : cursor.rest().size());
-}
+// In the directory's FCI an object is stepped over whether it is malformed or not, by the sizes that
+// could be decoded.
 
 // The value of the first FCI issuer discretionary data (BF0C), empty when there is none.
 tlv::Bytes find_discretionary_data(tlv::Cursor cursor) {
@@ -50,7 +47,7 @@ tlv::Bytes find_discretionary_data(tlv::Cursor cursor) {
         if (object.is_constructed() && cursor.has_tag(object, 0xBF, 0x0C)) {
             return cursor.value(object);
         }
-        step_over_leniently(cursor, object);
+        cursor.step_over(object);
     }
     return {};
 }
@@ -61,7 +58,7 @@ void append_applications_of_discretionary_data(tlv::Bytes data) {
         if (is_template(cursor, object, directory_entry)) {
             append_candidate(cursor.rest().first(object.size()));
         }
-        step_over_leniently(cursor, object);
+        cursor.step_over(object);
     }
 }
 

@@ -10,7 +10,6 @@
 #include "bankcard/card_commands.hpp"
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
-#include "reader/process_stop.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
 namespace quorrin {
@@ -21,16 +20,6 @@ using AidText = std::array<char, 256>;
 
 constexpr std::uint8_t pse_name[] = {'1', 'P', 'A', 'Y', '.', 'S', 'Y',
                                      'S', '.', 'D', 'D', 'F', '0', '1'};
-
-AidText aid_of_host(const char* aid_hex) {
-    const std::size_t length = std::strlen(aid_hex);
-    AidText text{};
-    if (length >= text.size()) {
-        stop_process("an AID text has at most 255 characters");
-    }
-    std::copy_n(aid_hex, length, text.begin());
-    return text;
-}
 
 // Leaves the first item of a candidate list.
 // Deliberate: an empty item counts. SELECT then goes out with Lc 00, and the host gets the
@@ -106,10 +95,14 @@ std::int64_t selectByPse(std::int64_t handle, char* listOut) {
 }
 
 std::int64_t emvSelectAid(std::int64_t handle, const char* aidHex) {
-    emvClrIccAndTermData();
     AidText aid{};
-    if (aidHex != nullptr && *aidHex != '\0') {
-        aid = aid_of_host(aidHex);
+    const std::size_t host_length = aidHex != nullptr ? strnlen(aidHex, aid.size()) : 0;
+    if (host_length == aid.size()) {
+        return QUORRIN_BAD_PARAMETER;
+    }
+    emvClrIccAndTermData();
+    if (host_length > 0) {
+        std::copy_n(aidHex, host_length, aid.begin());
     } else {
         const std::int64_t result = selectByPse(handle, aid.data());
         if (!step_succeeded(result)) {

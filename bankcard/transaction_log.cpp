@@ -10,7 +10,6 @@
 #include "bankcard/card_step.hpp"
 #include "bankcard/log_record.hpp"
 #include "quorrin/quorrin.h"
-#include "reader/process_stop.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
 using namespace quorrin;
@@ -45,13 +44,9 @@ Aid from_hex(std::string_view text) {
 }
 
 // The AID that the host names, or the first application of the card's directory.
-Aid choose_application(std::int64_t handle, const char* aid_hex) {
-    if (aid_hex != nullptr && *aid_hex != '\0') {
-        const std::size_t length = strnlen(aid_hex, aid_text_room);
-        if (length == aid_text_room) {
-            stop_process("AID text of a transaction log: fewer than 100 characters");
-        }
-        return from_hex({aid_hex, length});
+Aid choose_application(std::int64_t handle, std::string_view aid_hex) {
+    if (!aid_hex.empty()) {
+        return from_hex(aid_hex);
     }
     // Deliberate: whatever comes of the directory, what it listed is selected, be it the empty
     // name.
@@ -139,7 +134,11 @@ std::int64_t GetIcBankCardTrDetail(std::int32_t logType, std::int64_t handle, st
         return QUORRIN_BAD_PARAMETER;
     }
     const LogKind& kind = logType == QUORRIN_LOAD_LOG ? load_log : transaction_log;
-    const Aid aid = choose_application(handle, aidHex);
+    const std::size_t text_length = aidHex != nullptr ? strnlen(aidHex, aid_text_room) : 0;
+    if (text_length == aid_text_room) {
+        return QUORRIN_BAD_PARAMETER;
+    }
+    const Aid aid = choose_application(handle, {aidHex, text_length});
 
     CardAnswer fci;
     if (const std::int64_t result = card_step(handle, select_by_name(aid.name()), fci);
@@ -153,7 +152,7 @@ std::int64_t GetIcBankCardTrDetail(std::int32_t logType, std::int64_t handle, st
         return result;
     }
     if (aid.length > max_aid_length) {
-        stop_process("AID of a transaction log: at most 20 bytes");
+        return QUORRIN_BAD_PARAMETER;
     }
     LogEntry entry{};
     if (!find_log_entry(kind, fci.data(), entry)) {

@@ -5,7 +5,6 @@
 #include "boundary/host_bytes.hpp"
 #include "emvdata/element_store.hpp"
 #include "emvdata/elements.hpp"
-#include "reader/process_stop.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
 namespace quorrin {
@@ -17,12 +16,9 @@ constexpr std::int32_t aborted = -31;
 
 constexpr std::size_t longest_template_tag = 5;
 
-// Deliberate: a tag above this limit is none that a card has, and a host must not go on with what
-// such an answer left in the store.
-void check_template_tag(Bytes tag) noexcept {
-    if (tag.size() > longest_template_tag) {
-        stop_process("a template tag in a card response has more than 5 bytes");
-    }
+// A longer tag is none that a card has: an answer with one counts as malformed.
+constexpr bool is_template_tag(Bytes tag) noexcept {
+    return tag.size() <= longest_template_tag;
 }
 
 // The templates that the walk will come back to, kept here so that no card can exhaust the call
@@ -103,7 +99,9 @@ std::int32_t walk(TemplateSet outermost, Bytes data) noexcept {
             const Bytes tag = rest.first(object.tag_length);
             const Bytes value = rest.subspan(object.header_size(), object.value_length);
             if (object.is_constructed()) {
-                check_template_tag(tag);
+                if (!is_template_tag(tag)) {
+                    return malformed;
+                }
                 outer.push(rest.size() - object.size(), parent);
                 parent = TemplateSet::of(tag);
                 rest = value;
@@ -135,8 +133,7 @@ std::int32_t store_response(Bytes data) noexcept {
 }
 
 std::int32_t store_template_contents(Bytes template_tag, Bytes data) noexcept {
-    check_template_tag(template_tag);
-    return walk(TemplateSet::of(template_tag), data);
+    return is_template_tag(template_tag) ? walk(TemplateSet::of(template_tag), data) : malformed;
 }
 
 }  // namespace quorrin

@@ -590,15 +590,17 @@ QUORRIN_API int32_t emvSetDataElementLength(const uint8_t* tag, uint8_t tagLen, 
 /**
  * Walks a card response and stores every known card element in it. Unknown tags of 1 or 2 bytes,
  * empty values and terminal elements are passed over; so are 50, 5F2D, 9F11 and 9F12 of a wrong
- * length. A template met with a tag of more than 5 bytes stops the process, unless it is empty.
- * @return 0; -30 malformed, or a null pointer; -31 an element was refused. What came before the
+ * length.
+ * @return 0; -30 malformed, a template with a tag of more than 5 bytes that is not empty, or a null
+ *         pointer; -31 an element was refused. What came before the
  *         fault stays stored.
  */
 QUORRIN_API int32_t emvExtractDataElement(const uint8_t* data, uint16_t length);
 
 /**
- * The same for the value of one template, whose elements must be allowed in it. A template tag of
- * more than 5 bytes, given or met, stops the process.
+ * The same for the value of one template, whose elements must be allowed in it.
+ * @return as emvExtractDataElement; -30 also for a template tag of more than 5 bytes, whatever the
+ *         data.
  */
 QUORRIN_API int32_t emvExtractDataTemplate(const uint8_t* templateTag, uint8_t templateTagLen,
                                            const uint8_t* data, uint16_t length);
@@ -1546,9 +1548,9 @@ QUORRIN_API extern uint8_t gucAidNum;
  * result 0 and no application selected: look at CARD_STATUS.
  *
  * @param handle  open reader; the card is the one in slot EG_nUserCardType.
- * @param aidHex  AID as hex text with terminator, at most 255 characters; a longer text stops the
- *                process. An odd last digit is ignored. Null or empty: by the directory.
- * @return 0; -107 when the FCI is malformed or holds an element that the store refuses; -40000 when
+ * @param aidHex  AID as hex text with terminator, at most 255 characters. An odd last digit is
+ *                ignored. Null or empty: by the directory.
+ * @return 0; -14 for a longer text, with nothing cleared or sent; -107 when the FCI is malformed or holds an element that the store refuses; -40000 when
  *         the card's payment system environment names no directory; else a code of
  *         TransRetCodeNoMsg.
  */
@@ -1806,12 +1808,12 @@ enum QuorrinLogType {
  * @param selector  1 to 10 reads that record only; 0 or more than 10 reads all; negative reads
  *                  none.
  * @param aidHex    AID as hex text; null or empty takes the first application of the card's
- *                  directory. A text of 100 characters or more, or an AID of more than 20 bytes
- *                  (once the card has accepted it), stops the process.
+ *                  directory. Fewer than 100 characters, and at most 20 bytes.
  * @param out       zeroed by the caller; 128 characters a record do for merchant names of 20 bytes,
  *                  255 in any case, and three more for the length.
- * @return 0, also when nothing is selected or the log is empty; -14 for a null buffer; -106 when
- *         the application names no log; -107 when a record cannot be formatted; else the code of
+ * @return 0, also when nothing is selected or the log is empty; -14 for a null buffer, for an AID
+ *         text of 100 characters or more, with nothing sent, and for an AID of more than 20 bytes
+ *         that the card has accepted; -106 when the application names no log; -107 when a record cannot be formatted; else the code of
  *         the card's refusal. What was read before a failure stays in the text.
  */
 QUORRIN_API int64_t GetIcBankCardTrDetail(int32_t logType, int64_t handle, int32_t selector,

@@ -204,12 +204,14 @@ TEST_F(LogReading, TakesAnAidOf20Bytes) {
 constexpr char accepting_card[] =
     "00A40400 *\n    6F[ 9F4D[0B00] ] 9000\n80CA *\n    9F4F[] 9000\n";
 
-using LogReadingDeathTest = LogReading;
-
-TEST_F(LogReadingDeathTest, AnAidOf21BytesStopsTheProcessOnceTheCardHasAccepted) {
-    insert(accepting_card);
+TEST_F(LogReading, RefusesAnAidOf21BytesOnceTheCardHasAccepted) {
     const std::string aid = to_hex(filled(21, 0xA5));
-    EXPECT_DEATH(read(all, purchases, aid.c_str()), "AID of a transaction log");
+    for (const char* card : {accepting_card, "00A40400 *\n    9000\n80CA *\n    9000\n"}) {
+        insert(card);
+        EXPECT_EQ(read(all, purchases, aid.c_str()), QUORRIN_BAD_PARAMETER);
+        EXPECT_EQ(commands(), (Commands{"00A4040015" + aid + "00", get_log_format}));
+        EXPECT_TRUE(out.untouched());
+    }
     // A card that refuses it, or has no log, ends the reading before.
     insert("00A40400 *\n    6A82\n");
     EXPECT_EQ(read(all, purchases, aid.c_str()), -27266);
@@ -218,15 +220,18 @@ TEST_F(LogReadingDeathTest, AnAidOf21BytesStopsTheProcessOnceTheCardHasAccepted)
     EXPECT_EQ(read(all, purchases, aid.c_str()), -27272);
 }
 
-TEST_F(LogReadingDeathTest, AnAidTextOf100CharactersStopsTheProcess) {
+TEST_F(LogReading, RefusesAnAidTextOf100CharactersBeforeAnythingIsSent) {
     insert("00A40400 *\n    6A82\n");
     const std::string fitting(99, 'A');
     EXPECT_EQ(read(all, purchases, fitting.c_str()), -27266);
     EXPECT_EQ(commands(), Commands{"00A4040031" + to_hex(filled(49, 0xAA)) + "00"});
-    const std::string too_long(100, 'A');
-    EXPECT_DEATH(read(all, purchases, too_long.c_str()), "AID text of a transaction log");
-    const std::string far_too_long(5000, 'A');
-    EXPECT_DEATH(read(all, purchases, far_too_long.c_str()), "AID text of a transaction log");
+    insert(accepting_card);
+    for (const std::size_t length : {100, 101, 5000}) {
+        const std::string too_long(length, 'A');
+        EXPECT_EQ(read(all, purchases, too_long.c_str()), QUORRIN_BAD_PARAMETER);
+    }
+    EXPECT_EQ(commands(), Commands{});
+    EXPECT_TRUE(out.untouched());
 }
 
 // --- the log entry ---

@@ -101,12 +101,28 @@ TEST_F(SelectAid, ConvertsTheTextDigitByDigit) {
     }
 }
 
-using SelectAidDeathTest = SelectAid;
-
-TEST_F(SelectAidDeathTest, StopsTheProcessOnATextOf256Characters) {
+TEST_F(SelectAid, RefusesATextOf256CharactersBeforeAnythingIsClearedOrSent) {
     insert("00A40400 *\n    9000");
-    EXPECT_DEATH(emvSelectAid(handle, text_of(256, "A0").c_str()), "an AID text");
-    EXPECT_DEATH(emvSelectAid(handle, text_of(5000, "A0").c_str()), "an AID text");
+    store("9F02", hex("000000001000"));
+    CARD_STATUS = -4;
+    CARD_SW1 = 0x6A;
+    for (const std::size_t length : {256, 257, 5000}) {
+        EXPECT_EQ(emvSelectAid(handle, text_of(length, "A0").c_str()), QUORRIN_BAD_PARAMETER);
+    }
+    EXPECT_EQ(commands(), Commands{});
+    EXPECT_EQ(present_elements(), (Elements{{"9F02", "000000001000"}}));
+    EXPECT_EQ(CARD_STATUS, -4);
+    EXPECT_EQ(CARD_SW1, 0x6A);
+}
+
+TEST_F(SelectAid, HandsTheRefusalOfALongTextToEveryOperationThatSelects) {
+    insert("00A40400 *\n    9000");
+    const std::string aid = text_of(256, "A0");
+    GuardedBuffer out(2048);
+    EXPECT_EQ(getIccInfo(handle, aid.c_str(), "A", out.text()), QUORRIN_BAD_PARAMETER);
+    EXPECT_EQ(getARQC(handle, nullptr, aid.c_str(), out.text(), out.text()), QUORRIN_BAD_PARAMETER);
+    EXPECT_EQ(commands(), Commands{});
+    EXPECT_TRUE(out.untouched());
 }
 
 TEST_F(SelectAid, ReportsEveryRefusalOfTheSelection) {

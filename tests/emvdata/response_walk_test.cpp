@@ -333,20 +333,26 @@ TEST_F(TemplateWalk, RefusesNullData) {
     EXPECT_EQ(state_of("8F"), 0);
 }
 
-using TemplateWalkDeathTest = TemplateWalk;
-
-constexpr const char* limit = "template tag in a card response has more than 5 bytes";
-
-TEST_F(TemplateWalkDeathTest, DeliberatelyStopsTheProcessOnATemplateTagOfSixBytes) {
-    EXPECT_DEATH(walk_template("7F8181818101", "8F 01 92"), limit);
-    EXPECT_DEATH(walk_template("7F8181818101", ""), limit);
-    EXPECT_DEATH(walk_template(to_hex(filled(255, 0x7F)), "8F 01 92"), limit);
-    EXPECT_DEATH(walk("7F8181818101 03 8F 01 92"), limit);
-    EXPECT_DEATH(walk("70 0A 7F8181818101 03 8F 01 92"), limit);
+TEST_F(TemplateWalk, RefusesATemplateTagOfSixBytesWhateverTheData) {
+    for (const char* data : {"8F 01 92", "", "5A"}) {
+        EXPECT_EQ(walk_template("7F8181818101", data), -30) << data;
+        EXPECT_EQ(walk_template(to_hex(filled(255, 0x7F)), data), -30) << data;
+    }
+    EXPECT_EQ(state_of("8F"), 0);
 }
 
-TEST_F(TemplateWalkDeathTest, AnEmptyOrBrokenTemplateWithALongTagStopsNothing) {
+TEST_F(TemplateWalk, EndsAtATemplateTagOfSixBytesAndKeepsWhatCameBefore) {
+    EXPECT_EQ(walk("5A 01 62 7F8181818101 03 8F 01 92"), -30);
+    EXPECT_EQ(walk("70 0D 5F34 01 02 7F8181818101 03 8F 01 92 8F 01 92"), -30);
+    EXPECT_EQ(walk_template("70", "7F8181818101 03 8F 01 92 8F 01 92"), -30);
+    EXPECT_EQ(state_of("5A"), 1);
+    EXPECT_EQ(state_of("5F34"), 1);
+    EXPECT_EQ(state_of("8F"), 0);
+}
+
+TEST_F(TemplateWalk, PassesOverAnEmptyTemplateWithALongTag) {
     EXPECT_EQ(walk("7F8181818101 00 8F 01 92"), 0);
+    EXPECT_EQ(state_of("8F"), 1);
     EXPECT_EQ(walk("7F8181818101 05 00"), -30);
     EXPECT_EQ(walk("5F8181818101 01 00"), -31);
 }

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "quorrin/quorrin.h"
 #include "boundary/host_bytes.hpp"
+#include "quorrin/quorrin.h"
 
 namespace quorrin::tlv {
 

@@ -74,7 +74,8 @@ constexpr bool is_tag(Bytes tag, std::uint8_t first, std::uint8_t second) {
 }
 
 // Deliberate: a tag may be as long as the data, and its length is kept in 8 bits; one of 256 bytes
-// counts none, and its own first byte is then taken for the length field.
+// counts none, and its own first byte is then taken for the length field. One that does not end has
+// then no size at all.
 constexpr Tag read_tag(Bytes data) {
     if (data.empty()) {
         return {Tag::no_data, 0};
@@ -155,8 +156,8 @@ constexpr Object read_object(Bytes data) {
     return {result, tag.length, length.field_size, length.value};
 }
 
-// A position in a TLV string. It only moves forward and never beyond the end; what a walk tolerates
-// is stated by the walk that uses it.
+// A position in a TLV string. Every step moves it forward, none beyond the end, so that every walk
+// ends; what a walk tolerates is stated by the walk that uses it.
 class Cursor {
   public:
     explicit constexpr Cursor(Bytes data) : rest_(data) {}
@@ -192,8 +193,10 @@ class Cursor {
     constexpr void advance_flat(const Object& object) {
         object.is_constructed() ? enter(object) : step_over(object);
     }
+    // What has no size cannot be stepped over: it ends the walk. So does what exceeds the bytes.
     constexpr void advance(std::size_t count) {
-        rest_ = rest_.subspan(count < rest_.size() ? count : rest_.size());
+        const bool stays_inside = count > 0 && count < rest_.size();
+        rest_ = rest_.subspan(stays_inside ? count : rest_.size());
     }
 
   private:

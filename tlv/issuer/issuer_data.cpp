@@ -73,10 +73,10 @@ void store_authentication_data_and_scripts(tlv::Cursor& cursor) {
                 store(authentication_data_tag, cursor.value(object));
             }
             authentication_data_met = true;
-        } else if (object.is_constructed() && script::find_kind(cursor.tag(object)[0]) != nullptr) {
+        } else if (object.is_constructed() && script::find_kind(cursor.rest()[0]) != nullptr) {
             scripts.append(cursor.rest().first(object.size()));
         }
-        // A malformed object is stepped over by the sizes decoded so far, its first byte at least.
+        // A malformed object is stepped over by the sizes decoded so far.
         cursor.step_over(object);
     }
     if (scripts.any()) {

@@ -170,8 +170,11 @@ inline ReferenceSearch reference_search(View string, View tag) {
 }
 
 // The walk of a card response, template by template; stores through the library, whose store has
-// tests of its own. No result when a template tag has more than 5 bytes, which stops the process.
-inline std::optional<int> reference_walk(View parent, View data) {
+// tests of its own.
+inline int reference_walk(View parent, View data) {
+    if (parent.size() > 5) {
+        return -30;
+    }
     for (std::size_t position = 0; position < data.size();) {
         if (is_padding(data[position])) {
             position += 1;
@@ -188,10 +191,7 @@ inline std::optional<int> reference_walk(View parent, View data) {
             continue;
         }
         if (object.result == 1) {
-            if (tag.size() > 5) {
-                return {};
-            }
-            const std::optional<int> inner = reference_walk(tag, value);
+            const int inner = reference_walk(tag, value);
             if (inner != 0) {
                 return inner;
             }
