@@ -3,7 +3,7 @@
 include(CMakePackageConfigHelpers)
 
 install(TARGETS quorrin EXPORT QuorrinTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/quorrin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/quorrin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Quorrin)
 install(EXPORT QuorrinTargets NAMESPACE Quorrin:: DESTINATION ${package_dir})
