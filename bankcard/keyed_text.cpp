@@ -17,32 +17,23 @@ static_assert(offsetof(QuorrinKeyRow, getDataFlag) == 6);
 static_assert(sizeof TagMapPDolTerData == 49);
 static_assert(sizeof TagMapgetIccInfo == 84);
 
-// clang-format off
 const QuorrinKeyRow TagMapPDolTerData[7] = {
-    {'P', {0x9F, 0x02}, 2, 1, 0},  // amount, authorised
-    {'Q', {0x9F, 0x03}, 2, 1, 0},  // amount, other
-    {'R', {0x5F, 0x2A}, 2, 1, 0},  // transaction currency code
-    {'S', {0x9A},       1, 1, 0},  // transaction date
-    {'T', {0x9C},       1, 1, 0},  // transaction type
-    {'U', {0x9F, 0x21}, 2, 1, 0},  // transaction time
-    {'V', {0x9F, 0x4E}, 2, 0, 0},  // merchant name and location
+#define TERMINAL_KEY(letter, first, second, size, is_hex, from_get_data) \
+    {letter, {first, second}, size, is_hex, from_get_data},
+#define HOLDER_KEY(...)
+#include "bankcard/key_rows.def"
+#undef HOLDER_KEY
+#undef TERMINAL_KEY
 };
 
 const QuorrinKeyRow TagMapgetIccInfo[12] = {
-    {'A', {0x5A},       1, 1, 0},  // PAN
-    {'B', {0x5F, 0x20}, 2, 0, 0},  // card holder name
-    {'C', {0x9F, 0x62}, 2, 1, 0},  // card holder ID type
-    {'D', {0x9F, 0x61}, 2, 0, 0},  // card holder ID number
-    {'E', {0x9F, 0x79}, 2, 1, 1},  // electronic cash balance
-    {'F', {0x9F, 0x77}, 2, 1, 1},  // electronic cash balance limit
-    {'G', {0x9F, 0x78}, 2, 1, 1},  // electronic cash single transaction limit
-    {'H', {0x9F, 0x42}, 2, 1, 0},  // application currency code
-    {'I', {0x5F, 0x24}, 2, 1, 0},  // application expiration date
-    {'J', {0x5F, 0x34}, 2, 1, 0},  // PAN sequence number
-    {'K', {0x57},       1, 1, 0},  // track 2 equivalent data
-    {'L', {0x9F, 0x1F}, 2, 0, 0},  // track 1 discretionary data
+#define TERMINAL_KEY(...)
+#define HOLDER_KEY(letter, first, second, size, is_hex, from_get_data) \
+    {letter, {first, second}, size, is_hex, from_get_data},
+#include "bankcard/key_rows.def"
+#undef HOLDER_KEY
+#undef TERMINAL_KEY
 };
-// clang-format on
 
 namespace quorrin {
 namespace {

@@ -1,0 +1,263 @@
+// quorrin decode: bytes in, their meaning out.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "decode/decode.hpp"
+#include "decode/input.hpp"
+#include "decode/render.hpp"
+#include "hosts/command/output.hpp"
+#include "hosts/command/subcommand.hpp"
+
+namespace quorrin::command {
+namespace {
+
+struct DecodeOptions {
+    std::vector<std::string> data;
+    std::string file;
+    std::string encoding = "any";
+    std::string kind;
+    std::string list;
+    std::string answered;
+    std::string kernel;
+    std::string currency;
+    bool list_kinds = false;
+};
+
+const std::vector<std::pair<std::string, decode::Kernel>> kernels = {
+    {"pboc", decode::Kernel::Pboc}, {"c2", decode::Kernel::C2}, {"c3", decode::Kernel::C3},
+    {"c4", decode::Kernel::C4},     {"c5", decode::Kernel::C5}, {"c6", decode::Kernel::C6},
+    {"c7", decode::Kernel::C7}};
+
+std::string read_all(std::istream& stream) {
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string read_source(const DecodeOptions& options) {
+    if (!options.data.empty() && options.data != std::vector<std::string>{"-"}) {
+        std::string text;
+        for (const std::string& part : options.data) {
+            text += (text.empty() ? "" : " ") + part;
+        }
+        return text;
+    }
+    if (options.file.empty() || options.file == "-") {
+        if (isatty(STDIN_FILENO) != 0) {
+            tell("reading from the terminal, Ctrl-D ends");
+        }
+        return read_all(std::cin);
+    }
+    std::ifstream file(options.file, std::ios::binary);
+    std::string text = read_all(file);
+    if (!file.is_open() || file.bad()) {
+        throw Failed(options.file + " cannot be read: " + std::strerror(errno));
+    }
+    return text;
+}
+
+// What --as names: a kind of data, or the value of an element.
+struct What {
+    const decode::DataKind* kind = nullptr;
+    std::optional<std::uint32_t> tag;
+};
+
+std::optional<What> find_what(const std::string& name) {
+    if (const decode::DataKind* kind = decode::find_data_kind(name); kind != nullptr) {
+        return What{kind, {}};
+    }
+    if (const auto tag = decode::parse_tag(name)) {
+        return What{nullptr, tag};
+    }
+    return {};
+}
+
+std::vector<std::uint8_t> read_bytes(const DecodeOptions& options, const std::string& source) {
+    using decode::Encoding;
+    if (options.encoding == "binary") {
+        return {source.begin(), source.end()};
+    }
+    const decode::Input input = options.encoding == "hex"      ? decode::read_hex(source)
+                                : options.encoding == "base64" ? decode::read_base64(source)
+                                                               : decode::read_any(source);
+    if (!input.error.empty()) {
+        throw Failed("the input is not " + std::string(decode::encoding_name(input.encoding)) +
+                     ": " + input.error +
+                     (options.data.empty() ? "" : " (--file reads files, --as names texts)"));
+    }
+    if (options.encoding == "any" && input.encoding != Encoding::Hex) {
+        tell("the input is no hex: read as " + std::string(decode::encoding_name(input.encoding)));
+    }
+    return input.bytes;
+}
+
+std::vector<std::uint8_t> read_option(const std::string& name, const std::string& text) {
+    const decode::Input input = decode::read_hex(text);
+    if (!input.error.empty()) {
+        throw Failed(name + ": " + input.error);
+    }
+    return input.bytes;
+}
+
+decode::Options decode_options(const DecodeOptions& options, const Common& common) {
+    decode::Options decoding;
+    decoding.show_sensitive = common.show_sensitive;
+    decoding.list = read_option("--list", options.list);
+    for (const auto& [name, kernel] : kernels) {
+        decoding.kernel = name == options.kernel ? kernel : decoding.kernel;
+    }
+    if (!options.currency.empty()) {
+        std::uint16_t number = 0;
+        const char* end = options.currency.data() + options.currency.size();
+        if (std::from_chars(options.currency.data(), end, number).ptr != end || number > 999) {
+            throw Failed("--currency: a currency has up to three digits");
+        }
+        decoding.currency = number;
+    }
+    return decoding;
+}
+
+void show_kinds(const Common& common) {
+    std::string text;
+    if (common.json) {
+        text = "[";
+        for (const decode::DataKind& kind : decode::data_kinds()) {
+            text += (text.size() > 1 ? ", \"" : "\"") + std::string(kind.name) + "\"";
+        }
+        put_result(text + "]\n");
+        return;
+    }
+    for (const decode::DataKind& kind : decode::data_kinds()) {
+        constexpr std::size_t column = 34;
+        std::string line = "  " + std::string(kind.name);
+        line.resize(std::max(line.size() + 1, column), ' ');
+        text += line + std::string(kind.what) + "\n";
+    }
+    put_result(text +
+               "  TAG                             the value of this element, such as 9F10\n");
+}
+
+// Says on standard error what did not hold, and where.
+void tell_problems(const decode::Node& tree, const std::vector<std::uint8_t>& bytes,
+                   const DecodeOptions& options) {
+    const std::vector<decode::Problem> problems = decode::all_problems(tree);
+    std::string line =
+        problems.size() == 1 ? "1 problem" : std::to_string(problems.size()) + " problems";
+    line += ", the first at offset " + std::to_string(problems[0].offset) + ": " + problems[0].text;
+    tell(line);
+    const bool malformed = std::ranges::any_of(problems, [](const decode::Problem& problem) {
+        return problem.kind == decode::Problem::Kind::Malformed;
+    });
+    if (!options.kind.empty() || !malformed) {
+        return;
+    }
+    std::string hint;
+    for (const std::string_view name : decode::look_like(bytes)) {
+        hint += (hint.empty() ? "--as " : ", --as ") + std::string(name);
+    }
+    if (!hint.empty()) {
+        tell("the input was taken for TLV; it could be read with " + hint);
+    }
+}
+
+int run_decode(const DecodeOptions& options, const Common& common) {
+    if (options.list_kinds) {
+        show_kinds(common);
+        return success;
+    }
+    const What what = options.kind.empty() ? What{&decode::data_kinds()[0], {}}
+                                           : find_what(options.kind).value_or(What{});
+    const decode::Options decoding = decode_options(options, common);
+    std::string source = read_source(options);
+    std::vector<std::uint8_t> bytes;
+    if (what.kind != nullptr && what.kind->is_text) {
+        while (source.ends_with('\n') || source.ends_with('\r')) {
+            source.pop_back();
+        }
+        bytes.assign(source.begin(), source.end());
+    } else {
+        bytes = read_bytes(options, source);
+    }
+    const bool is_answer = what.kind != nullptr && what.kind->name == "answer";
+    const decode::Node tree =
+        is_answer && !options.answered.empty()
+            ? decode::answer(bytes, read_option("--answer-to", options.answered), decoding)
+        : what.tag ? decode::element(*what.tag, bytes, decoding)
+                   : what.kind->decode(bytes, decoding);
+    put_result(common.json
+                   ? decode::to_json(tree) + "\n"
+                   : decode::to_text(tree, {.colour = wants_colour(), .width = output_width()}));
+    if (decode::has_problems(tree)) {
+        tell_problems(tree, bytes, options);
+        return failure;
+    }
+    return success;
+}
+
+std::string check_kind(const std::string& name) {
+    return find_what(name) ? std::string()
+                           : "no kind of data and no tag: " + name + " (--kinds lists the kinds)";
+}
+
+}  // namespace
+
+void add_decode(CLI::App& app, const Common& common, Action& action) {
+    auto options = std::make_shared<DecodeOptions>();
+    CLI::App* command = app.add_subcommand("decode", "Tell what card data mean");
+    command->add_option(
+        "DATA", options->data,
+        "The data, as hex (spaces, line ends and 0x allowed) or base64; without it, "
+        "and with -, they are read from standard input");
+    command->add_option("-f,--file", options->file, "Read the data from this file");
+    command
+        ->add_option("--as", options->kind, "What the data are, instead of TLV: a kind, or a tag")
+        ->check(check_kind)
+        ->type_name("KIND");
+    command->add_flag("--kinds", options->list_kinds, "List the kinds of data that --as knows");
+    command
+        ->add_option(
+            "--input", options->encoding,
+            "How the data are written: hex, base64 or binary; without it hex is tried first, "
+            "and anything else is said")
+        ->check(CLI::IsMember({"any", "hex", "base64", "binary"}))
+        ->type_name("ENCODING");
+    command
+        ->add_option("--list", options->list,
+                     "The list that the data answer: a DOL, or a log format")
+        ->type_name("HEX");
+    command->add_option("--answer-to", options->answered, "With --as answer: the command")
+        ->type_name("HEX");
+    std::vector<std::string> names;
+    for (const auto& [name, kernel] : kernels) {
+        names.push_back(name);
+    }
+    command
+        ->add_option("--kernel", options->kernel,
+                     "Whose tags they are, where kernels differ: pboc, c2 to c7")
+        ->check(CLI::IsMember(names))
+        ->type_name("KERNEL");
+    command
+        ->add_option("--currency", options->currency,
+                     "Currency of amounts where the data do not name it, such as 156")
+        ->type_name("NUMBER");
+    command->footer(examples(R"(  quorrin decode 9F3602004B 950500800000
+  quorrin decode --as tvr 0000008000
+  quorrin decode --as 9F10 07010103A0A00001
+  quorrin decode --as answer --answer-to 80A8000002830000 800A7C0008010100100103009000
+  quorrin decode --as log-record --list 9A039F21039F0206 250110193207000000003980
+  quorrin decode --json --file fci.bin)"));
+    command->callback(
+        [=, &common, &action] { action = [=, &common] { return run_decode(*options, common); }; });
+}
+
+}  // namespace quorrin::command

@@ -1,0 +1,54 @@
+// The frame of the `quorrin` command. A subcommand lives in a file of its own:
+//
+//     void add_decode(CLI::App& app, const Common& common, Action& action) {
+//         auto options = std::make_shared<DecodeOptions>();
+//         CLI::App* command = app.add_subcommand("decode", "Tell what card data mean");
+//         command->add_option("DATA", options->data, "...");
+//         command->footer(examples(R"(  quorrin decode 9F3602004B)"));
+//         command->callback([=, &common, &action] { action = [=, &common] { return decode(...); }; });
+//     }
+//
+// and in the list of main.cpp. Options of all subcommands (Common) may stand before or after its name.
+// The action runs when the whole command line is understood; what it returns is the exit status.
+// Results go to `Output`, all else to standard error through `tell`.
+#pragma once
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <CLI/CLI.hpp>
+
+namespace quorrin::command {
+
+// Exit statuses.
+inline constexpr int success = 0;
+inline constexpr int failure = 1;  // the operation failed
+inline constexpr int usage = 2;    // the command line was not understood
+
+// Options of every subcommand.
+struct Common {
+    bool json = false;
+    bool show_sensitive = false;
+};
+
+using Action = std::function<int()>;
+using AddSubcommand = void (*)(CLI::App& app, const Common& common, Action& action);
+
+// Thrown by actions: the message goes to standard error, the exit status is `failure`.
+class Failed : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// A line on standard error, "quorrin: " before it.
+void tell(std::string_view line);
+
+// The end of a subcommand's help.
+std::string examples(std::string_view lines);
+
+// Subcommands, one file each.
+void add_decode(CLI::App& app, const Common& common, Action& action);
+
+}  // namespace quorrin::command
