@@ -13,7 +13,9 @@ namespace {
 
 using Half = std::array<std::uint8_t, 8>;
 
-// Triple DES makes the two key halves in two blocks, SM4 both in its one: the same call.
+// Triple DES makes the two key halves in two blocks, SM4 both in its one: the same call. DES keys get
+// odd parity (EMV book 2 annex A1.4), which the cipher ignores and PIN blocks do not; SM4 keys have
+// none.
 Key diversified(Algorithm algorithm, const Key& master, const Half& left, const Half& right) {
     Key halves{};
     std::ranges::copy(left, halves.begin());
@@ -21,7 +23,7 @@ Key diversified(Algorithm algorithm, const Key& master, const Half& left, const 
     const auto enciphered = encrypt_ecb(algorithm, master, halves);
     Key key{};
     std::ranges::copy(enciphered, key.begin());
-    return key;
+    return algorithm == Algorithm::TripleDes ? with_odd_parity(key) : key;
 }
 
 Half complement(const Half& value) {

@@ -45,7 +45,8 @@ Key cryptogram_session_key(SessionKeyScheme scheme, Algorithm algorithm, const K
 Key script_session_key(SessionKeyScheme scheme, Algorithm algorithm, const Key& card_key,
                        std::uint16_t atc, const Cryptogram& arqc);
 
-// DES keys with odd parity in every byte, as key lists print them. The cipher ignores these bits.
+// A key with odd parity in every byte, as all DES keys that are derived here have it. The cipher
+// ignores these bits; what takes bytes of the key as data (pin_block.hpp) does not.
 Key with_odd_parity(const Key& key);
 
 }  // namespace quorrin::cryptography

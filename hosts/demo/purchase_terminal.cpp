@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <string_view>
 
 #include "quorrin/quorrin.h"
@@ -104,16 +105,40 @@ std::map<char, std::string> PurchaseTerminal::card_holder_data(const std::string
     return items(text.c_str());
 }
 
+namespace {
+
+// What the card's cryptogram depends on so that no two transactions are alike: nobody may foresee it
+// (EMV book 4 section 11.3).
+std::array<std::uint8_t, 4> unpredictable_number(const Purchase& purchase) {
+    std::array<std::uint8_t, 4> number{};
+    if (!purchase.unpredictable_number.empty()) {
+        asc_to_bcd(number.data(), purchase.unpredictable_number.c_str(), 2 * number.size(), 0);
+        return number;
+    }
+    std::random_device random;
+    std::ranges::generate(number, [&] { return static_cast<std::uint8_t>(random()); });
+    return number;
+}
+
+}  // namespace
+
+// The steps that getARQC takes together, one by one: it has no room for the unpredictable number and
+// the terminal's country. The store is wiped by the selection and stays as set from then on.
 std::string PurchaseTerminal::request_cryptogram(const std::string& aid, const Purchase& purchase) {
     const std::string terminal_data = item('P', purchase.amount) + item('Q', "000000000000") +
                                       item('R', "0156") + item('S', purchase.date) +
                                       item('T', "00") + item('U', purchase.time) +
                                       item('V', purchase.merchant);
-    std::string cryptogram(16, '\0');
-    std::string cdol2(504, '\0');
-    check("getARQC", getARQC(ReaderHandle, terminal_data.c_str(), aid.c_str(), cryptogram.data(),
-                             cdol2.data()));
-    return cryptogram;
+    constexpr std::array<std::uint8_t, 2> china{0x01, 0x56};
+    check("emvSelectAid", emvSelectAid(ReaderHandle, aid.c_str()));
+    check("emvSetTermCntryCode", emvSetTermCntryCode(china.data()));
+    const auto number = unpredictable_number(purchase);
+    check("emvSetRandom", emvSetRandom(number.data(), number.size()));
+    check("emvGPO", emvGPO(ReaderHandle, terminal_data.c_str(), TagMapPDolTerData));
+    check("emvReadICCard", emvReadICCard(ReaderHandle));
+    check("emvGACFrist", emvGACFrist(ReaderHandle));
+    gucGetArqcFlag = 1;  // ARPCExeScript may go on with this transaction
+    return hex_text(stored_element(0x9F26));
 }
 
 bank::OnlineRequest PurchaseTerminal::online_request() const {

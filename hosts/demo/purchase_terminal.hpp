@@ -24,6 +24,7 @@ struct Purchase {
     std::string date = "260101";          // YYMMDD
     std::string time = "120000";          // HHMMSS
     std::string merchant = "TEST MERCHANT       ";
+    std::string unpredictable_number{};  // 8 hex digits; empty: a random one, as terminals take it
 };
 
 // One record of the card's transaction log.

@@ -1,5 +1,20 @@
 #include "reader_libraries/configuration/configuration.hpp"
 
+// toml++ asserts on some table headers that are no TOML ("[=]"), and where NDEBUG takes the assertions
+// out it goes on with an empty key. Here they are complaints like any other; this is the only file that
+// sees toml++, so that no other reading of it exists.
+namespace quorrin {
+struct BrokenToml {};
+constexpr void expect_of_toml(bool holds) {
+    if (!holds) {
+        throw BrokenToml{};
+    }
+}
+}  // namespace quorrin
+#undef NDEBUG
+#define TOML_ASSERT(expression) ::quorrin::expect_of_toml(static_cast<bool>(expression))
+// Nesting of the values of one file; every level is a stack frame while they are taken down again.
+#define TOML_MAX_NESTED_VALUES 16
 #define TOML_HEADER_ONLY 1
 #include <toml++/toml.h>
 
@@ -68,6 +83,52 @@ std::optional<std::string> hex_complaint(const std::string& text, std::size_t le
         return "must be " + byte_range(least, most) + " long, is " + std::to_string(bytes->size());
     }
     return std::nullopt;
+}
+
+constexpr std::size_t largest_file = std::size_t{1} << 20;
+constexpr std::ptrdiff_t most_dots_of_a_line = 64;  // "a.b.c": each is a table inside another
+
+bool breaks_the_parser(std::string_view text) {
+    try {
+        (void)toml::parse(text);
+    } catch (const toml::parse_error&) {
+    } catch (const BrokenToml&) {
+        return true;
+    }
+    return false;
+}
+
+// The text up to the end of its line `number`, counted from 1.
+std::string_view first_lines(std::string_view text, std::size_t number) {
+    std::size_t end = 0;
+    for (; number > 0 && end < text.size(); --number) {
+        end = std::min(text.find('\n', end), text.size() - 1) + 1;
+    }
+    return text.substr(0, end);
+}
+
+// The line at which the parser breaks: lines after it make no difference, those before it do not
+// break it.
+std::size_t broken_line(std::string_view text) {
+    std::size_t whole = 0;
+    std::size_t broken = 1 + static_cast<std::size_t>(std::ranges::count(text, '\n'));
+    while (broken - whole > 1) {
+        const std::size_t middle = whole + (broken - whole) / 2;
+        (breaks_the_parser(first_lines(text, middle)) ? broken : whole) = middle;
+    }
+    return broken;
+}
+
+// The first line that nests tables too deeply, 0 for none.
+std::size_t line_nested_too_deeply(std::string_view text) {
+    for (std::size_t line = 1; !text.empty(); ++line) {
+        const std::string_view first = first_lines(text, 1);
+        if (std::ranges::count(first, '.') > most_dots_of_a_line) {
+            return line;
+        }
+        text.remove_prefix(first.size());
+    }
+    return 0;
 }
 
 struct Document {
@@ -357,6 +418,14 @@ std::vector<std::string> Section::keys() const {
     return names;
 }
 
+void Section::allow_only(std::initializer_list<std::string_view> allowed) const {
+    for (const std::string& key : keys()) {
+        if (std::ranges::find(allowed, key) == allowed.end()) {
+            fail(key, "is not a field that is known here");
+        }
+    }
+}
+
 void Section::finish() const {
     std::optional<ConfigurationError> first;
     state_->look_for_unknown(first);
@@ -381,11 +450,22 @@ Section Section::from_text(std::string_view text, const std::filesystem::path& f
     auto document = std::make_shared<Document>();
     document->name = file.string();
     document->directory = file.parent_path();
+    if (text.size() > largest_file) {
+        throw ConfigurationError(document->name, 0, "", "has more than 1 MiB");
+    }
+    if (const std::size_t line = line_nested_too_deeply(text); line != 0) {
+        throw ConfigurationError(
+            document->name, line, "",
+            "has more than " + std::to_string(most_dots_of_a_line) + " dots in one line");
+    }
     try {
         document->root = toml::parse(text);
     } catch (const toml::parse_error& error) {
         throw ConfigurationError(document->name, error.source().begin.line, "",
                                  "is not TOML: " + std::string(error.description()));
+    } catch (const BrokenToml&) {
+        throw ConfigurationError(document->name, broken_line(text), "",
+                                 "is not TOML: a table's header that is none");
     }
     const toml::table* root = &document->root;
     return Section(std::make_shared<State>(State{std::move(document), root, "", 1, {}, {}}));
@@ -401,7 +481,10 @@ Section read_configuration(const std::filesystem::path& file) {
         const std::string reason = std::generic_category().message(errno);
         throw ConfigurationMissing(file.string(), 0, "", "cannot be read: " + reason);
     }
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    // One byte more than is taken, so that what is larger shows.
+    std::string text(largest_file + 1, '\0');
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(stream.gcount()));
     return Section::from_text(text, file);
 }
 

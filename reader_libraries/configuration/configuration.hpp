@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -62,6 +63,10 @@ class Section {
 
     // The keys in the order of the file, for tables whose keys are data (tags, for example).
     std::vector<std::string> keys() const;
+
+    // Refuses the first key that is none of these: where the absence of a key would be complained about
+    // next, its misspelling is what a person has to be told.
+    void allow_only(std::initializer_list<std::string_view> allowed) const;
 
     // Refuses the first key, here or in any table below that was asked for, that nobody asked for.
     void finish() const;

@@ -51,7 +51,8 @@ struct Fault {
 struct SlotFaults {
     bool absent = false;
     std::optional<std::uint64_t> removed_after = std::nullopt;  // exchanges
-    std::vector<Fault> list = {};                               // the first that strikes wins
+    bool endless_chains = false;   // the reader lets a card announce data for ever (61xx)
+    std::vector<Fault> list = {};  // the first that strikes wins
 };
 
 class FaultInjection final : public CardDevice {

@@ -39,6 +39,7 @@ std::string label(const Section& section, std::string_view key, std::size_t long
 // ---- cards ----
 
 std::unique_ptr<CardDevice> read_card(const Section& slot, ReaderSetup& setup) {
+    slot.allow_only({"profile", "card", "t0"});
     const bool in_place = slot.has("card");
     if (slot.has("profile") == in_place) {
         slot.fail("", in_place ? "has both a profile and a card"
@@ -61,6 +62,7 @@ std::optional<T0Settings> read_t0(const Section& slot) {
     if (!section) {
         return std::nullopt;
     }
+    section->allow_only({"get_response", "portion", "wrong_le"});
     T0Settings settings;
     settings.get_response = section->optional_boolean("get_response").value_or(true);
     settings.wrong_le = section->optional_boolean("wrong_le").value_or(true);
@@ -130,6 +132,16 @@ std::string_view only_key(const Section& section, std::initializer_list<std::str
     return found;
 }
 
+// Keys that say nothing in this company.
+void check_company(const Section& section, std::string_view company,
+                   std::initializer_list<std::string_view> without_meaning) {
+    for (const std::string_view key : without_meaning) {
+        if (section.has(key)) {
+            section.fail(key, "has no meaning " + std::string(company));
+        }
+    }
+}
+
 std::uint64_t count(const Section& section, std::string_view key) {
     return static_cast<std::uint64_t>(section.integer(key, 1, most_occurrences));
 }
@@ -146,6 +158,7 @@ FaultTrigger read_trigger(const Section& section) {
         }
         return trigger;
     }
+    check_company(section, "without command", {"occurrence"});
     trigger.event =
         key == "exchange" ? FaultTrigger::Event::exchange : FaultTrigger::Event::power_on;
     trigger.occurrence = count(section, key);
@@ -153,6 +166,7 @@ FaultTrigger read_trigger(const Section& section) {
 }
 
 Fault read_power_on_fault(const Section& section, FaultTrigger trigger) {
+    check_company(section, "at a power-on", {"executed", "status"});
     const auto key = only_key(section, {"result", "answer", "truncate"}, "an effect at power-on");
     if (key == "result") {
         // A positive result would be the length of an answer to reset.
@@ -168,6 +182,7 @@ Fault read_power_on_fault(const Section& section, FaultTrigger trigger) {
 Fault read_exchange_fault(const Section& section, FaultTrigger trigger) {
     const auto key = only_key(section, {"result", "status", "answer", "truncate"}, "an effect");
     if (key == "truncate") {
+        check_company(section, "with truncate: the card carries the command out", {"executed"});
         const auto kept = section.integer("truncate", 0, longest_answer - 1);
         return {trigger, CutAnswer{static_cast<std::size_t>(kept)}, false};
     }
@@ -184,11 +199,25 @@ Fault read_exchange_fault(const Section& section, FaultTrigger trigger) {
 
 // What holds for the slot as a whole, without a moment: true when the entry was of this kind.
 bool read_lasting_fault(const Section& section, SlotFaults& faults) {
-    for (const std::string_view key : {"absent", "mute"}) {
-        if (section.has(key) && !section.boolean(key)) {
+    std::string_view lasting;
+    for (const std::string_view key : {"absent", "mute", "endless_chains", "removed_after"}) {
+        if (!section.has(key)) {
+            continue;
+        }
+        if (key != "removed_after" && !section.boolean(key)) {
             section.fail(key, "can only be true");
         }
+        if (!lasting.empty()) {
+            section.fail(key, "cannot stand beside " + std::string(lasting));
+        }
+        lasting = key;
     }
+    if (lasting.empty()) {
+        return false;
+    }
+    check_company(section, "beside " + std::string(lasting),
+                  {"exchange", "command", "power_on", "occurrence", "always", "result", "status",
+                   "answer", "truncate", "executed"});
     if (section.has("absent")) {
         faults.absent = true;
         return true;
@@ -200,14 +229,18 @@ bool read_lasting_fault(const Section& section, SlotFaults& faults) {
         faults.list.push_back({from_the_start, ReaderResult{QUORRIN_CARD_MUTE}, false});
         return true;
     }
-    if (section.has("removed_after")) {
-        faults.removed_after = count(section, "removed_after");
+    if (section.has("endless_chains")) {
+        faults.endless_chains = true;
         return true;
     }
-    return false;
+    faults.removed_after = count(section, "removed_after");
+    return true;
 }
 
 void read_fault(const Section& section, ReaderSetup& setup) {
+    section.allow_only({"slot", "absent", "mute", "endless_chains", "removed_after", "exchange",
+                        "command", "power_on", "occurrence", "always", "result", "status", "answer",
+                        "truncate", "executed"});
     SlotSetup& slot = setup.slots[read_slot_name(section)];
     if (slot.card == nullptr) {
         section.fail("slot", "holds no card");
@@ -231,12 +264,20 @@ Section read_root(const std::filesystem::path& file) {
     }
 }
 
+void check_kind(const Section& root) {
+    if (root.has("atr") && root.has("application")) {
+        root.fail("", "is a card profile, no reader file: name it as the profile of a slot");
+    }
+}
+
 }  // namespace
 
 ReaderSetup read_reader_file(const std::filesystem::path& file) {
     const Section root = read_root(file);
+    check_kind(root);
     ReaderSetup setup;
     if (const auto reader = root.optional_section("reader")) {
+        reader->allow_only({"name", "serial"});
         setup.name = label(*reader, "name", longest_name, setup.name);
         setup.serial = label(*reader, "serial", longest_serial, setup.serial);
     }

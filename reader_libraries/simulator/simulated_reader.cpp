@@ -68,6 +68,7 @@ std::int64_t SimulatedReader::open(const std::optional<std::filesystem::path>& f
                 card = slots_[i].framing.get();
             }
             slots_[i].front = std::make_unique<FaultInjection>(*card, from.faults);
+            slots_[i].endless_chains = from.faults.endless_chains;
         }
         handle_ = ++last_handle_;
     }
@@ -121,7 +122,26 @@ std::int64_t SimulatedReader::exchange(std::int64_t handle, int code,
     if (!slot->powered) {
         return QUORRIN_NOT_POWERED;
     }
-    return take_answer(response, [&] { return slot->front->transmit(command); });
+    return take_answer(response, [&] {
+        Bytes answer = slot->front->transmit(command);
+        end_endless_chain(*slot, command, answer);
+        return answer;
+    });
+}
+
+void SimulatedReader::end_endless_chain(Slot& slot, std::span<const std::uint8_t> command,
+                                        std::span<const std::uint8_t> answer) {
+    constexpr std::uint8_t get_response = 0xC0;
+    constexpr std::uint8_t more_data = 0x61;
+    const bool bare_announcement = answer.size() == 2 && answer[0] == more_data;
+    if (command[1] != get_response || !bare_announcement) {
+        slot.bare_announcements = 0;
+    }
+    if (bare_announcement && ++slot.bare_announcements == most_bare_announcements &&
+        !slot.endless_chains) {
+        slot.bare_announcements = 0;
+        throw ReaderFailure(QUORRIN_CARD_MUTE);
+    }
 }
 
 std::int64_t SimulatedReader::serial(std::int64_t handle,

@@ -29,6 +29,10 @@ class SimulatedReader {
     static constexpr std::size_t shortest_command = 4;
     static constexpr std::size_t longest_command = 261;
 
+    // So many bare 61xx in a row, none with data, are a card that does not answer: hosts fetch for as
+    // long as a card announces.
+    static constexpr unsigned most_bare_announcements = 64;
+
     // The reader as the file says, or the built-in one. The cards stay as they are, with all that
     // happened to them, while the files say the same as at the last open. Throws ConfigurationError.
     std::int64_t open(const std::optional<std::filesystem::path>& file,
@@ -46,7 +50,12 @@ class SimulatedReader {
         std::unique_ptr<T0Framing> framing;
         std::unique_ptr<FaultInjection> front;  // null: the slot is empty
         bool powered = false;
+        bool endless_chains = false;
+        unsigned bare_announcements = 0;  // 61xx without data, since the chain's first command
     };
+    // Throws ReaderFailure at the announcement that is one too many.
+    static void end_endless_chain(Slot& slot, std::span<const std::uint8_t> command,
+                                  std::span<const std::uint8_t> answer);
     bool setup_is_current(const std::optional<std::filesystem::path>& file) const;
     void load(const std::optional<std::filesystem::path>& file);
     std::int64_t check_handle(std::int64_t handle) const;

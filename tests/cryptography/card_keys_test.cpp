@@ -13,24 +13,43 @@ using test::to_hex;
 constexpr auto triple_des = Algorithm::TripleDes;
 const Key emv_master_key = fixed_hex<16>("0123456789ABCDEFFEDCBA9876543210");
 
-// The common test key of EMV tools, as they print it: with DES parity.
+// The worked examples in the documentation of pyemv, module kd: derive_icc_mk_a and, below,
+// derive_common_sk. Both with odd parity.
 TEST(CardKeys, DerivesThePublishedOptionAKey) {
     const Key card_key = derive_card_key(triple_des, emv_master_key, "99012345678901234", 0x45);
-    EXPECT_EQ(to_hex(with_odd_parity(card_key)), "67F8292358083E5EA7AB7FDA58D53B6B");
+    EXPECT_EQ(to_hex(card_key), "67F8292358083E5EA7AB7FDA58D53B6B");
 }
 
 TEST(CardKeys, DerivesThePublishedEmvCommonSessionKey) {
     const Key card_key = derive_card_key(triple_des, emv_master_key, "99012345678901234", 0x45);
     const Key session_key =
         emv_common_session_key(triple_des, card_key, fixed_hex<8>("1234567890123456"));
-    EXPECT_EQ(to_hex(with_odd_parity(session_key)), "29B33180E567CE38EA4CBC9D753B0E61");
+    EXPECT_EQ(to_hex(session_key), "29B33180E567CE38EA4CBC9D753B0E61");
 }
 
-TEST(CardKeys, DerivesTheSameSessionKeyFromAKeyWithParity) {
+TEST(CardKeys, HaveOddParityWhereTheyAreDesKeysAndNoneWhereTheyAreSm4Keys) {
+    for (const char* pan : {"99012345678901234", "6228000100001", "9999010000000011"}) {
+        const Key des = derive_card_key(triple_des, emv_master_key, pan, 0x01);
+        const Key sm4 = derive_card_key(Algorithm::Sm4, emv_master_key, pan, 0x01);
+        const auto diversifier = fixed_hex<8>("0123456789ABCDEF");
+        for (const Key& key : {des, pboc_session_key(triple_des, des, 0x1234),
+                               emv_common_session_key(triple_des, des, diversifier)}) {
+            EXPECT_EQ(key, with_odd_parity(key)) << pan;
+        }
+        for (const Key& key : {sm4, pboc_session_key(Algorithm::Sm4, sm4, 0x1234),
+                               emv_common_session_key(Algorithm::Sm4, sm4, diversifier)}) {
+            EXPECT_NE(key, with_odd_parity(key)) << pan;
+        }
+    }
+}
+
+// The cipher does not look at parity bits, so a key without them makes the same session keys.
+TEST(CardKeys, DerivesTheSameSessionKeyFromAKeyWithoutParity) {
     const Key card_key = derive_card_key(triple_des, emv_master_key, "99012345678901234", 0x45);
-    ASSERT_NE(card_key, with_odd_parity(card_key));
+    Key other = card_key;
+    other[5] ^= 0x01;
     EXPECT_EQ(pboc_session_key(triple_des, card_key, 0x1234),
-              pboc_session_key(triple_des, with_odd_parity(card_key), 0x1234));
+              pboc_session_key(triple_des, other, 0x1234));
 }
 
 TEST(CardKeys, DerivesAllKeysOfEveryKindOfCard) {

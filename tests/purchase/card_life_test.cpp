@@ -14,6 +14,43 @@ std::string decimal(unsigned number, int digits) {
     return text;
 }
 
+std::string load_log_of(const ShippedCard& card, int selector, std::int64_t result = 0) {
+    constexpr int load_log = 2;
+    char text[2048] = {};
+    EXPECT_EQ(GetIcBankCardTrDetail(load_log, ReaderHandle, selector, card.aid.c_str(), text),
+              result);
+    return text;
+}
+
+std::string load_record(const std::string& amount, const std::string& date, const std::string& type,
+                        const std::string& time, const char* merchant, const std::string& atc) {
+    return "P012" + amount + "Q012000000000000R0040156S00620" + date + "T001" + type + "U003" +
+           time + "V0040156W020" + to_hex(text_bytes(merchant)) + "X002" + atc;
+}
+
+TEST_F(PurchaseTest, LoadLogThatReadsLikeTheTransactionLogIsGivenToTheHost) {
+    constexpr std::int64_t record_not_found = -27267;  // 6A83: the log is not full
+    insert(shipped_card("load_log"));
+    const std::string second =
+        load_record("000000020000", "250106", "63", "104500", "TEST CASH MACHINE   ", "0002");
+    const std::string first =
+        load_record("000000010000", "250102", "63", "120000", "TEST BANK BRANCH    ", "0001");
+    EXPECT_EQ(load_log_of(card, 1), "128" + second);
+    EXPECT_EQ(load_log_of(card, 0, record_not_found), "128" + second + first);
+
+    buy(approval_with(ScriptPhase::AfterFinalCryptogram,
+                      {bank::put_data(0x9F79, hex("000000035000"))}),
+        {.amount = "000000005000", .date = "260708", .time = "101112"});
+    EXPECT_EQ(load_log_of(card, 1), "128" + load_record("000000005000", "260708", "00", "101112",
+                                                        "TEST MERCHANT       ", "0003"));
+    EXPECT_EQ(load_log_of(card, 0, record_not_found).size(), 3U + 3 * 128);
+}
+
+TEST_F(PurchaseTest, LoadLogOfTheDebitCardIsRefusedForItsFormatsTag) {
+    insert(shipped_card("debit"));
+    EXPECT_EQ(load_log_of(card, 1, -107), "");
+}
+
 class TwelvePurchases : public PurchaseTest {
   protected:
     static constexpr unsigned purchases = 12;
@@ -63,12 +100,13 @@ TEST_F(TwelvePurchases, LeaveTheTenNewestInTheFullLog) {
         const unsigned n = purchases - i;
         EXPECT_EQ(log.substr(3 + 128 * i, 128),
                   "P012" + amount(n) + "Q012000000000000R0040156S00620260708T00100U003" + time(n) +
-                      "V0040000W020" + to_hex(text_bytes("TEST MERCHANT       ")) + "X002" +
+                      "V0040156W020" + to_hex(text_bytes("TEST MERCHANT       ")) + "X002" +
                       to_hex(Bytes{0x00, static_cast<std::uint8_t>(card.atc + n)}));
     }
 }
 
-// GetIcBankCardTrDetail does not read load logs: their format comes under a tag of its own.
+// GetIcBankCardTrDetail does not read the load log of this card: its format comes under a tag of its
+// own.
 TEST_F(TwelvePurchases, LeaveTheFiveNewestInTheFullLoadLog) {
     insert(shipped_card("debit"));
     for (unsigned n = 1; n <= purchases; ++n) {
@@ -79,7 +117,7 @@ TEST_F(TwelvePurchases, LeaveTheFiveNewestInTheFullLoadLog) {
         const unsigned n = purchases + 1U - number;
         // The changed element with its value before and after, then 9A 9F21 9F1A 9F4E 9F36.
         EXPECT_EQ(to_hex(card_record(load_log_file, number)),
-                  "9F79" + balance(n - 1) + balance(n) + "260708" + time(n) + "0000" +
+                  "9F79" + balance(n - 1) + balance(n) + "260708" + time(n) + "0156" +
                       to_hex(text_bytes("TEST MERCHANT       ")) +
                       to_hex(Bytes{0x00, static_cast<std::uint8_t>(card.atc + n)}) + "9000");
     }

@@ -27,13 +27,15 @@ class CardThatSpeaksT0 : public PurchaseTest, public testing::WithParamInterface
         insert(GetParam(), line.empty() ? "" : "[" + GetParam().slot + ".t0]\n" + line);
         Outcome outcome;
         outcome.holder = terminal->card_holder_data(card.aid, "ABCDEFGHIJKL");
-        const auto request = request_authorisation({.amount = "000000007654"});
+        const auto request =
+            request_authorisation({.amount = "000000007654", .unpredictable_number = "12345678"});
         outcome.cryptogram = to_hex(request.arqc);
         const Bytes renamed = holder_record_renamed();
         outcome.issuer_data =
-            answer(request, approval_with(ScriptPhase::BeforeFinalCryptogram,
-                                          {bank::update_record(card.holder_file,
-                                                                 card.holder_record, renamed)}))
+            answer(
+                request,
+                approval_with(ScriptPhase::BeforeFinalCryptogram,
+                              {bank::update_record(card.holder_file, card.holder_record, renamed)}))
                 .issuer_data;
         deliver(outcome.issuer_data);
         outcome.accepted = terminal->card_accepted_issuer();

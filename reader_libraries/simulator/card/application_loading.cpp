@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 
 #include "reader_libraries/simulator/card/electronic_cash.hpp"
@@ -18,6 +19,7 @@ constexpr std::uint8_t last_record = 255;
 constexpr std::array<Tag, 5> own_data{0x9F36, 0x9F13, 0x9F17, 0x9F4F, 0xDF4F};
 
 Bytes load_record(const Section& section) {
+    section.allow_only({"file", "number", "elements", "raw"});
     const auto raw = section.optional_text("raw");
     Bytes record = raw ? parsed_field(section, "raw", *raw, parse_bytes)
                        : data_object(0x70, encoded_elements(section, "elements"));
@@ -31,7 +33,17 @@ Bytes load_record(const Section& section) {
     return record;
 }
 
-RecordFiles load_records(const Section& application) {
+// Where each record stands in the profile, for complaints about what is in it.
+using RecordSections = std::map<RecordAddress, Section>;
+
+// `tag` was found wanting in the record that has it.
+[[noreturn]] void fail_in_record(const RecordSections& sections, const RecordFiles& records,
+                                 Tag tag, const std::string& reason) {
+    const Section& section = sections.at(*record_with(records, tag));
+    section.fail(section.has("raw") ? "raw" : "elements", hex_text(tag_bytes(tag)) + " " + reason);
+}
+
+RecordFiles load_records(const Section& application, RecordSections& sections) {
     RecordFiles records;
     for (const Section& section : application.sections("record")) {
         const RecordAddress address{number_field<std::uint8_t>(section, "file", 1, last_file),
@@ -39,17 +51,25 @@ RecordFiles load_records(const Section& application) {
         if (!records.emplace(address, load_record(section)).second) {
             section.fail("number", "stands twice in this file");
         }
+        sections.emplace(address, section);
     }
     return records;
 }
 
-LogProfile load_log(const Section& section, std::size_t leading_bytes) {
+LogProfile load_log(const Section& section) {
+    section.allow_only({"file", "records", "format", "filled", "as_transaction_log"});
     LogProfile log;
     log.file = number_field<std::uint8_t>(section, "file", 1, last_file);
     log.capacity = number_field<std::uint8_t>(section, "records", 1, last_record);
     log.format = object_list_bytes(section, "format");
     log.fields = parse_object_list(log.format).value_or(std::vector<ListEntry>{});
-    const std::size_t size = leading_bytes + data_length(log.fields);
+    if (section.path().ends_with("load_log")) {
+        log.as_transaction_log = section.optional_boolean("as_transaction_log").value_or(false);
+        log.head_size = log.as_transaction_log ? 0 : load_record_head;
+    } else if (section.has("as_transaction_log")) {
+        section.fail("as_transaction_log", "is for the load log");
+    }
+    const std::size_t size = log.record_size();
     if (log.fields.empty() || size > longest_answer) {
         section.fail("format", "must make records of 1 to 256 bytes");
     }
@@ -105,11 +125,30 @@ Bytes load_file_locator(const Section& section, const RecordFiles& records) {
     if (locator.size() % 4 != 0 || locator.size() > longest) {
         section.fail("afl", "must be entries of 4 bytes, 63 at most");
     }
+    // EMV book 3 section 10.2. Records that are not there are a card's own mistake, and can be made.
+    for (std::size_t at = 0; at < locator.size(); at += 4) {
+        const std::string entry = "entry " + std::to_string(at / 4 + 1);
+        const std::uint8_t file = locator[at] >> 3;
+        if (file == 0 || file > last_file || (locator[at] & 0x07) != 0) {
+            section.fail("afl",
+                         entry + ": the first byte is a file of 1 to 30, shifted by three bits");
+        }
+        if (locator[at + 1] == 0 || locator[at + 2] < locator[at + 1]) {
+            section.fail("afl",
+                         entry + ": the first record is 1 or more and no later than the last");
+        }
+        if (locator[at + 3] > locator[at + 2] - locator[at + 1] + 1) {
+            section.fail("afl", entry + ": more records are signed than it has");
+        }
+    }
     return locator;
 }
 
 void load_pin(const Section& section, ApplicationProfile& application) {
     const auto pin = section.optional_text("pin");
+    if (!pin && section.has("pin_tries")) {
+        section.fail("pin_tries", "has no meaning without pin");
+    }
     application.pin_try_limit = number_field_or<std::uint8_t>(section, "pin_tries", 1, 15, 3);
     if (!pin) {
         application.pin_try_limit = 0;
@@ -123,10 +162,19 @@ void load_pin(const Section& section, ApplicationProfile& application) {
 }
 
 // The digits of 5A, the filler at its end left out.
-std::string pan_of(const Section& section, const RecordFiles& records) {
+std::string pan_of(const Section& section, const RecordFiles& records,
+                   const RecordSections& sections) {
     const auto pan = find_in_records(records, 0x5A);
     if (!pan) {
         section.fail("record", "no record has the PAN (5A), which the card's keys are made from");
+    }
+    for (const auto& [address, record] : records) {
+        const auto other = find_object(record, 0x5A);
+        if (other && *other != *pan) {
+            const Section& there = sections.at(address);
+            there.fail(there.has("raw") ? "raw" : "elements",
+                       "5A differs from that of another record: a card has one number");
+        }
     }
     std::string digits = hex_text(*pan);
     while (!digits.empty() && digits.back() == 'F') {
@@ -136,35 +184,56 @@ std::string pan_of(const Section& section, const RecordFiles& records) {
 }
 
 cryptography::KeySet load_keys(const Section& section, const RecordFiles& records,
-                               const CardProfile& card) {
+                               const RecordSections& sections, const CardProfile& card) {
     const auto sequence = find_in_records(records, 0x5F34);
     if (sequence && sequence->size() != 1) {
-        section.fail("record", "the PAN sequence number (5F34) is one byte");
+        fail_in_record(sections, records, 0x5F34, "(PAN sequence number) is one byte");
     }
+    const std::string pan = pan_of(section, records, sections);
     try {
-        return cryptography::derive_card_keys(card.algorithm, card.master_keys,
-                                              pan_of(section, records),
+        return cryptography::derive_card_keys(card.algorithm, card.master_keys, pan,
                                               sequence ? sequence->front() : std::uint8_t{0});
     } catch (const std::invalid_argument& error) {
-        section.fail("record", error.what());
+        fail_in_record(sections, records, 0x5A, std::string("and 5F34: ") + error.what());
     }
 }
 
-void check_object_lists(const Section& section, const RecordFiles& records) {
+void check_object_lists(const RecordFiles& records, const RecordSections& sections) {
     for (const Tag tag : {Tag{0x8C}, Tag{0x8D}}) {
         const auto list = find_in_records(records, tag);
         const auto entries = parse_object_list(list.value_or(Bytes{}));
         if (!entries || data_length(*entries) > 255) {
-            section.fail("record", hex_text(tag_bytes(tag)) +
-                                       " must be tags, each with a length, for 255 bytes at most");
+            fail_in_record(sections, records, tag,
+                           "must be tags, each with a length, for 255 bytes at most");
         }
     }
 }
 
-void check_balance(const Section& section, const ApplicationProfile& application) {
-    const auto balance = application.data.find(electronic_cash_balance);
-    if (balance != application.data.end() && balance->second.size() != 6) {
-        section.fail("data", "the electronic cash balance (9F79) has 6 bytes");
+// Elements that the card calculates with: EMV book 3 annex A, PBOC electronic cash.
+struct NumericElement {
+    Tag tag;
+    std::size_t size;
+};
+constexpr std::array<NumericElement, 4> amounts{{
+    {electronic_cash_balance, 6},
+    {0x9F77, 6},  // its limit
+    {0x9F78, 6},  // limit of one payment
+    {0x9F6D, 6},  // below this the terminal asks to load
+}};
+
+void check_amounts(const Section& section, const ApplicationProfile& application) {
+    for (const auto& [tag, size] : amounts) {
+        const auto element = application.data.find(tag);
+        if (element == application.data.end()) {
+            continue;
+        }
+        const std::string name = hex_text(tag_bytes(tag));
+        if (element->second.size() != size) {
+            section.fail("data", name + " has " + std::to_string(size) + " bytes");
+        }
+        if (hex_text(element->second).find_first_not_of("0123456789") != std::string::npos) {
+            section.fail("data", name + " is an amount: decimal digits only");
+        }
     }
 }
 
@@ -182,11 +251,14 @@ void check_files(const Section& section, const ApplicationProfile& application) 
 }  // namespace
 
 ApplicationProfile load_application(const Section& section, const CardProfile& card) {
+    section.allow_only({"aid", "label", "priority", "pdol", "fci", "discretionary", "aip", "afl",
+                        "answer_format", "data", "pin", "pin_tries", "atc", "last_online_atc",
+                        "record", "log", "load_log", "quick"});
     ApplicationProfile application;
     application.aid = section.hex("aid", 5, 16);
     const std::string label = section.text("label");
     if (label.empty() || label.size() > 16) {
-        section.fail("label", "must have 1 to 16 characters");
+        section.fail("label", "must have 1 to 16 bytes, has " + std::to_string(label.size()));
     }
     application.label.assign(label.begin(), label.end());
     if (const auto priority = section.optional_integer("priority", 0, 255)) {
@@ -203,25 +275,30 @@ ApplicationProfile load_application(const Section& section, const CardProfile& c
     application.answer_format =
         static_cast<AnswerFormat>(number_field_or(section, "answer_format", 1, 2, 2));
     if (const auto quick = section.optional_section("quick")) {
+        quick->allow_only({"elements"});
+        if (!quick->has("elements")) {
+            quick->fail("elements", "is missing");
+        }
         application.quick = QuickProfile{encoded_elements(*quick, "elements")};
     }
-    application.records = load_records(section);
+    RecordSections record_sections;
+    application.records = load_records(section, record_sections);
     application.file_locator = load_file_locator(section, application.records);
     application.data = load_data(section);
     if (const auto log = section.optional_section("log")) {
-        application.transaction_log = load_log(*log, 0);
+        application.transaction_log = load_log(*log);
     }
     if (const auto log = section.optional_section("load_log")) {
-        application.load_log = load_log(*log, load_record_head);
+        application.load_log = load_log(*log);
     }
     load_pin(section, application);
     application.first_atc = number_field_or<std::uint16_t>(section, "atc", 0, 0xFFFF, 0);
     application.first_last_online_atc =
         number_field_or<std::uint16_t>(section, "last_online_atc", 0, 0xFFFF, 0);
-    check_object_lists(section, application.records);
-    check_balance(section, application);
+    check_object_lists(application.records, record_sections);
+    check_amounts(section, application);
     check_files(section, application);
-    application.keys = load_keys(section, application.records, card);
+    application.keys = load_keys(section, application.records, record_sections, card);
     return application;
 }
 

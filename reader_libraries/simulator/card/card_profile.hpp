@@ -30,9 +30,16 @@ struct LogProfile {
     Bytes format;                   // 9F4F or DF4F, a data object list
     std::vector<ListEntry> fields;  // the same
     std::vector<Bytes> records;     // what the card is issued with, newest first
+
+    // Load logs only: the format answers under 9F4F and records are its fields alone, as in the
+    // transaction log; else the format answers under DF4F and records have a head.
+    bool as_transaction_log = false;
+
+    std::size_t head_size = 0;  // of the records, ahead of the fields
+    [[nodiscard]] std::size_t record_size() const { return head_size + data_length(fields); }
 };
 
-// What a load record has ahead of its format's fields: the tag that PUT DATA named (2 bytes) and the
+// How a load log's records begin of its format's fields: the tag that PUT DATA named (2 bytes) and the
 // balances before and after (6 each).
 inline constexpr std::size_t load_record_head = 14;
 

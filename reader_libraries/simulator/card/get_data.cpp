@@ -15,6 +15,10 @@ CardAnswer log_format(Tag tag, const std::optional<LogProfile>& log) {
     return data_object(tag, log->format);
 }
 
+bool reads_as_transaction_log(const ApplicationProfile& application) {
+    return application.load_log && application.load_log->as_transaction_log;
+}
+
 CardAnswer stored(const ElementValues& data, Tag tag) {
     const auto found = data.find(tag);
     if (found == data.end()) {
@@ -43,7 +47,8 @@ CardAnswer get_data(const ApplicationSession& session, const CardCommand& comman
         case 0x9F4F:
             return log_format(tag, session.application.transaction_log);
         case 0xDF4F:
-            return log_format(tag, session.application.load_log);
+            return log_format(reads_as_transaction_log(session.application) ? Tag{0x9F4F} : tag,
+                              session.application.load_log);
         default:
             return stored(session.state.data, tag);
     }

@@ -172,17 +172,19 @@ class ProfileCard final : public CardDevice {
     // Another slot may hold the same card, and it may have been used meanwhile. A file spoilt
     // meanwhile leaves the card with what it knows.
     void recall_state() {
-        if (!profile_.state_file) {
-            return;
-        }
-        try {
-            state_ = read_state(profile_, *profile_.state_file);
-        } catch (const ConfigurationError&) {
+        if (profile_.state_file) {
+            if (auto kept = read_or_set_aside(profile_, *profile_.state_file)) {
+                state_ = *std::move(kept);
+            }
         }
     }
 
     [[nodiscard]] bool keep_state() const {
-        return !profile_.state_file || write_state(profile_, state_, *profile_.state_file);
+        if (!profile_.state_file) {
+            return true;
+        }
+        (void)read_or_set_aside(profile_, *profile_.state_file);
+        return write_state(profile_, state_, *profile_.state_file);
     }
 
     CardProfile profile_;
@@ -223,7 +225,8 @@ std::unique_ptr<CardDevice> load_card_file(const std::filesystem::path& file) {
 }
 
 std::unique_ptr<CardDevice> default_card() {
-    return load_card(parse_configuration(default_profile, "built-in debit card"));
+    return load_card(parse_configuration(
+        default_profile, "reader_libraries/simulator/profiles/debit.toml (built in)"));
 }
 
 }  // namespace quorrin::simulator

@@ -1,6 +1,11 @@
 #include "reader_libraries/simulator/card/profile_loading.hpp"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 #include "reader_libraries/simulator/card/application_loading.hpp"
 #include "reader_libraries/simulator/card/application_selection.hpp"
@@ -32,6 +37,7 @@ cryptography::KeySet load_master_keys(const Section& keys) {
 
 DirectoryProfile load_directory(const Section& section) {
     constexpr std::uint8_t last_file = 10;  // EMV book 1 section 10.1.4
+    section.allow_only({"file", "fci"});
     DirectoryProfile directory;
     directory.file = number_field<std::uint8_t>(section, "file", 1, last_file);
     directory.fci_elements = encoded_elements(section, "fci");
@@ -61,14 +67,51 @@ void load_applications(const Section& section, CardProfile& profile) {
     }
 }
 
+// A state that cannot be kept is told at once, not by the card in mid-transaction.
+std::filesystem::path load_state_file(const Section& section, const std::string& name) {
+    namespace fs = std::filesystem;
+    if (name.empty()) {
+        section.fail("state", "must name a file");
+    }
+    const fs::path file = section.directory() / name;
+    const fs::path folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
+    std::error_code error;
+    if (const auto kind = fs::status(file, error).type();
+        kind == fs::file_type::directory || file.filename().empty()) {
+        section.fail("state", file.string() + " is a directory");
+    } else if (kind != fs::file_type::not_found && kind != fs::file_type::regular) {
+        section.fail("state", file.string() + " is no regular file");
+    }
+    if (!fs::is_directory(folder, error)) {
+        section.fail("state", folder.string() + " is no directory, so that no file can be in it");
+    }
+    // The file is replaced as a whole, so the folder is what has to be writable.
+    if (access(folder.c_str(), W_OK | X_OK) != 0) {
+        section.fail("state", folder.string() +
+                                  " cannot be written: " + std::generic_category().message(errno));
+    }
+    return file;
+}
+
+void check_kind(const Section& section) {
+    for (const char* slot : {"reader", "contact", "contactless", "further", "fault"}) {
+        if (section.has(slot) && !section.has("atr")) {
+            section.fail(slot, "belongs into a reader file: a card profile has name, atr, keys");
+        }
+    }
+}
+
 }  // namespace
 
 CardProfile load_profile(const Section& section) {
+    check_kind(section);
+    section.allow_only({"name", "atr", "state", "algorithm", "session_keys", "arpc_method", "ppse",
+                        "pse", "keys", "application"});
     CardProfile profile;
     profile.name = section.text("name");
     profile.answer_to_reset = section.hex("atr", 2, 33);
     if (const auto state = section.optional_text("state")) {
-        profile.state_file = section.directory() / *state;
+        profile.state_file = load_state_file(section, *state);
     }
     profile.algorithm = choice_field_or(section, "algorithm", algorithms, Algorithm::TripleDes);
     profile.session_keys =
@@ -79,6 +122,7 @@ CardProfile load_profile(const Section& section) {
         profile.contact_directory = load_directory(*directory);
     }
     const Section keys = section.section("keys");
+    keys.allow_only({"cryptogram", "mac", "encipherment", "index"});
     profile.key_index = number_field_or<std::uint8_t>(keys, "index", 0, 255, 1);
     profile.master_keys = load_master_keys(keys);
     load_applications(section, profile);

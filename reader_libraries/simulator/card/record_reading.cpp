@@ -40,6 +40,15 @@ CardAnswer read_record(const ApplicationSession& session, RecordAddress address)
     return found->second;
 }
 
+std::optional<RecordAddress> record_with(const RecordFiles& records, Tag tag) {
+    for (const auto& [address, record] : records) {
+        if (find_object(record, tag)) {
+            return address;
+        }
+    }
+    return std::nullopt;
+}
+
 std::optional<Bytes> find_in_records(const RecordFiles& records, Tag tag) {
     for (const auto& [address, record] : records) {
         if (auto value = find_object(record, tag)) {

@@ -1,6 +1,7 @@
 #include "reader_libraries/simulator/card/state_keeping.hpp"
 
 #include <algorithm>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <system_error>
@@ -111,8 +112,8 @@ void read_records(const Section& section, ApplicationState& state) {
 }
 
 std::vector<Bytes> read_log(const Section& section, std::string_view key,
-                            const std::optional<LogProfile>& profile, std::size_t leading_bytes) {
-    const std::size_t size = profile ? leading_bytes + data_length(profile->fields) : 0;
+                            const std::optional<LogProfile>& profile) {
+    const std::size_t size = profile ? profile->record_size() : 0;
     auto records = section.hex_list(key, size, size);
     if (records.size() > (profile ? profile->capacity : 0U)) {
         section.fail(key, "has more records than the profile's log");
@@ -144,8 +145,23 @@ void read_application(const Section& section, const ApplicationProfile& profile,
     state.script_failed = section.boolean("script_failed");
     read_data(section, profile, state);
     read_records(section, state);
-    state.transaction_log = read_log(section, "log", profile.transaction_log, 0);
-    state.load_log = read_log(section, "load_log", profile.load_log, load_record_head);
+    state.transaction_log = read_log(section, "log", profile.transaction_log);
+    state.load_log = read_log(section, "load_log", profile.load_log);
+}
+
+// A name of its own for each spoilt file, up to a point.
+std::filesystem::path set_aside(const std::filesystem::path& file) {
+    constexpr int most_kept = 100;
+    std::error_code failed;
+    for (int number = 1; number <= most_kept; ++number) {
+        auto aside = file;
+        aside += number == 1 ? ".spoilt" : ".spoilt" + std::to_string(number);
+        if (!std::filesystem::exists(aside, failed)) {
+            std::filesystem::rename(file, aside, failed);
+            return failed ? std::filesystem::path() : aside;
+        }
+    }
+    return {};
 }
 
 }  // namespace
@@ -166,6 +182,20 @@ CardState read_state(const CardProfile& profile, const std::filesystem::path& fi
     }
     section.finish();
     return state;
+}
+
+std::optional<CardState> read_or_set_aside(const CardProfile& profile,
+                                           const std::filesystem::path& file) {
+    try {
+        return read_state(profile, file);
+    } catch (const ConfigurationError& error) {
+        const auto aside = set_aside(file);
+        std::fprintf(stderr, "libquorrin-simulator: %s; %s, the card goes on with what it knows\n",
+                     error.what(),
+                     aside.empty() ? "it cannot be kept aside"
+                                   : ("it is kept as " + aside.string()).c_str());
+        return std::nullopt;
+    }
 }
 
 bool write_state(const CardProfile& profile, const CardState& state,

@@ -33,9 +33,12 @@ void log_transaction(ApplicationSession& session) {
 
 void log_load(ApplicationSession& session, Tag tag, const Bytes& before, const Bytes& after) {
     if (const auto& log = session.application.load_log) {
-        Bytes record = tag_bytes(tag);
-        append(record, before);
-        append(record, after);
+        Bytes record;
+        if (!log->as_transaction_log) {
+            record = tag_bytes(tag);
+            append(record, before);
+            append(record, after);
+        }
         append(record, fields_of(session, *log));
         add_record(session.state.load_log, log->capacity, std::move(record));
     }

@@ -46,10 +46,10 @@ TEST_F(DocumentedExample, ThereIsNoneThatIsNotTried) {
         names.push_back(name);
     }
     EXPECT_THAT(names,
-                ElementsAre("absent.toml", "answer-lost.toml", "card-in-place.toml", "mistake.toml",
-                            "mute.toml", "other-answer.toml", "reader-fails.toml", "reader.toml",
-                            "removed.toml", "slow-start.toml", "status-word.toml", "t0.toml",
-                            "truncated.toml"));
+                ElementsAre("absent.toml", "answer-lost.toml", "card-in-place.toml", "endless.toml",
+                            "mistake.toml", "mute.toml", "other-answer.toml", "reader-fails.toml",
+                            "reader.toml", "removed.toml", "slow-start.toml", "status-word.toml",
+                            "t0.toml", "truncated.toml"));
     EXPECT_EQ(examples.complaints.size(), 1U);
 }
 
@@ -122,6 +122,14 @@ TEST_F(DocumentedExample, Removed) {
         // Opening the reader again puts it back.
         EXPECT_EQ(ICC_Reader_Close(), 0);
         ASSERT_GT(open(), 0);
+    }
+}
+
+TEST_F(DocumentedExample, Endless) {
+    open_example("endless.toml");
+    EXPECT_GT(power_on(contact), 0);
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(send(contact, "00C0000010"), "6110") << i;
     }
 }
 

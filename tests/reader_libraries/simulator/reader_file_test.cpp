@@ -64,6 +64,63 @@ TEST_F(ReaderFile, AWrongFieldInAProfileNamesTheProfile) {
     EXPECT_THAT(refusal(-14), StartsWith("libquorrin-simulator: profiles/bad.toml: line 2: atr: "));
 }
 
+TEST_F(ReaderFile, ACardProfileInItsPlaceIsRecognised) {
+    use("own.toml");
+    EXPECT_EQ(
+        refusal(-14),
+        "libquorrin-simulator: own.toml: line 1: is a card profile, no reader file: name it as "
+        "the profile of a slot\n");
+}
+
+TEST_F(ReaderFile, InThePlaceOfAProfileIsRecognised) {
+    directory.write("other.toml", "[contact]\nprofile = \"own.toml\"\n");
+    use("reader.toml", "[contact]\nprofile = \"other.toml\"\n");
+    EXPECT_EQ(
+        refusal(-14),
+        "libquorrin-simulator: other.toml: line 1: contact: belongs into a reader file: a card "
+        "profile has name, atr, keys\n");
+}
+
+TEST_F(ReaderFile, AStateThatCannotBeKeptNamesTheProfile) {
+    directory.write("kept.toml", "state = \"profiles\"\n" + std::string(own_card));
+    use("reader.toml", "[contact]\nprofile = \"kept.toml\"\n");
+    EXPECT_EQ(refusal(-14),
+              "libquorrin-simulator: kept.toml: line 1: state: profiles is a directory\n");
+}
+
+TEST_F(ReaderFile, AnErrorInAStateFileNamesTheStateFile) {
+    directory.write("kept.toml", "state = \"card.state\"\n" + std::string(own_card));
+    directory.write("card.state", "card_blocked = false\n[*x]\n");
+    use("reader.toml", "[contact]\nprofile = \"kept.toml\"\n");
+    EXPECT_EQ(refusal(-14),
+              "libquorrin-simulator: card.state: line 2: is not TOML: a table's header that is "
+              "none\n");
+}
+
+TEST_F(ReaderFile, WithATableHeaderThatIsNoneNamesItsLine) {
+    for (const char* header : {"[ü]", "[", "[=]", "[.a]", "[*x]", "[[[a]]]", "[\"\n", "[[=]]"}) {
+        use("reader.toml", "[reader]\nname = \"x\"\n\n" + std::string(header));
+        EXPECT_THAT(refusal(-14),
+                    StartsWith("libquorrin-simulator: reader.toml: line 4: is not TOML: "))
+            << header;
+    }
+}
+
+TEST_F(ReaderFile, NestedOrLargeBeyondReasonIsRefused) {
+    std::string deep = "a";
+    for (int i = 0; i < 100000; ++i) {
+        deep += ".a";
+    }
+    use("reader.toml", "\n[" + deep + "]\n");
+    EXPECT_EQ(refusal(-14),
+              "libquorrin-simulator: reader.toml: line 2: has more than 64 dots in one line\n");
+    use("reader.toml", "a = " + std::string(100000, '[') + "\n");
+    EXPECT_THAT(refusal(-14),
+                StartsWith("libquorrin-simulator: reader.toml: line 1: is not TOML: "));
+    use("/dev/zero");
+    EXPECT_EQ(refusal(-14), "libquorrin-simulator: /dev/zero: has more than 1 MiB\n");
+}
+
 TEST_F(ReaderFile, AWrongFieldOfACardInPlaceNamesTheReaderFile) {
     use("reader.toml", "[contact.card]\nname = \"bad\"\natr = \"3B 0\"\n");
     EXPECT_THAT(refusal(-14),
@@ -114,11 +171,27 @@ INSTANTIATE_TEST_SUITE_P(Rows, WrongFieldTest, testing::Values(
     WrongField{"unknown_key_of_slot", CONTACT "colour = 1\n",
                "3: contact.colour: is not a field that is known here"},
     WrongField{"unknown_key_of_fault", FAULT "mute = true\nexchange = 1\n",
-               "6: fault[1].exchange: is not a field that is known here"},
+               "6: fault[1].exchange: has no meaning beside mute"},
     WrongField{"occurrence_without_command", FAULT "exchange = 1\noccurrence = 2\nresult = -4\n",
-               "6: fault[1].occurrence: is not a field that is known here"},
+               "6: fault[1].occurrence: has no meaning without command"},
     WrongField{"executed_at_power_on", FAULT "power_on = 1\nexecuted = true\nresult = -4\n",
-               "6: fault[1].executed: is not a field that is known here"},
+               "6: fault[1].executed: has no meaning at a power-on"},
+    WrongField{"executed_with_truncate", FAULT "exchange = 1\ntruncate = 2\nexecuted = true\n",
+               "7: fault[1].executed: has no meaning with truncate: the card carries the command out"},
+    WrongField{"two_lasting_faults", FAULT "mute = true\nabsent = true\n",
+               "5: fault[1].mute: cannot stand beside absent"},
+    WrongField{"misspelt_effect", FAULT "exchange = 1\nsatus = \"6A82\"\n",
+               "6: fault[1].satus: is not a field that is known here"},
+    WrongField{"misspelt_profile", "[contact]\nprofiel = \"own.toml\"\n",
+               "2: contact.profiel: is not a field that is known here"},
+    WrongField{"misspelt_slot_of_a_fault", CONTACT "[[fault]]\nslt = \"contact\"\nmute = true\n",
+               "4: fault[1].slt: is not a field that is known here"},
+    WrongField{"misspelt_name", "[reader]\nnam = \"x\"\n",
+               "2: reader.nam: is not a field that is known here"},
+    WrongField{"misspelt_portion", CONTACT "t0 = { porton = 1 }\n",
+               "3: contact.t0.porton: is not a field that is known here"},
+    WrongField{"endless_chains_false", FAULT "endless_chains = false\n",
+               "5: fault[1].endless_chains: can only be true"},
     WrongField{"name_too_long", "[reader]\nname = \"12345678901234567890123456789012\"\n",
                "2: reader.name: must be 1 to 31 bytes long, is 32"},
     WrongField{"name_empty", "[reader]\nname = \"\"\n",
@@ -158,7 +231,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, WrongFieldTest, testing::Values(
     WrongField{"fault_with_two_effects", FAULT "exchange = 1\nstatus = \"6A82\"\nresult = -4\n",
                "6: fault[1].status: cannot stand beside result"},
     WrongField{"status_at_power_on", FAULT "power_on = 1\nstatus = \"6A82\"\n",
-               "3: fault[1]: needs an effect at power-on, one of result, answer, truncate"},
+               "6: fault[1].status: has no meaning at a power-on"},
     WrongField{"second_fault", FAULT "mute = true\n[[fault]]\nslot = \"contact\"\nexchange = 0\n",
                "8: fault[2].exchange: must be 1 to 1000000, is 0"},
     WrongField{"pattern_too_short", FAULT "command = \"80 CA\"\nresult = -4\n",
@@ -241,6 +314,36 @@ TEST_F(ReaderFile, AnEmptyAnswerToResetIsAMuteCard) {
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), -4);
     EXPECT_EQ(send(contact, get_atc), "result -3");
+}
+
+// EMV book 1 section 9.3.1: nothing bounds a chain of GET RESPONSE but the card's good will.
+TEST_F(ReaderFile, AChainWithoutDataEndsAsACardThatDoesNotAnswer) {
+    constexpr const char* announcing = FAULT "exchange = 2\nalways = true\nanswer = \"61 10\"\n";
+    const std::string endless =
+        std::string(announcing) + "[[fault]]\nslot = \"contact\"\nendless_chains = true\n";
+    use("reader.toml", announcing);
+    ASSERT_GT(open(), 0);
+    EXPECT_EQ(power_on(contact), 17);
+    EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(send(contact, get_atc), "6110");
+        for (int i = 2; i < 64; ++i) {
+            ASSERT_EQ(send(contact, "00C0000010"), "6110") << i;
+        }
+        EXPECT_EQ(send(contact, "00C0000010"), "result -4");
+    }
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(send(contact, get_atc), "6110") << "each its own chain";
+    }
+    ICC_Reader_Close();
+    use("reader.toml", endless);
+    ASSERT_GT(open(), 0);
+    EXPECT_EQ(power_on(contact), 17);
+    EXPECT_THAT(send(contact, select_application), EndsWith("9000"));
+    EXPECT_EQ(send(contact, get_atc), "6110");
+    for (int i = 0; i < 500; ++i) {
+        ASSERT_EQ(send(contact, "00C0000010"), "6110") << i;
+    }
 }
 
 TEST_F(ReaderFile, FaultsCountAfreshAtEachOpen) {

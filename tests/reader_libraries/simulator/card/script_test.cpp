@@ -29,9 +29,9 @@ class CardScript : public CardTest {
 using Statuses = std::vector<unsigned>;
 
 TEST_F(CardScript, BlocksTheApplicationAndUnblocksItInTheSameTransaction) {
-    EXPECT_EQ(run({bank::application_block(), bank::application_unblock(),
-                   bank::application_block()}),
-              (Statuses{0x9000, 0x9000, 0x9000}));
+    EXPECT_EQ(
+        run({bank::application_block(), bank::application_unblock(), bank::application_block()}),
+        (Statuses{0x9000, 0x9000, 0x9000}));
     const Bytes fci = terminal.select(first_aid).data;
     EXPECT_EQ(terminal.select(first_aid).status, 0x6283U);
     EXPECT_EQ(expect_element(fci, "84"), first_aid);
@@ -94,6 +94,29 @@ TEST_F(CardScript, ChangesThePinUnderTheCurrentOne) {
     EXPECT_EQ(verify("240000FFFFFFFFFF"), 0x9000U);
 }
 
+// Issuers keep card keys with odd parity, and the PIN block takes bytes of the key as they are.
+TEST_F(CardScript, TakesTheNewPinOfAnIssuerWhoseKeysHaveParity) {
+    for (const std::string pin : {"8642", "123456789012"}) {
+        terminal.purchase(first_aid);
+        const auto request = terminal.online_request();
+        auto keys = cryptography::derive_card_keys(cryptography::Algorithm::TripleDes,
+                                                   test_bank().master_keys, request.pan,
+                                                   request.pan_sequence_number);
+        for (auto* key : {&keys.cryptogram, &keys.mac, &keys.encipherment}) {
+            *key = cryptography::with_odd_parity(*key);
+        }
+        bank::Script script;
+        script.commands = {bank::pin_change(pin)};
+        const cryptography::ScriptContext context{.atc = request.covered.atc, .arqc = request.arqc};
+        const Bytes sealed = bank::sealed_scripts({&script, 1}, context, keys);
+        EXPECT_EQ(terminal.send(expect_element(sealed, "86")).status, 0x9000U) << pin;
+        std::string block = "002000800824" + pin + "FFFFFFFFFF";
+        block[11] = "0123456789ABC"[pin.size()];
+        block.resize(26);
+        EXPECT_EQ(terminal.send(block).status, 0x9000U) << pin;
+    }
+}
+
 TEST_F(CardScript, RefusesANewPinThatIsNone) {
     // Sealed rightly, and not enciphered.
     ScriptCommand forged = bank::pin_unblock();
@@ -104,18 +127,17 @@ TEST_F(CardScript, RefusesANewPinThatIsNone) {
 }
 
 TEST_F(CardScript, PutsDataUnderBothClasses) {
-    EXPECT_EQ(run({bank::put_data(0x9F79, hex("000000020000")),
-                   bank::put_data(0x9F77, hex("000000200000"),
-                                    bank::CommandClass::SecureProprietary)}),
-              (Statuses{0x9000, 0x9000}));
+    EXPECT_EQ(
+        run({bank::put_data(0x9F79, hex("000000020000")),
+             bank::put_data(0x9F77, hex("000000200000"), bank::CommandClass::SecureProprietary)}),
+        (Statuses{0x9000, 0x9000}));
     EXPECT_EQ(terminal.data_value("9F79"), hex("000000020000"));
     EXPECT_EQ(terminal.data_value("9F77"), hex("000000200000"));
 }
 
 TEST_F(CardScript, LogsALoadOfElectronicCash) {
     EXPECT_EQ(terminal.send("00B2016400").status, 0x6A83U);
-    run({bank::put_data(0x9F79, hex("000000020000")),
-         bank::put_data(0x9F77, hex("000000200000")),
+    run({bank::put_data(0x9F79, hex("000000020000")), bank::put_data(0x9F77, hex("000000200000")),
          bank::put_data(0x9F79, hex("000000030000"))});
     EXPECT_EQ(to_hex(terminal.send("00B2016400").data),
               "9F79000000020000000000030000"
@@ -136,18 +158,17 @@ TEST_F(CardScript, UpdatesARecordUnderBothClasses) {
 }
 
 TEST_F(CardScript, RefusesWhatItDoesNotHave) {
-    EXPECT_EQ(run({bank::put_data(0x9F6D, hex("000000000000")),
-                   bank::put_data(0x9F36, hex("0000")), bank::put_data(0x9F79, hex("0000"))}),
+    EXPECT_EQ(run({bank::put_data(0x9F6D, hex("000000000000")), bank::put_data(0x9F36, hex("0000")),
+                   bank::put_data(0x9F79, hex("0000"))}),
               (Statuses{0x6A88, 0x6A88, 0x6700}));
     EXPECT_EQ(run({}), Statuses{});
     EXPECT_EQ(terminal.data_value("9F79"), hex("000000010000"));
 }
 
 TEST_F(CardScript, RefusesRecordsThatItDoesNotHave) {
-    EXPECT_EQ(
-        run({bank::update_record(3, 2, hex("7000")), bank::update_record(4, 1, hex("7000")),
-             bank::update_record(11, 1, hex("7000"))}),
-        (Statuses{0x6A83, 0x6A82, 0x6A82}));
+    EXPECT_EQ(run({bank::update_record(3, 2, hex("7000")), bank::update_record(4, 1, hex("7000")),
+                   bank::update_record(11, 1, hex("7000"))}),
+              (Statuses{0x6A83, 0x6A82, 0x6A82}));
 }
 
 TEST_F(CardScript, RefusesParametersThatItDoesNotKnow) {
@@ -187,8 +208,8 @@ TEST_F(CardScript, RefusesAnyFlippedBitAndTakesTheRightCommandAfterwards) {
 }
 
 TEST_F(CardScript, RefusesACommandSentAgainOrOutOfOrder) {
-    const auto answered = answer_with({bank::put_data(0x9F79, hex("000000020000")),
-                                       bank::put_data(0x9F77, hex("000000200000"))});
+    const auto answered = answer_with(
+        {bank::put_data(0x9F79, hex("000000020000")), bank::put_data(0x9F77, hex("000000200000"))});
     std::vector<Bytes> commands;
     for (const FoundObject& object : objects_in(expect_element(answered.issuer_data, "72"))) {
         commands.push_back(object.value);

@@ -75,8 +75,7 @@ TEST_P(ShippedProfile, RefusesAFlippedArpcAndScriptMac) {
     bank::Decision decision;
     decision.scripts.push_back(
         {bank::ScriptPhase::AfterFinalCryptogram, {}, {bank::application_block()}});
-    const auto answer =
-        bank::answer_online(product_of(card), terminal.online_request(), decision);
+    const auto answer = bank::answer_online(product_of(card), terminal.online_request(), decision);
     Bytes command = expect_element(answer.issuer_data, "86");
     command.back() ^= 0x01;
     EXPECT_EQ(terminal.send(join(command, hex("00"))).status, 0x6988U);
@@ -101,6 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ShippedCard{"two_applications.toml", "A000000333010102", "9999040000000042"},
                     ShippedCard{"two_applications.toml", "A000000333010101", "9999040000000059"},
                     ShippedCard{"old.toml", "A0000003330101060001020304", "9999050000000000060"},
+                    ShippedCard{"load_log.toml", "A000000333010101", "9999080000000097"},
                     ShippedCard{"quick.toml", "A000000333010101", "9999060000000073"}));
 
 TEST(DefaultCard, IsTheDebitCard) {

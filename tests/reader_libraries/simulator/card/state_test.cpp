@@ -26,11 +26,12 @@ class CardState : public testing::Test {
     static void write(const fs::path& file, const std::string& text) {
         std::ofstream(file) << text;
     }
-    [[nodiscard]] std::string state_text() const {
+    [[nodiscard]] std::string text_of(const char* file) const {
         std::ostringstream text;
-        text << std::ifstream(directory_ / "card.state").rdbuf();
+        text << std::ifstream(directory_ / file).rdbuf();
         return text.str();
     }
+    [[nodiscard]] std::string state_text() const { return text_of("card.state"); }
     [[nodiscard]] std::unique_ptr<simulator::CardDevice> load() const {
         return simulator::load_card_file(profile_);
     }
@@ -40,7 +41,7 @@ class CardState : public testing::Test {
 };
 
 bank::OnlineAnswer answer(const Terminal& terminal,
-                            std::initializer_list<bank::ScriptCommand> commands) {
+                          std::initializer_list<bank::ScriptCommand> commands) {
     bank::Decision decision;
     decision.scripts.push_back({bank::ScriptPhase::AfterFinalCryptogram, {}, commands});
     return bank::answer_online(test_bank(), terminal.online_request(), decision);
@@ -110,20 +111,72 @@ TEST_F(CardState, IsNotWrittenByCommandsThatChangeNothing) {
     EXPECT_TRUE(fs::exists(directory_ / "card.state"));
 }
 
-TEST_F(CardState, ThatCannotBeWrittenIsAMemoryFailure) {
-    write(profile_, changed(test_profile(), "[keys]", "state = \"no/such/place\"\n[keys]"));
+TEST_F(CardState, ThatCannotBeWrittenAnyMoreIsAMemoryFailure) {
+    fs::create_directory(directory_ / "place");
+    write(profile_, changed(test_profile(), "[keys]", "state = \"place/card.state\"\n[keys]"));
     Terminal terminal(load());
+    fs::remove_all(directory_ / "place");
     terminal.select(first_aid);
     EXPECT_EQ(terminal.get_options().status, 0x6581U);
 }
 
-TEST_F(CardState, SpoiltWhileTheCardIsOffLeavesTheCardAsItWas) {
+TEST_F(CardState, ThatCannotBeKeptIsRefusedAtOnce) {
+    fs::create_directory(directory_ / "folder");
+    const std::pair<const char*, const char*> names[] = {
+        {"", "must name a file"},
+        {"folder", "is a directory"},
+        {"folder/", "is a directory"},
+        {".", "is a directory"},
+        {"no/such/place", "is no directory"},
+        {"card.toml/state", "is no directory"},
+        {"/dev/full", "is no regular file"},
+    };
+    for (const auto& [name, reason] : names) {
+        write(profile_,
+              changed(test_profile(), "[keys]", "state = \"" + std::string(name) + "\"\n[keys]"));
+        try {
+            const auto card = load();
+            ADD_FAILURE() << name;
+        } catch (const ConfigurationError& error) {
+            EXPECT_EQ(error.file, profile_.string()) << name;
+            EXPECT_EQ(error.line, 5U) << name;
+            EXPECT_EQ(error.field, "state") << name;
+            EXPECT_NE(error.reason.find(reason), std::string::npos) << error.what();
+        }
+    }
+}
+
+TEST_F(CardState, SpoiltWhileTheCardIsOffIsKeptAsideAndLeavesTheCardAsItWas) {
     Terminal terminal(load());
     terminal.purchase(first_aid);
     write(directory_ / "card.state", "spoilt");
+    testing::internal::CaptureStderr();
     terminal.card().power_on();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "libquorrin-simulator: " + (directory_ / "card.state").string() +
+                  ": line 1: is not TOML: Error while parsing key-value pair: encountered "
+                  "end-of-file; it is kept as " +
+                  (directory_ / "card.state.spoilt").string() +
+                  ", the card goes on with what it knows\n");
     terminal.select(first_aid);
     EXPECT_EQ(terminal.data_value("9F36"), hex("0011"));
+    EXPECT_EQ(text_of("card.state.spoilt"), "spoilt");
+}
+
+TEST_F(CardState, SpoiltBetweenTwoCommandsIsKeptAsideToo) {
+    Terminal terminal(load());
+    terminal.purchase(first_aid);
+    write(directory_ / "card.state.spoilt", "an earlier one");
+    write(directory_ / "card.state", "[=]\nspoilt");
+    terminal.select(first_aid);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(terminal.get_options().status, 0x9000U);
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(text_of("card.state.spoilt"), "an earlier one");
+    EXPECT_EQ(text_of("card.state.spoilt2"), "[=]\nspoilt");
+    Terminal next(load());
+    next.select(first_aid);
+    EXPECT_EQ(next.data_value("9F36"), hex("0012"));
 }
 
 TEST_F(CardState, ThatDoesNotFitTheProfileIsRefused) {
