@@ -3,7 +3,18 @@
 Made by scripts/generate-host-tables from the C headers; do not edit.
 """
 
+import enum
 from typing import Dict, List, Optional, Tuple
+
+
+class RegisterBit(enum.Enum):
+    """A named bit of a register: byte and bit, counted from 1, bit 1 the least significant."""
+
+    def __init__(self, byte: int, bit: int, text: str) -> None:
+        self.byte = byte
+        self.bit = bit
+        self.text = text
+
 
 # name: (symbol, result type, argument types)
 FUNCTIONS: Dict[str, Tuple[str, str, Tuple[str, ...]]] = {
@@ -822,51 +833,56 @@ ELEMENTS: List[Tuple[int, str]] = [
     (57193, 'SM algorithm support indicator'),
 ]
 
-# byte, bit, name, text
-TVR_BITS: List[Tuple[int, int, str, str]] = [
-    (1, 8, 'OFFLINE_DATA_AUTHENTICATION_NOT_PERFORMED', 'Offline data authentication was not performed'),
-    (1, 7, 'SDA_FAILED', 'Static data authentication failed'),
-    (1, 6, 'ICC_DATA_MISSING', 'ICC data missing'),
-    (1, 5, 'ON_EXCEPTION_FILE', 'Card appears on terminal exception file'),
-    (1, 4, 'DDA_FAILED', 'Dynamic data authentication failed'),
-    (1, 3, 'CDA_FAILED', 'CDA failed'),
-    (1, 2, 'SDA_SELECTED', 'SDA selected'),
-    (1, 1, 'XDA_SELECTED', 'XDA selected'),
-    (2, 8, 'DIFFERENT_VERSIONS', 'ICC and terminal have different application versions'),
-    (2, 7, 'EXPIRED_APPLICATION', 'Expired application'),
-    (2, 6, 'APPLICATION_NOT_YET_EFFECTIVE', 'Application not yet effective'),
-    (2, 5, 'SERVICE_NOT_ALLOWED', 'Requested service not allowed for card product'),
-    (2, 4, 'NEW_CARD', 'New card'),
-    (2, 2, 'BIOMETRIC_SUCCESSFUL', 'Biometric performed and successful'),
-    (2, 1, 'BIOMETRIC_TEMPLATE_NOT_SUPPORTED', 'Biometric template format not supported'),
-    (3, 8, 'CARDHOLDER_VERIFICATION_NOT_SUCCESSFUL', 'Cardholder verification was not successful'),
-    (3, 7, 'UNRECOGNISED_CVM', 'Unrecognised CVM'),
-    (3, 6, 'PIN_TRY_LIMIT_EXCEEDED', 'PIN try limit exceeded'),
-    (3, 5, 'PIN_PAD_NOT_WORKING', 'PIN entry required and PIN pad not present or not working'),
-    (3, 4, 'PIN_NOT_ENTERED', 'PIN entry required, PIN pad present, but PIN was not entered'),
-    (3, 3, 'ONLINE_PIN_ENTERED', 'Online PIN entered'),
-    (3, 2, 'BIOMETRIC_DEVICE_NOT_WORKING', 'Biometric required and biometric capture device not working'),
-    (3, 1, 'BIOMETRIC_SUBTYPE_NOT_ENTERED', 'Biometric required, capture device present, but subtype not entered'),
-    (4, 8, 'FLOOR_LIMIT_EXCEEDED', 'Transaction exceeds floor limit'),
-    (4, 7, 'LOWER_CONSECUTIVE_OFFLINE_LIMIT_EXCEEDED', 'Lower consecutive offline limit exceeded'),
-    (4, 6, 'UPPER_CONSECUTIVE_OFFLINE_LIMIT_EXCEEDED', 'Upper consecutive offline limit exceeded'),
-    (4, 5, 'SELECTED_RANDOMLY', 'Transaction selected randomly for online processing'),
-    (4, 4, 'MERCHANT_FORCED_ONLINE', 'Merchant forced transaction online'),
-    (4, 3, 'BIOMETRIC_TRY_LIMIT_EXCEEDED', 'Biometric try limit exceeded'),
-    (4, 2, 'BIOMETRIC_TYPE_NOT_SUPPORTED', 'A selected biometric type not supported'),
-    (4, 1, 'XDA_SIGNATURE_FAILED', 'XDA signature verification failed'),
-    (5, 8, 'DEFAULT_TDOL_USED', 'Default TDOL used'),
-    (5, 7, 'ISSUER_AUTHENTICATION_FAILED', 'Issuer authentication failed'),
-    (5, 6, 'SCRIPT_FAILED_BEFORE_FINAL_AC', 'Script processing failed before final GENERATE AC'),
-    (5, 5, 'SCRIPT_FAILED_AFTER_FINAL_AC', 'Script processing failed after final GENERATE AC'),
-    (5, 4, 'RELAY_RESISTANCE_THRESHOLD_EXCEEDED', 'Relay resistance threshold exceeded'),
-    (5, 3, 'RELAY_RESISTANCE_TIME_LIMITS_EXCEEDED', 'Relay resistance time limits exceeded'),
-]
-TSI_BITS: List[Tuple[int, int, str, str]] = [
-    (1, 8, 'OFFLINE_DATA_AUTHENTICATION_PERFORMED', 'Offline data authentication was performed'),
-    (1, 7, 'CARDHOLDER_VERIFICATION_PERFORMED', 'Cardholder verification was performed'),
-    (1, 6, 'CARD_RISK_MANAGEMENT_PERFORMED', 'Card risk management was performed'),
-    (1, 5, 'ISSUER_AUTHENTICATION_PERFORMED', 'Issuer authentication was performed'),
-    (1, 4, 'TERMINAL_RISK_MANAGEMENT_PERFORMED', 'Terminal risk management was performed'),
-    (1, 3, 'SCRIPT_PROCESSING_PERFORMED', 'Script processing was performed'),
-]
+
+
+class TvrBit(RegisterBit):
+    """What a terminal found out before the cryptogram (95): EMV book 3, annex C5."""
+
+    OFFLINE_DATA_AUTHENTICATION_NOT_PERFORMED = (1, 8, 'Offline data authentication was not performed')
+    SDA_FAILED = (1, 7, 'Static data authentication failed')
+    ICC_DATA_MISSING = (1, 6, 'ICC data missing')
+    ON_EXCEPTION_FILE = (1, 5, 'Card appears on terminal exception file')
+    DDA_FAILED = (1, 4, 'Dynamic data authentication failed')
+    CDA_FAILED = (1, 3, 'CDA failed')
+    SDA_SELECTED = (1, 2, 'SDA selected')
+    XDA_SELECTED = (1, 1, 'XDA selected')
+    DIFFERENT_VERSIONS = (2, 8, 'ICC and terminal have different application versions')
+    EXPIRED_APPLICATION = (2, 7, 'Expired application')
+    APPLICATION_NOT_YET_EFFECTIVE = (2, 6, 'Application not yet effective')
+    SERVICE_NOT_ALLOWED = (2, 5, 'Requested service not allowed for card product')
+    NEW_CARD = (2, 4, 'New card')
+    BIOMETRIC_SUCCESSFUL = (2, 2, 'Biometric performed and successful')
+    BIOMETRIC_TEMPLATE_NOT_SUPPORTED = (2, 1, 'Biometric template format not supported')
+    CARDHOLDER_VERIFICATION_NOT_SUCCESSFUL = (3, 8, 'Cardholder verification was not successful')
+    UNRECOGNISED_CVM = (3, 7, 'Unrecognised CVM')
+    PIN_TRY_LIMIT_EXCEEDED = (3, 6, 'PIN try limit exceeded')
+    PIN_PAD_NOT_WORKING = (3, 5, 'PIN entry required and PIN pad not present or not working')
+    PIN_NOT_ENTERED = (3, 4, 'PIN entry required, PIN pad present, but PIN was not entered')
+    ONLINE_PIN_ENTERED = (3, 3, 'Online PIN entered')
+    BIOMETRIC_DEVICE_NOT_WORKING = (3, 2, 'Biometric required and biometric capture device not working')
+    BIOMETRIC_SUBTYPE_NOT_ENTERED = (3, 1, 'Biometric required, capture device present, but subtype not entered')
+    FLOOR_LIMIT_EXCEEDED = (4, 8, 'Transaction exceeds floor limit')
+    LOWER_CONSECUTIVE_OFFLINE_LIMIT_EXCEEDED = (4, 7, 'Lower consecutive offline limit exceeded')
+    UPPER_CONSECUTIVE_OFFLINE_LIMIT_EXCEEDED = (4, 6, 'Upper consecutive offline limit exceeded')
+    SELECTED_RANDOMLY = (4, 5, 'Transaction selected randomly for online processing')
+    MERCHANT_FORCED_ONLINE = (4, 4, 'Merchant forced transaction online')
+    BIOMETRIC_TRY_LIMIT_EXCEEDED = (4, 3, 'Biometric try limit exceeded')
+    BIOMETRIC_TYPE_NOT_SUPPORTED = (4, 2, 'A selected biometric type not supported')
+    XDA_SIGNATURE_FAILED = (4, 1, 'XDA signature verification failed')
+    DEFAULT_TDOL_USED = (5, 8, 'Default TDOL used')
+    ISSUER_AUTHENTICATION_FAILED = (5, 7, 'Issuer authentication failed')
+    SCRIPT_FAILED_BEFORE_FINAL_AC = (5, 6, 'Script processing failed before final GENERATE AC')
+    SCRIPT_FAILED_AFTER_FINAL_AC = (5, 5, 'Script processing failed after final GENERATE AC')
+    RELAY_RESISTANCE_THRESHOLD_EXCEEDED = (5, 4, 'Relay resistance threshold exceeded')
+    RELAY_RESISTANCE_TIME_LIMITS_EXCEEDED = (5, 3, 'Relay resistance time limits exceeded')
+
+
+class TsiBit(RegisterBit):
+    """What a terminal has done (9B): EMV book 3, annex C6."""
+
+    OFFLINE_DATA_AUTHENTICATION_PERFORMED = (1, 8, 'Offline data authentication was performed')
+    CARDHOLDER_VERIFICATION_PERFORMED = (1, 7, 'Cardholder verification was performed')
+    CARD_RISK_MANAGEMENT_PERFORMED = (1, 6, 'Card risk management was performed')
+    ISSUER_AUTHENTICATION_PERFORMED = (1, 5, 'Issuer authentication was performed')
+    TERMINAL_RISK_MANAGEMENT_PERFORMED = (1, 4, 'Terminal risk management was performed')
+    SCRIPT_PROCESSING_PERFORMED = (1, 3, 'Script processing was performed')
