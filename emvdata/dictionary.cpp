@@ -64,11 +64,9 @@ static_assert(std::size(card_storage) == card_rows);
 static_assert(std::size(terminal_storage) == terminal_rows);
 
 // Every row's storage is declared in the public header with the size that the row states, and holds
-// the longest value that the row accepts. No row names a template that the sets of templates cannot
-// tell from others.
-#define ELEMENT(tag, name, storage, bytes, shortest, longest, format, templates, ...)             \
-    static_assert(sizeof(storage) == (bytes) && (longest) <= (bytes) && (shortest) <= (longest)); \
-    static_assert(TemplateSet::can_tell(templates));
+// the longest value that the row accepts.
+#define ELEMENT(tag, name, storage, bytes, shortest, longest, format, templates, ...) \
+    static_assert(sizeof(storage) == (bytes) && (longest) <= (bytes) && (shortest) <= (longest));
 #include "emvdata/card_elements.def"
 #include "emvdata/terminal_elements.def"
 #undef ELEMENT
@@ -88,11 +86,10 @@ static_assert(offsetof(QuorrinDataElement, state) == 24);
 
 // Only the two rows of the electronic cash repeat a tag, and nothing stands in both tables.
 constexpr bool only_the_two_cash_rows_repeat_a_tag() {
-    for (std::size_t i = 0; i < row_constants.size(); ++i) {
-        for (std::size_t j = i + 1; j < row_constants.size(); ++j) {
+    for (std::size_t i = 0; i < std::size(tags); ++i) {
+        for (std::size_t j = i + 1; j < std::size(tags); ++j) {
             const Element repeated = Element::numbered(static_cast<std::uint8_t>(j + 1));
-            if (row_constants[i].tag == row_constants[j].tag &&
-                repeated != element::ec_app_interchange_profile &&
+            if (tags[i] == tags[j] && repeated != element::ec_app_interchange_profile &&
                 repeated != element::ec_last_online_atc) {
                 return false;
             }

@@ -62,7 +62,7 @@ std::uint8_t emvFindDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
 
 std::int32_t emvCheckTemplate(const std::uint8_t* templateTag, std::uint8_t templateLen,
                               std::uint16_t row) {
-    const TemplateSet parent = TemplateSet::of(host_template(templateTag, templateLen));
+    const Template parent = Template::of(host_template(templateTag, templateLen));
     if (parent.is_too_long()) {
         return template_code::tag_too_long;
     }

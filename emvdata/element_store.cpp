@@ -14,7 +14,7 @@ std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept {
     }
     const Element element = find_element(tag);
     return element.is_none() ? store_code::unknown_element
-                             : store_value(element, TemplateSet::of(parent), value);
+                             : store_value(element, Template::of(parent), value);
 }
 
 }  // namespace quorrin

@@ -37,8 +37,13 @@ inline constexpr std::int32_t tag_too_long = -31;
 
 // Whether the row of an element admits the template that it arrived in (EMV book 3, annex A). A
 // terminal element has no home template.
-constexpr bool admits(Element element, TemplateSet parent) {
-    return element.is_terminal() || constants_of(element).templates.meets(parent);
+//
+// Deliberate: "any template" means any of one byte. An element without a home of its own is not
+// taken from a two-byte template, BF0C among them.
+constexpr bool admits(Element element, Template parent) {
+    const auto& row = constants_of(element);
+    return element.is_terminal() || parent == row.first_template || parent == row.second_template ||
+           parent.is_none() || (row.any_template && parent.has_one_byte());
 }
 
 // A host may raise a row's bounds; they never let an access leave the row's storage.
@@ -50,7 +55,8 @@ constexpr bool is_known(Format format) {
     return format >= Format::n && format <= Format::a;
 }
 
-// What fills an element up behind its value; numeric elements have leading zeros instead.
+// What fills an element up behind its value (EMV book 3, 4.3): hexadecimal FF for cn, zeros for an,
+// ans, a and b. Numeric elements have leading zeros instead.
 constexpr std::uint8_t padding_of(Format format) {
     return format == Format::cn ? 0xFF : 0x00;
 }
@@ -58,7 +64,7 @@ constexpr std::uint8_t padding_of(Format format) {
 // Stores a value in an element's row: template, length bounds, then the value by its format. A card
 // element that an FCI (6F, A5, BF0C) or a directory discretionary template (73) carries out of
 // place is dropped without error.
-[[gnu::always_inline]] inline std::int32_t store_value(Element element, TemplateSet parent,
+[[gnu::always_inline]] inline std::int32_t store_value(Element element, Template parent,
                                                        Bytes value) noexcept {
     if (!admits(element, parent)) {
         return parent.drops_misplaced_elements() ? store_code::success : store_code::wrong_template;
@@ -83,10 +89,10 @@ constexpr std::uint8_t padding_of(Format format) {
     row.state = 1;
     if (fill == 0) {
         copy_bytes(storage, value.data(), value.size());
-    } else if (format == Format::n) {
+    } else if (format == Format::n) {  // right justified (EMV book 3, 4.3)
         fill_bytes(storage, 0x00, fill);
         copy_bytes(storage + fill, value.data(), value.size());
-    } else {
+    } else {  // left justified
         copy_bytes(storage, value.data(), value.size());
         fill_bytes(storage + value.size(), padding_of(format), fill);
     }
@@ -96,7 +102,8 @@ constexpr std::uint8_t padding_of(Format format) {
 // Stores a value that arrives under a tag.
 std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
 
-// Reads an element into `out`, fitted to its size by the element's format.
+// Reads an element into `out`, fitted to its size by the element's format, as the data for a list of
+// data objects are (EMV book 3, 5.4, step 2).
 //
 // Deliberate: the state is not consulted. An element that was never set reads as padding, and one
 // that a host marked absent as the value still held.
@@ -114,6 +121,9 @@ std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
     }
     if (format == Format::n) {
         const std::size_t maximum = usable_maximum(row, element);
+        // 5.4, step 2: a longer numeric element loses its leftmost bytes, a shorter one gets
+        // leading zeros.
+        //
         // Deliberate: a cut numeric value counts its bytes from the start of the storage by its
         // length, and so shows leading zeros when the value is shorter than the element.
         const bool is_cut = copied < held;
@@ -121,6 +131,8 @@ std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
         fill_bytes(out.data(), 0x00, padding);
         copy_bytes(out.data() + padding, storage + start, copied);
     } else {
+        // 5.4, step 2: one of any other format loses its rightmost bytes, or gets trailing FF (cn)
+        // or zeros.
         copy_bytes(out.data(), storage, copied);
         fill_bytes(out.data() + copied, padding_of(format), padding);
     }

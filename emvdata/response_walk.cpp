@@ -1,7 +1,5 @@
 // Card responses into the store: every known card element of a BER-TLV string, templates included.
 
-#include <array>
-
 #include "boundary/host_bytes.hpp"
 #include "emvdata/element_store.hpp"
 #include "emvdata/elements.hpp"
@@ -21,35 +19,16 @@ constexpr bool is_template_tag(Bytes tag) noexcept {
     return tag.size() <= longest_template_tag;
 }
 
-// The templates that the walk will come back to, kept here so that no card can exhaust the call
-// stack. A level costs a tag byte and a length field, which takes 1 byte up to 127, 2 up to 255 and
-// 3 above: 64 KiB hold no more levels than this. That holds for constructed tags of 256 bytes too,
-// which count as length 0: their first byte is then the length field. BF makes it 64 bytes (FF is
-// padding); 3F and 7F are the length itself, and the at most 127 bytes behind them are too few for
-// a second such tag: one level more.
-class OpenTemplates {
-  public:
-    struct Level {
-        std::uint16_t rest;  // bytes still to walk behind the template that is being walked
-        TemplateSet templates;
-    };
-
-    bool empty() const { return count_ == 0; }
-    void push(std::size_t rest, TemplateSet templates) {
-        levels_[count_++] = {static_cast<std::uint16_t>(rest), templates};
-    }
-    Level pop() { return levels_[--count_]; }
-
-  private:
-    static constexpr std::size_t max_levels = 128 / 2 + 128 / 3 + 65536 / 4 + 8;
-    std::size_t count_ = 0;
-    union {
-        std::array<Level, max_levels> levels_;  // only the levels in use are ever touched
-    };
-
-  public:
-    OpenTemplates() {}
+// A template that the walk will come back to.
+struct OpenTemplate {
+    std::uint16_t rest;  // bytes still to walk behind the template within it
+    Template parent;
 };
+
+// Every level costs at least a byte. They are kept apart from the call stack, which a card could
+// exhaust where a host's threads have small ones; only the levels in use are ever touched.
+constexpr std::size_t max_response = 0xFFFF;
+OpenTemplate open_templates[max_response];
 
 // Whether the walk goes on after the store refused an element.
 bool tolerates(std::int32_t result, Element refused) noexcept {
@@ -73,19 +52,21 @@ bool tolerates(std::int32_t result, Element refused) noexcept {
     }
 }
 
-std::int32_t walk(TemplateSet outermost, Bytes data) noexcept {
-    OpenTemplates outer;
-    TemplateSet parent = outermost;
+std::int32_t walk(Template outermost, Bytes data) noexcept {
+    std::size_t depth = 0;
+    Template parent = outermost;
     Bytes rest = data;  // of the innermost template
     for (;;) {
         while (rest.empty()) {
-            if (outer.empty()) {
+            if (depth == 0) {
                 return walked;
             }
-            const OpenTemplates::Level level = outer.pop();
-            rest = Bytes(rest.data(), level.rest);
-            parent = level.templates;
+            const OpenTemplate& outer = open_templates[--depth];
+            rest = Bytes(rest.data(), outer.rest);
+            parent = outer.parent;
         }
+        // 00 and FF before, between and after objects mean nothing (EMV book 3, annex B; ISO/IEC
+        // 7816-4).
         if (tlv::is_padding(rest[0])) {
             rest = rest.subspan(1);
             continue;
@@ -102,8 +83,9 @@ std::int32_t walk(TemplateSet outermost, Bytes data) noexcept {
                 if (!is_template_tag(tag)) {
                     return malformed;
                 }
-                outer.push(rest.size() - object.size(), parent);
-                parent = TemplateSet::of(tag);
+                open_templates[depth++] = {static_cast<std::uint16_t>(rest.size() - object.size()),
+                                           parent};
+                parent = Template::of(tag);
                 rest = value;
                 continue;
             }
@@ -129,11 +111,11 @@ std::int32_t walk(TemplateSet outermost, Bytes data) noexcept {
 }  // namespace
 
 std::int32_t store_response(Bytes data) noexcept {
-    return walk(TemplateSet::of({}), data);
+    return walk(Template::of({}), data);
 }
 
 std::int32_t store_template_contents(Bytes template_tag, Bytes data) noexcept {
-    return is_template_tag(template_tag) ? walk(TemplateSet::of(template_tag), data) : malformed;
+    return is_template_tag(template_tag) ? walk(Template::of(template_tag), data) : malformed;
 }
 
 }  // namespace quorrin

@@ -11,7 +11,7 @@ std::int32_t store(Element element, const std::uint8_t* value, std::uint16_t byt
     if (value == nullptr || bytes == 0) {
         return store_code::no_value;
     }
-    constexpr TemplateSet no_template = TemplateSet::of({});
+    constexpr Template no_template = Template::of({});
     return store_value(element, no_template, {value, bytes});
 }
 
