@@ -15,6 +15,7 @@ namespace {
 // In the order of the help.
 constexpr AddSubcommand subcommands[] = {
     add_decode,
+    add_explain,
 };
 
 int run(int argc, char** argv) {

@@ -50,5 +50,6 @@ std::string examples(std::string_view lines);
 
 // Subcommands, one file each.
 void add_decode(CLI::App& app, const Common& common, Action& action);
+void add_explain(CLI::App& app, const Common& common, Action& action);
 
 }  // namespace quorrin::command

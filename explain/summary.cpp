@@ -1,0 +1,345 @@
+// The summary on top: which card, what was asked of it, how it ended, where the time went.
+
+#include <algorithm>
+#include <cstdio>
+
+#include "decode/lookup.hpp"
+#include "decode/reading.hpp"
+#include "explain/visit.hpp"
+
+namespace quorrin::explain {
+namespace {
+
+std::string time_text(std::int64_t nanoseconds) {
+    char text[32];
+    if (nanoseconds < 1'000'000) {
+        std::snprintf(text, sizeof text, "%.1f \u00b5s", static_cast<double>(nanoseconds) / 1e3);
+    } else {
+        std::snprintf(text, sizeof text, "%.1f ms", static_cast<double>(nanoseconds) / 1e6);
+    }
+    return text;
+}
+
+std::string date_text(std::span<const std::uint8_t> date) {
+    const std::string digits = decode::hex(date);
+    return digits.size() == 6
+               ? "20" + digits.substr(0, 2) + "-" + digits.substr(2, 2) + "-" + digits.substr(4, 2)
+               : digits;
+}
+
+// The text that the decoder has for an element, as it may be shown.
+std::string told(const Visit& visit, const ElementsSeen& seen, std::uint32_t tag,
+                 const Options& options) {
+    const SeenElement* element = seen.find(tag);
+    if (element == nullptr || element->value.empty()) {
+        return {};
+    }
+    decode::Options decoding;
+    decoding.show_sensitive = options.show_sensitive && !element->value.is_masked();
+    decoding.kernel = visit.kernel;
+    const decode::Node node = decode::element(tag, element->value.bytes, decoding);
+    return !node.text.empty() ? node.text : node.value;
+}
+
+void add(std::vector<Fact>& facts, std::string name, std::string value) {
+    if (!value.empty()) {
+        facts.push_back({std::move(name), std::move(value)});
+    }
+}
+
+std::string card_number(const Visit& visit, const Options& options) {
+    const SeenElement* number = visit.card.find(0x5A);
+    if (number == nullptr) {
+        return {};
+    }
+    std::string text = number->value.is_masked() || options.show_sensitive
+                           ? number->value.text()
+                           : decode::masked_hex(0x5A, number->value.bytes);
+    while (text.ends_with('F')) {
+        text.pop_back();
+    }
+    return text;
+}
+
+std::vector<Fact> card_facts(const Visit& visit, const Options& options) {
+    std::vector<Fact> facts;
+    if (!visit.application.empty()) {
+        const std::string_view name = decode::application_name(visit.application);
+        const std::string label = decode::characters(visit.card.bytes(0x50));
+        add(facts, "Application",
+            decode::hex(visit.application) + (label.empty() ? "" : ", " + label) +
+                (name.empty() ? "" : ", " + std::string(name)));
+    }
+    add(facts, "Card number", card_number(visit, options));
+    add(facts, "Sequence number", told(visit, visit.card, 0x5F34, options));
+    add(facts, "Valid to", date_text(visit.card.bytes(0x5F24)));
+    add(facts, "Issuer's country", told(visit, visit.card, 0x5F28, options));
+    return facts;
+}
+
+std::optional<std::uint16_t> currency_of(const Visit& visit) {
+    const auto bytes = visit.terminal.bytes(0x5F2A);
+    if (bytes.size() != 2 || (bytes[0] == 0 && bytes[1] == 0)) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint16_t>(decode::bcd_number(bytes));
+}
+
+std::vector<Fact> asked_facts(const Visit& visit, const Options& options) {
+    std::vector<Fact> facts;
+    if (!visit.has(StepKind::FirstCryptogram) && !visit.quick) {
+        return facts;
+    }
+    if (const auto amount = visit.terminal.bytes(0x9F02); amount.size() == 6) {
+        add(facts, "Amount", decode::amount_text(decode::bcd_number(amount), currency_of(visit)));
+    }
+    add(facts, "Type", told(visit, visit.terminal, 0x9C, options));
+    add(facts, "Date", date_text(visit.terminal.bytes(0x9A)));
+    add(facts, "Terminal's country", told(visit, visit.terminal, 0x9F1A, options));
+    add(facts, "Merchant", told(visit, visit.terminal, 0x9F4E, options));
+    return facts;
+}
+
+const ToldCall* last_exchange(const Visit& visit) {
+    const auto found = std::find_if(visit.calls.rbegin(), visit.calls.rend(),
+                                    [](const ToldCall& told) { return told.call.is_exchange(); });
+    return found != visit.calls.rend() ? &*found : nullptr;
+}
+
+struct Ending {
+    std::string text;
+    bool complete = true;
+    bool failed = false;
+};
+
+std::string refusal_text(const Call& call) {
+    const auto word = decode::status_word(static_cast<std::uint8_t>(call.status() >> 8),
+                                          static_cast<std::uint8_t>(call.status()));
+    return decode::hex(std::span(call.answer.bytes).last(2)) + ", " + word.meaning;
+}
+
+Ending online_ending(const Visit& visit) {
+    const ToldCall* authentication = visit.last(StepKind::IssuerAuthentication);
+    std::string scripts;
+    if (const std::size_t count = visit.count(StepKind::IssuerScripts); count > 0) {
+        const auto done = std::ranges::count_if(visit.calls, [](const ToldCall& told) {
+            return told.kind == StepKind::IssuerScripts && told.call.status() == 0x9000;
+        });
+        scripts = "; " + std::to_string(done) + " of " + std::to_string(count) +
+                  " issuer script commands taken";
+    }
+    if (authentication == nullptr) {
+        return {scripts.empty()
+                    ? "the card asked for online authorisation; no answer of the bank came to it"
+                    : "the card asked for online authorisation" + scripts,
+                !scripts.empty(), false};
+    }
+    if (!authentication->call.has_status()) {
+        return {"the card did not answer to the bank's authentication", false, true};
+    }
+    const bool accepted = authentication->call.status() == 0x9000;
+    return {(accepted ? "online: the card took the bank's answer for right"
+             : authentication->call.status() == 0x6300
+                 ? "online: the card took the bank's answer for wrong"
+                 : "online: the card refused the bank's answer, " +
+                       refusal_text(authentication->call)) +
+                scripts,
+            true, !accepted};
+}
+
+Ending cryptogram_ending(const Visit& visit) {
+    if (visit.second_cryptogram) {
+        return *visit.second_cryptogram == Tc
+                   ? Ending{"approved: the card gave a TC"}
+                   : Ending{"declined: the card gave an AAC", true, true};
+    }
+    switch (*visit.first_cryptogram) {
+        case Aac:
+            return {"declined by the card (AAC)", true, true};
+        case Tc:
+            return {"approved offline by the card (TC)"};
+        default:
+            return visit.quick ? Ending{"the card asked for online authorisation (ARQC); its part ends there"}
+                               : online_ending(visit);
+    }
+}
+
+Ending ending_of(const Visit& visit) {
+    const ToldCall* last = last_exchange(visit);
+    if (last == nullptr) {
+        const ToldCall* power = visit.last(StepKind::PowerOn);
+        const ToldCall& any = power != nullptr ? *power : visit.calls.back();
+        return any.call.entry->success
+                   ? Ending{"no command was sent", false, false}
+                   : Ending{any.call.result_name + " (" + std::to_string(any.call.result) + ")",
+                            true, true};
+    }
+    const bool no_answer = !last->call.has_status();
+    if (no_answer) {
+        const std::string meaning(decode::result_code(last->call.result).meaning);
+        return {"stops at " + std::string(title_of(last->kind)) + ": " +
+                    (meaning.empty() ? last->call.result_name : meaning) + " (" +
+                    std::to_string(last->call.result) + ")",
+                false, true};
+    }
+    if (visit.first_cryptogram) {
+        return cryptogram_ending(visit);
+    }
+    const bool refused = last->call.status() != 0x9000;
+    const bool file_ended = last->call.status() == 0x6A83;
+    switch (last->kind) {
+        case StepKind::FirstCryptogram:
+            return {"the card gave no cryptogram: " +
+                        (refused ? refusal_text(last->call) : std::string("its answer holds none")),
+                    true, true};
+        case StepKind::ProcessingOptions:
+            return refused ? Ending{"refused at processing options: " + refusal_text(last->call),
+                                    true, true}
+                           : Ending{"stops after processing options", false, false};
+        case StepKind::Selection:
+            return refused && last->call.status() != 0x6283
+                       ? Ending{"refused at selection: " + refusal_text(last->call), true, true}
+                       : Ending{"stops after selection", false, false};
+        case StepKind::Log:
+            return refused && !file_ended
+                       ? Ending{"the log was refused: " + refusal_text(last->call), true, true}
+                       : Ending{"the log was read"};
+        case StepKind::Directory:
+            return {"the directory was read", true, false};
+        case StepKind::Records:
+        case StepKind::CardData:
+            return {"the card's data were read"};
+        default:
+            return refused ? Ending{"the last command was refused: " + refusal_text(last->call),
+                                    true, true}
+                           : Ending{"all commands were answered"};
+    }
+}
+
+std::string title_of_visit(const Visit& visit) {
+    if (visit.quick) {
+        return "Quick payment";
+    }
+    if (visit.has(StepKind::FirstCryptogram)) {
+        const auto type = visit.terminal.bytes(0x9C);
+        if (type.size() != 1 || type[0] == 0x00) {
+            return "Purchase";
+        }
+        decode::Options plain;
+        const std::string text = decode::element(0x9C, type, plain).text;
+        return text.empty() ? "Transaction" : text;
+    }
+    constexpr std::pair<StepKind, const char*> titles[] = {
+        {StepKind::Log, "Log reading"},
+        {StepKind::Records, "Card data reading"},
+        {StepKind::CardData, "Card data reading"},
+        {StepKind::ProcessingOptions, "Card data reading"},
+        {StepKind::Selection, "Application selection"},
+        {StepKind::Directory, "Directory reading"},
+        {StepKind::OtherCommands, "Commands"},
+        {StepKind::IssuerScripts, "Commands"},
+        {StepKind::PowerOn, "Card powered"},
+    };
+    for (const auto& [kind, title] : titles) {
+        if (visit.has(kind)) {
+            return title;
+        }
+    }
+    return "Reader";
+}
+
+// Where the time went: in the card, at the bank (the pause before its answer comes to the card), else at
+// the host.
+std::vector<Fact> time_facts(const Visit& visit) {
+    std::int64_t at_card = 0;
+    std::int64_t bank = 0;
+    std::size_t bytes = 0;
+    std::size_t exchanges = 0;
+    const ToldCall* slowest = nullptr;
+    const ToldCall* before = nullptr;
+    for (const ToldCall& told : visit.calls) {
+        at_card += told.call.duration;
+        if (told.call.is_exchange()) {
+            ++exchanges;
+            bytes += told.call.command.size() + told.call.answer.size();
+            if (slowest == nullptr || told.call.duration > slowest->call.duration) {
+                slowest = &told;
+            }
+        }
+        if (before != nullptr && before->kind == StepKind::FirstCryptogram &&
+            told.kind != StepKind::FirstCryptogram) {
+            bank = (told.call.began - before->call.ended) * 1000;
+        }
+        before = &told;
+    }
+    const std::int64_t span =
+        (visit.calls.back().call.ended - visit.calls.front().call.began) * 1000;
+    const std::int64_t host = std::max<std::int64_t>(0, span - at_card - bank);
+    std::vector<Fact> facts;
+    add(facts, "In all", time_text(span));
+    add(facts, "Reader and card",
+        time_text(at_card) + ", " + std::to_string(exchanges) + " exchanges, " +
+            std::to_string(bytes) + " bytes");
+    if (visit.has(StepKind::IssuerAuthentication) || visit.has(StepKind::IssuerScripts)) {
+        add(facts, "Waiting for the bank", time_text(bank));
+    }
+    add(facts, "Host", time_text(host));
+    if (slowest != nullptr) {
+        const Step& step = visit.steps[slowest->step];
+        add(facts, "Slowest",
+            time_text(slowest->call.duration) + ", line " +
+                std::to_string(slowest->call.lines.front()) + ", " + step.title);
+    }
+    return facts;
+}
+
+}  // namespace
+
+std::size_t Transaction::exchange_count() const {
+    std::size_t count = 0;
+    for (const Step& step : steps) {
+        count += static_cast<std::size_t>(std::ranges::count_if(
+            step.exchanges, [](const Exchange& exchange) { return !exchange.command.empty(); }));
+    }
+    return count;
+}
+
+std::size_t Transaction::finding_count(Finding::Severity least) const {
+    std::size_t count = 0;
+    for (const Step& step : steps) {
+        count += static_cast<std::size_t>(std::ranges::count_if(
+            step.findings, [least](const Finding& finding) { return finding.severity >= least; }));
+    }
+    return count;
+}
+
+Transaction summarise(Visit visit, const Options& options) {
+    Transaction transaction;
+    const trace::Entry& first = *visit.calls.front().call.entry;
+    transaction.title = title_of_visit(visit);
+    transaction.timestamp = first.timestamp;
+    transaction.terminal = first.terminal;
+    transaction.session = first.session;
+    transaction.process = first.process;
+    for (const ToldCall& told : visit.calls) {
+        if (transaction.slot.empty()) {
+            transaction.slot = told.call.entry->slot_name;
+        }
+        transaction.last_line = std::max(transaction.last_line, told.call.lines.back());
+        transaction.at_card += told.call.duration;
+    }
+    transaction.first_line = first.line;
+    transaction.began = visit.calls.front().call.began;
+    transaction.span = visit.calls.back().call.ended - transaction.began;
+    Ending ending = ending_of(visit);
+    transaction.ended = std::move(ending.text);
+    transaction.complete = ending.complete;
+    transaction.failed = ending.failed;
+    transaction.card = card_facts(visit, options);
+    transaction.asked = asked_facts(visit, options);
+    transaction.time = time_facts(visit);
+    transaction.steps = std::move(visit.steps);
+    return transaction;
+}
+
+}  // namespace quorrin::explain

@@ -1,0 +1,69 @@
+// One visit to a card while it is being told: its calls in steps, and what went over the line so far.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "decode/decode.hpp"
+#include "explain/calls.hpp"
+#include "explain/elements_seen.hpp"
+#include "explain/story.hpp"
+
+namespace quorrin::explain {
+
+struct ToldCall {
+    Call call;
+    StepKind kind = StepKind::OtherCommands;
+    std::size_t step = 0;  // index
+};
+
+// What the rules look at. Elements of the card and data of the terminal are apart: both know 9F36, 82, ...
+struct Visit {
+    std::vector<ToldCall> calls;  // in order
+    std::vector<Step> steps;
+    ElementsSeen card;                      // from answers, whatever they were
+    ElementsSeen records;                   // from records named by the AFL
+    ElementsSeen terminal;                  // what answered PDOL, CDOL1 and CDOL2
+    std::vector<std::uint8_t> application;  // AID that was selected with success
+    decode::Kernel kernel = decode::Kernel::Unknown;
+    std::optional<unsigned> first_cryptogram;  // CID type 0 AAC, 1 TC, 2 ARQC, 3 AAR
+    std::optional<unsigned> second_cryptogram;
+    bool quick = false;  // the cryptogram came with the processing options
+
+    const ToldCall* first(StepKind kind) const;
+    const ToldCall* last(StepKind kind) const;
+    bool has(StepKind kind) const { return first(kind) != nullptr; }
+    std::size_t count(StepKind kind) const;
+};
+
+// A record number and short file identifier of READ RECORD.
+struct RecordPlace {
+    unsigned file = 0;
+    unsigned record = 0;
+};
+RecordPlace record_place(const Call& call);
+
+// The cryptogram type in cryptogram information data (EMV book 3, table 14).
+enum CryptogramType : std::uint8_t { Aac = 0, Tc = 1, Arqc = 2, Aar = 3 };
+std::string_view cryptogram_name(unsigned type);
+
+// Cryptogram information data of an answer to GENERATE AC (or to quick GET PROCESSING OPTIONS), in both
+// formats.
+std::optional<std::uint8_t> cryptogram_information(const Call& call);
+
+// Splits the entries of a trace into visits and their calls into steps, and decodes each.
+std::vector<Visit> visits_of(const trace::Trace& trace, const Options& options);
+
+// What each step came to, in a line.
+void tell_outcomes(Visit& visit);
+
+// Rules of the standards and what commonly goes wrong; `before` are the visits that went before this one
+// at the same terminal.
+void find_faults(Visit& visit, const std::vector<const Visit*>& before);
+
+// The summary on top.
+Transaction summarise(Visit visit, const Options& options);
+
+}  // namespace quorrin::explain
