@@ -106,11 +106,11 @@ class LogText {
 std::int64_t read_records(std::int64_t handle, const LogEntry& entry, std::int32_t selector,
                           Bytes format_answer, char* out) {
     LogText text(out);
+    CardAnswer answer;
     for (int record = 1; record <= entry.record_count; ++record) {
         if (!is_selected(selector, record)) {
             continue;
         }
-        CardAnswer answer;
         const std::int64_t result = card_step(
             handle, read_record(static_cast<std::uint8_t>(record), record_of_file(entry.sfi)),
             answer);

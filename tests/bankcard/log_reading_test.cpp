@@ -411,6 +411,20 @@ TEST_F(LogReading, ARecordThatIsTooShortIsFilledUpWithZeros) {
         "W00400000000X0020000"));
 }
 
+TEST_F(LogReading, AShortRecordTakesNothingFromTheRecordBeforeIt) {
+    insert(
+        "00A40400 *\n    6F[ 9F4D[0B03] ] 9000\n80CA *\n    9F4F[ 9A03 9F3602 ] 9000\n"
+        "00B2015C00\n    FFFFFF FFFF 9000\n00B2025C00\n    250102 12 9000\n"
+        "00B2035C00\n    9000\n");
+    EXPECT_EQ(read(all), 0);
+    const auto text = [](std::string_view date, std::string_view counter) {
+        return "P012000000000000Q012000000000000R0040000S00620" + std::string(date) +
+               "T00100U003000000V0040000W000X002" + std::string(counter);
+    };
+    EXPECT_TRUE(out.holds_text("088" + text("FFFFFF", "FFFF") + text("250102", "1200") +
+                               text("000000", "0000")));
+}
+
 TEST_F(LogReading, ARecordThatIsTooLongIsReadAsFarAsTheFormatGoes) {
     insert(
         "00A40400 *\n    6F[ 9F4D[0B01] ] 9000\n80CA *\n    9F4F[ 9C01 ] 9000\n"
