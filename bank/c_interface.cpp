@@ -199,14 +199,18 @@ void apply(const QuorrinBankDecision& from, Decision& decision,
     const std::string response_code = text_of(from.response_code, "the response code has no end");
     require(response_code.empty() || response_code.size() == decision.response_code.size(),
             "a response code (8A) has two characters");
-    std::ranges::copy(response_code, decision.response_code.begin());
+    if (!response_code.empty()) {
+        std::copy_n(response_code.begin(), sizeof decision.response_code,
+                    decision.response_code.begin());
+    }
     const std::string authorisation =
         text_of(from.authorisation_code, "the authorisation code has no end");
     require(authorisation.empty() || authorisation.size() == sizeof(AuthorisationCode),
             "an authorisation code (89) has six characters");
     if (!authorisation.empty()) {
         decision.authorisation_code.emplace();
-        std::ranges::copy(authorisation, decision.authorisation_code->begin());
+        std::copy_n(authorisation.begin(), sizeof(AuthorisationCode),
+                    decision.authorisation_code->begin());
     }
     require(from.arpc <= QUORRIN_BANK_ARPC_NONE, "arpc is 0, 1 or 2");
     if (from.arpc != QUORRIN_BANK_ARPC_RIGHT) {

@@ -45,7 +45,9 @@ struct Row {
 
 template <auto Member>
 void take_covered(Bytes value, OnlineRequest& request) {
-    std::ranges::copy(value, (request.covered.*Member).begin());
+    auto& field = request.covered.*Member;
+    std::ranges::copy(value.first<std::tuple_size_v<std::decay_t<decltype(field)>>>(),
+                      field.begin());
 }
 
 using Covered = cryptography::TransactionData;

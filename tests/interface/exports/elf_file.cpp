@@ -112,6 +112,15 @@ ElfFile read_elf_file(const std::string& path) {
             }
         }
     }
+    for (const Elf64_Shdr& section : sections) {
+        if (section.sh_type == SHT_RELA) {
+            for (const auto& entry : image.records<Elf64_Rela>(section)) {
+                const bool at_first_call = ELF64_R_TYPE(entry.r_info) == R_X86_64_JUMP_SLOT;
+                (at_first_call ? elf.bound_at_first_call : elf.bound_at_load)
+                    .push_back(elf.symbols.at(ELF64_R_SYM(entry.r_info)).name);
+            }
+        }
+    }
     if (elf.symbols.empty()) {
         throw std::runtime_error(path + " has no dynamic symbols");
     }

@@ -21,10 +21,12 @@ struct ElfFile {
     std::vector<DynamicSymbol> symbols;
     std::vector<std::string> needed;
     std::string soname;
-    std::uint64_t flags = 0;    // DT_FLAGS
-    std::uint64_t flags_1 = 0;  // DT_FLAGS_1
-    bool bind_now = false;      // DT_BIND_NOW
-    bool symbolic = false;      // DT_SYMBOLIC
+    std::uint64_t flags = 0;                       // DT_FLAGS
+    std::uint64_t flags_1 = 0;                     // DT_FLAGS_1
+    bool bind_now = false;                         // DT_BIND_NOW
+    std::vector<std::string> bound_at_first_call;  // symbols of the procedure linkage table
+    std::vector<std::string> bound_at_load;        // symbols of all other relocations
+    bool symbolic = false;                         // DT_SYMBOLIC
 
     // The symbol of that name, or null.
     const DynamicSymbol* symbol(const std::string& name) const;

@@ -12,8 +12,15 @@
 namespace quorrin::test {
 namespace {
 
+using testing::Contains;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
 using testing::UnorderedElementsAreArray;
+
+const std::string reader_functions[] = {"ICC_Reader_Open",        "ICC_Reader_Close",
+                                        "ICC_Reader_PowerOn",     "ICC_Reader_PowerOff",
+                                        "ICC_Reader_Application", "ICC_Reader_GetSerial"};
 
 struct Export {
     std::string symbol;
@@ -111,10 +118,7 @@ TEST(Exports, ReaderFunctionsStayUndefined) {
             imported.push_back(symbol.name);
         }
     }
-    const std::string expected[] = {"ICC_Reader_Open",        "ICC_Reader_Close",
-                                    "ICC_Reader_PowerOn",     "ICC_Reader_PowerOff",
-                                    "ICC_Reader_Application", "ICC_Reader_GetSerial"};
-    EXPECT_THAT(imported, UnorderedElementsAreArray(expected));
+    EXPECT_THAT(imported, UnorderedElementsAreArray(reader_functions));
 }
 
 TEST(Exports, LibraryIsKnownByItsMajorVersion) {
@@ -133,14 +137,36 @@ TEST(Exports, LibraryNeedsQtCoreAndTheRuntimeOnly) {
     EXPECT_NE(std::count(library().needed.begin(), library().needed.end(), QUORRIN_QT_CORE), 0);
 }
 
-// Reader functions may come later than the library, and hosts share its variables.
-TEST(Exports, LibraryIsBoundLazilyAndItsVariablesNotSymbolically) {
-    EXPECT_FALSE(library().bind_now);
-    EXPECT_EQ(library().flags & DF_BIND_NOW, 0u);
-    EXPECT_EQ(library().flags_1 & DF_1_NOW, 0u);
-    EXPECT_FALSE(library().symbolic);
-    EXPECT_EQ(library().flags & DF_SYMBOLIC, 0u);
+class Binding : public testing::TestWithParam<const char*> {
+  protected:
+    const ElfFile file = read_elf_file(GetParam());
+};
+
+// Reader functions may come later than the library.
+TEST_P(Binding, ReaderFunctionsAreBoundAtTheirFirstCall) {
+    EXPECT_FALSE(file.bind_now);
+    EXPECT_EQ(file.flags & DF_BIND_NOW, 0u);
+    EXPECT_EQ(file.flags_1 & DF_1_NOW, 0u);
+    EXPECT_THAT(file.bound_at_first_call, IsSupersetOf(reader_functions));
+    for (const std::string& function : reader_functions) {
+        EXPECT_THAT(file.bound_at_load, Not(Contains(function)));
+    }
 }
+
+// Hosts share the library's variables, and have functions of the same names as the library's.
+TEST_P(Binding, VariablesAreBoundByNameAndFunctionsInside) {
+    EXPECT_FALSE(file.symbolic);
+    EXPECT_EQ(file.flags & DF_SYMBOLIC, 0u);
+    EXPECT_THAT(file.bound_at_load, Contains("EG_nUserCardType"));
+    for (const char* function : {"TransRetCode", "StrCmp", "PowerUp", "IccComm"}) {
+        EXPECT_THAT(file.bound_at_first_call, Not(Contains(function)));
+        EXPECT_THAT(file.bound_at_load, Not(Contains(function)));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Library, Binding, testing::Values(QUORRIN_LIBRARY_FILE));
+INSTANTIATE_TEST_SUITE_P(LinkedWithADistributionsFlags, Binding,
+                         testing::Values(QUORRIN_HARDENED_FILE));
 
 }  // namespace
 }  // namespace quorrin::test
