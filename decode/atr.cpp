@@ -159,10 +159,21 @@ void add_compact_objects(const Reading& reading, Value value, Node& node) {
     while (!value.empty()) {
         const unsigned number = value[0] >> 4;
         const std::size_t size = value[0] & 0x0F;
-        if (value.size() < 1 + size) {
+        const bool has_own_length =
+            value[0] == 0x4F && value.size() >= 2 && value.size() == 2u + value[1];
+        if (value.size() < 1 + size && !has_own_length) {
             add_unreadable(reading, node, value,
                            "a compact object of " + byte_count(size) + ", but only " +
                                decimal(value.size() - 1) + " follow");
+            return;
+        }
+        // PC/SC part 3: an application identifier with a length of its own, in the answers that readers
+        // make up for storage cards.
+        if (has_own_length) {
+            Node& identifier = add_field(reading, node, "Application identifier", value.part(2));
+            const bool is_storage_card =
+                std::ranges::equal(value.part(2, 5).bytes, storage_card_registration);
+            identifier.text = is_storage_card ? "contactless storage card" : "";
             return;
         }
         const Value content = value.part(1, size);
@@ -178,10 +189,6 @@ void add_compact_objects(const Reading& reading, Value value, Node& node) {
             add_status_indicator(reading, content, object);
         } else if (number == 15) {
             tell_application_identifier(reading, content, object);
-            if (content.size() >= 8 &&
-                std::ranges::equal(content.bytes.first(5), storage_card_registration)) {
-                object.text = "PC/SC, contactless storage card";
-            }
         } else if (is_printable(content.bytes)) {
             object.text = quoted(content.bytes);
         }

@@ -86,8 +86,26 @@ const Table& table() {
     return made;
 }
 
+// Tags that every issuer and scheme may use in its own way: in another's data they have other lengths.
+bool is_proprietary(std::uint32_t tag) {
+    const bool is_df = tag > 0xFF && (tag >> 8 == 0xDF || tag >> 16 == 0xDF);
+    return is_df || (tag >= 0x9F50 && tag <= 0x9F7F) || (tag >= 0xC0 && tag <= 0xFE);
+}
+
+// Where a length is asked for and the row has another. The store's own rows and those of a known kernel
+// are meant whatever the length.
+bool means_something_else(const Element& element, Place place, std::size_t length) {
+    const bool is_meant = element.within != 0 ||
+                          (element.kernel != Kernel::Unknown && element.kernel == place.kernel) ||
+                          !element.name_zh.empty();
+    return length != 0 && !element.fits(length) && is_proprietary(element.tag) && !is_meant;
+}
+
 // How well a row goes with a place: higher is better, negative not at all.
 int rank(const Element& element, Place place, std::size_t length) {
+    if (means_something_else(element, place, length)) {
+        return -1;
+    }
     if (element.within != 0 && element.within != place.parent) {
         return -1;
     }
@@ -99,7 +117,7 @@ int rank(const Element& element, Place place, std::size_t length) {
     int points = 0;
     points += element.within != 0 ? 8 : 0;
     points += element.kernel != Kernel::Unknown && element.kernel == place.kernel ? 4 : 0;
-    points += element.fits(length) ? 2 : 0;
+    points += length == 0 || element.fits(length) ? 2 : 0;
     points += element.kernel == Kernel::Unknown ? 1 : 0;
     return points;
 }

@@ -93,7 +93,7 @@ void tell_item(const Reading& reading, std::uint32_t tag, Bytes value, std::size
     told.kind = NodeKind::Object;
     tell_element(reading, tag, {value, 0}, told);
     place_at(offset, size, told);
-    told.label = node.label + " " + told.label;
+    told.label += ", key " + node.label;
     told.tag = tag_text(tag);
     node = std::move(told);
 }
@@ -165,12 +165,12 @@ Node keyed_text(std::string_view text, const Options& options) {
         }
         const std::string_view value = text.substr(i + item_header).substr(0, item->count);
         Node& node = root.children.emplace_back();
-        node.label = std::string(1, item->letter);
+        node.label = characters(characters_of(text.substr(i, 1)));
         node.offset = i;
         node.size = item_header + value.size();
         const auto* row = std::ranges::find(key_rows, item->letter, &KeyRow::letter);
         if (row == std::end(key_rows)) {
-            node.text = byte_count(value.size());
+            node.label = "Unknown key " + node.label;
             add_unknown(node, i, "no key letter " + characters(characters_of(text.substr(i, 1))));
         } else if (!row->is_hex) {
             tell_item(reading, row->tag, characters_of(value), i, node.size, node);
@@ -178,7 +178,7 @@ Node keyed_text(std::string_view text, const Options& options) {
             tell_item(reading, row->tag, bytes_of(value), i, node.size, node);
         } else {
             node.tag = tag_text(row->tag);
-            node.label += " " + std::string(element_name(row->tag));
+            node.label = std::string(element_name(row->tag)) + ", key " + node.label;
             add_problem(node, i + item_header, "the value should be hex digits");
         }
         if (value.size() < item->count) {
@@ -214,7 +214,7 @@ Node log_text(std::string_view text, const Options& options) {
             break;
         }
         Node& node = root.children.emplace_back();
-        node.label = std::string(1, item->letter);
+        node.label = characters(characters_of(text.substr(i, 1)));
         node.offset = i;
         const auto* row = std::ranges::find(log_items, item->letter, &LogItem::letter);
         if (row == std::end(log_items)) {

@@ -26,7 +26,13 @@ Node& add_field(const Reading& reading, Node& parent, std::string label, Value v
 }
 
 void add_problem(Node& node, std::size_t offset, std::string text, Problem::Kind kind) {
-    node.problems.push_back({offset, std::move(text), kind});
+    // Row and teller may find the same fault.
+    const bool is_told = std::ranges::any_of(node.problems, [&](const Problem& problem) {
+        return problem.offset == offset && problem.text == text;
+    });
+    if (!is_told) {
+        node.problems.push_back({offset, std::move(text), kind});
+    }
 }
 
 Node& add_unreadable(const Reading& reading, Node& parent, Value value, std::string why) {

@@ -19,8 +19,14 @@ bool is_filler(std::uint8_t byte) {
 // Whether the bytes are data objects to the last, padding apart. Looks into templates.
 bool is_well_formed(Bytes data, unsigned depth);
 
+bool begins_known_object(Bytes data) {
+    const Header header = read_header(data);
+    return header.error.empty() && header.size() + header.value_size <= data.size() &&
+           !rows_of(header.tag).empty();
+}
+
 // FF is padding, and the first byte of the tags of private templates: those that the tables know, and
-// those that hold well-formed objects.
+// those that hold well-formed objects where no known object follows the FF.
 bool begins_private_template(Bytes data, unsigned depth) {
     if (data.size() < 3 || is_filler(data[1])) {
         return false;
@@ -29,9 +35,11 @@ bool begins_private_template(Bytes data, unsigned depth) {
     if (!header.error.empty() || header.size() + header.value_size > data.size()) {
         return false;
     }
-    return !rows_of(header.tag).empty() ||
-           (header.value_size > 0 &&
-            is_well_formed(data.subspan(header.size(), header.value_size), depth + 1));
+    if (!rows_of(header.tag).empty()) {
+        return true;
+    }
+    return header.value_size > 0 && !begins_known_object(data.subspan(1)) &&
+           is_well_formed(data.subspan(header.size(), header.value_size), depth + 1);
 }
 
 bool is_padding_at(Bytes data, unsigned depth) {
@@ -270,6 +278,11 @@ Node tlv(Bytes data, const Options& options) {
         return root;
     }
     tell_objects(survey(data, options), {data, 0}, root);
+    // An answer that was pasted with its status word ends with an empty object 90.
+    Node& last = root.children.back();
+    if (root.children.size() > 1 && last.tag == "90" && last.size == 2) {
+        last.note = "or the status word 9000 of an answer";
+    }
     return root;
 }
 

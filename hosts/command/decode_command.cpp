@@ -250,7 +250,7 @@ void add_decode(CLI::App& app, const Common& common, Action& action) {
         ->add_option("--currency", options->currency,
                      "Currency of amounts where the data do not name it, such as 156")
         ->type_name("NUMBER");
-    command->footer(examples(R"(  quorrin decode 9F3602004B 950500800000
+    command->footer(examples(R"(  quorrin decode 9F3602004B 95050000008000
   quorrin decode --as tvr 0000008000
   quorrin decode --as 9F10 07010103A0A00001
   quorrin decode --as answer --answer-to 80A8000002830000 800A7C0008010100100103009000
