@@ -134,6 +134,11 @@ std::string PurchaseTerminal::request_cryptogram(const std::string& aid, const P
     check("emvSetTermCntryCode", emvSetTermCntryCode(china.data()));
     const auto number = unpredictable_number(purchase);
     check("emvSetRandom", emvSetRandom(number.data(), number.size()));
+    if (!qualifiers.empty()) {
+        std::array<std::uint8_t, 4> value{};
+        asc_to_bcd(value.data(), qualifiers.c_str(), 2 * value.size(), 0);
+        check("emvSetTermTranCapa", emvSetTermTranCapa(value.data()));
+    }
     check("emvGPO", emvGPO(ReaderHandle, terminal_data.c_str(), TagMapPDolTerData));
     check("emvReadICCard", emvReadICCard(ReaderHandle));
     check("emvGACFrist", emvGACFrist(ReaderHandle));

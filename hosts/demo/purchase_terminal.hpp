@@ -52,6 +52,9 @@ class PurchaseTerminal {
     PurchaseTerminal(const PurchaseTerminal&) = delete;
     PurchaseTerminal& operator=(const PurchaseTerminal&) = delete;
 
+    // Transaction qualifiers (9F66) as 8 hex digits; empty leaves them to the library.
+    std::string qualifiers{};
+
     [[nodiscard]] std::string serial() const;
     [[nodiscard]] const std::string& answer_to_reset() const { return answer_to_reset_; }
 

@@ -144,7 +144,8 @@ class QuickPayment : public PurchaseTest {
         constexpr std::uint8_t quick_only[] = {0x20, 0x00, 0x00, 0x00};
         EXPECT_EQ(emvSelectAid(ReaderHandle, card.aid.c_str()), 0);
         emvSetTermTranCapa(quick_only);
-        EXPECT_EQ(emvGPO(ReaderHandle, ("P012" + amount).c_str(), TagMapPDolTerData), 0);
+        EXPECT_EQ(emvGPO(ReaderHandle, ("P012" + amount + "R0040156").c_str(), TagMapPDolTerData),
+                  0);
         // Card verification results in 9F10: the type of the first cryptogram in byte 2, bits 6, 5.
         const Bytes issuer_data = stored_element(0x9F10);
         return issuer_data.size() == 8 && (issuer_data[4] & 0x30) == 0x10;

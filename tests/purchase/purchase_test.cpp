@@ -40,11 +40,13 @@ void PurchaseTest::insert(const ShippedCard& inserted, const std::string& more) 
                                        ".toml\"\n" + more);
     setenv(reader_file_variable, (directory.path() / "reader.toml").c_str(), 1);
     terminal.emplace(card.card_kind);
+    terminal->qualifiers = card.qualifiers;
 }
 
 void PurchaseTest::power_again() {
     terminal.reset();
     terminal.emplace(card.card_kind);
+    terminal->qualifiers = card.qualifiers;
 }
 
 bank::OnlineRequest PurchaseTest::request_authorisation(const Purchase& purchase) {
@@ -52,8 +54,24 @@ bank::OnlineRequest PurchaseTest::request_authorisation(const Purchase& purchase
     return terminal->online_request();
 }
 
+bank::OnlineRequest PurchaseTest::request_of_blocked_application() {
+    emvClrIccAndTermData();
+    Bytes answer = send("00A40400", hex(card.aid.empty() ? "A000000333" : card.aid));
+    EXPECT_EQ(to_hex(answer).substr(2 * answer.size() - 4), "6283");
+    answer.resize(answer.size() - 2);
+    EXPECT_EQ(emvExtractDataElement(answer.data(), static_cast<std::uint16_t>(answer.size())), 0);
+    if (!card.qualifiers.empty()) {
+        emvSetTermTranCapa(hex(card.qualifiers).data());
+    }
+    EXPECT_EQ(emvGPO(ReaderHandle, nullptr, nullptr), 0);
+    EXPECT_EQ(emvReadICCard(ReaderHandle), 0);
+    EXPECT_EQ(emvGACFrist(ReaderHandle), 0);
+    EXPECT_EQ(stored_element(0x9F27), hex("00")) << "an AAC";
+    return terminal->online_request();
+}
+
 bank::OnlineAnswer PurchaseTest::answer(const bank::OnlineRequest& request,
-                                          const bank::Decision& decision) const {
+                                        const bank::Decision& decision) const {
     auto answer = bank::answer_online(card.product(), request, decision);
     EXPECT_TRUE(answer.cryptogram_right) << answer.reason;
     return answer;
@@ -65,8 +83,7 @@ bank::OnlineRequest PurchaseTest::buy(const bank::Decision& decision, const Purc
     return request;
 }
 
-void PurchaseTest::run_script(ScriptPhase phase,
-                              const std::vector<bank::ScriptCommand>& commands) {
+void PurchaseTest::run_script(ScriptPhase phase, const std::vector<bank::ScriptCommand>& commands) {
     buy(approval_with(phase, commands));
     const auto results = terminal->script_results();
     ASSERT_EQ(results.size(), 1U);
@@ -76,13 +93,16 @@ void PurchaseTest::run_script(ScriptPhase phase,
 Bytes PurchaseTest::send(std::string_view header, const Bytes& data) const {
     constexpr int header_and_le = 1;
     constexpr int header_and_data = 2;
+    constexpr int header_data_and_le = 3;
+    constexpr std::uint8_t select = 0xA4;
     const Bytes command = hex(header);
+    const int with_data = command.at(1) == select ? header_data_and_le : header_and_data;
     Bytes sent = data;
     Bytes response(1024);
     std::uint32_t length = 0;
     EXPECT_EQ(IccComm(ReaderHandle, card.card_kind, command.at(0), command.at(1), command.at(2),
                       command.at(3), static_cast<std::int32_t>(sent.size()), sent.data(), 0,
-                      sent.empty() ? header_and_le : header_and_data, response.data(), &length),
+                      sent.empty() ? header_and_le : with_data, response.data(), &length),
               0);
     response.resize(length);
     return join(response, Bytes{CARD_SW1, CARD_SW2});
@@ -151,8 +171,7 @@ Bytes PurchaseTest::verification_and_status() {
     return bytes;
 }
 
-bank::Decision approval_with(ScriptPhase phase,
-                               const std::vector<bank::ScriptCommand>& commands) {
+bank::Decision approval_with(ScriptPhase phase, const std::vector<bank::ScriptCommand>& commands) {
     bank::Decision decision;
     decision.scripts = {{.phase = phase, .identifier = {}, .commands = commands}};
     return decision;

@@ -8,17 +8,17 @@
 #include <optional>
 #include <string>
 
-#include "hosts/demo/purchase_terminal.hpp"
 #include "bank/online_answer.hpp"
+#include "hosts/demo/purchase_terminal.hpp"
 #include "tests/purchase/shipped_cards.hpp"
 #include "tests/support/bytes.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace quorrin::test {
 
+using bank::ScriptPhase;
 using demo::Purchase;
 using demo::stored_element;
-using bank::ScriptPhase;
 
 class PurchaseTest : public testing::Test {
   protected:
@@ -32,9 +32,12 @@ class PurchaseTest : public testing::Test {
 
     // A purchase up to what goes online.
     bank::OnlineRequest request_authorisation(const Purchase& purchase = {});
+    // The same with the application blocked, which the library's selection refuses: a host that wants its
+    // AAC takes the steps itself.
+    bank::OnlineRequest request_of_blocked_application();
     // The bank's answer to it; a wrong cryptogram fails the test.
     bank::OnlineAnswer answer(const bank::OnlineRequest& request,
-                                const bank::Decision& decision = {}) const;
+                              const bank::Decision& decision = {}) const;
     // The answer's bytes, changed or not, to the card.
     void deliver(const Bytes& issuer_data) { terminal->take_answer(to_hex(issuer_data)); }
 
@@ -79,8 +82,7 @@ std::int64_t failure_of(Call&& call) {
     }
 }
 
-bank::Decision approval_with(ScriptPhase phase,
-                               const std::vector<bank::ScriptCommand>& commands);
+bank::Decision approval_with(ScriptPhase phase, const std::vector<bank::ScriptCommand>& commands);
 
 // The bytes with one bit of them changed, counted from the first byte's most significant one.
 Bytes with_flipped_bit(Bytes bytes, std::size_t bit);

@@ -75,7 +75,7 @@ TEST_P(UpdateRecord, ChangesTheNameThatTheHostReads) {
     const Bytes renamed = holder_record_renamed();
     ASSERT_NE(holder_record(), join(renamed, done));
     run_script(phase(), {bank::update_record(card.holder_file, card.holder_record, renamed,
-                                               command_class())});
+                                             command_class())});
     EXPECT_EQ(holder_record(), join(renamed, done));
     EXPECT_EQ(stored_element(0x5F20), text_bytes(card.holder)) << "as read before the script";
     EXPECT_EQ(terminal->card_holder_data(card.aid, "B").at('B'), other_holder());
@@ -176,10 +176,12 @@ TEST_P(BlockScript, BlocksTheApplicationUntilAnotherUnblocksIt) {
     power_again();
     expect_refusals(selected_file_invalidated);
 
-    // A blocked application gives no cryptogram that the bank could answer, so the bank seals the
-    // unblocking with the last one.
+    // Under the old cryptogram it is not unblocked, under the AAC of a blocked application it is.
     deliver(answer(request, approval_with(phase(), {bank::application_unblock()})).issuer_data);
-    EXPECT_EQ(buy().covered.atc, request.covered.atc + 1);
+    expect_refusals(selected_file_invalidated);
+    const auto declined = request_of_blocked_application();
+    deliver(answer(declined, approval_with(phase(), {bank::application_unblock()})).issuer_data);
+    EXPECT_EQ(buy().covered.atc, request.covered.atc + 2);
     EXPECT_TRUE(terminal->card_accepted_issuer());
 }
 

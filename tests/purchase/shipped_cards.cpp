@@ -83,7 +83,9 @@ const std::vector<ShippedCard>& rows() {
          .holder = "TEST/QUICK",
          .atc = 99,
          .last_online_atc = 90,
-         .amounts = {0x9F79, 0x9F77, 0x9F78}},
+         .amounts = {0x9F79, 0x9F77, 0x9F78},
+         .qualifiers =
+             "D4000000"},  // the library's without quick PBOC, which this card would prefer
     };
     return cards;
 }

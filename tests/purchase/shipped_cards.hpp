@@ -30,6 +30,7 @@ struct ShippedCard {
     std::uint8_t holder_file = 1;          // where the record with the holder's name is
     std::uint8_t holder_record = 1;
     bool log_names_merchant = true;
+    std::string qualifiers{};  // what the terminal offers; empty: the library's default
 };
 
 using CardFilter = std::function<bool(const ShippedCard&)>;

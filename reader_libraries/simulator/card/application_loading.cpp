@@ -57,7 +57,7 @@ RecordFiles load_records(const Section& application, RecordSections& sections) {
 }
 
 LogProfile load_log(const Section& section) {
-    section.allow_only({"file", "records", "format", "filled", "as_transaction_log"});
+    section.allow_only({"file", "records", "format", "filled", "as_transaction_log", "declined"});
     LogProfile log;
     log.file = number_field<std::uint8_t>(section, "file", 1, last_file);
     log.capacity = number_field<std::uint8_t>(section, "records", 1, last_record);
@@ -69,6 +69,7 @@ LogProfile load_log(const Section& section) {
     } else if (section.has("as_transaction_log")) {
         section.fail("as_transaction_log", "is for the load log");
     }
+    log.declined_too = section.optional_boolean("declined").value_or(false);
     const std::size_t size = log.record_size();
     if (log.fields.empty() || size > longest_answer) {
         section.fail("format", "must make records of 1 to 256 bytes");
@@ -251,9 +252,26 @@ void check_files(const Section& section, const ApplicationProfile& application) 
 }  // namespace
 
 ApplicationProfile load_application(const Section& section, const CardProfile& card) {
-    section.allow_only({"aid", "label", "priority", "pdol", "fci", "discretionary", "aip", "afl",
-                        "answer_format", "data", "pin", "pin_tries", "atc", "last_online_atc",
-                        "record", "log", "load_log", "quick"});
+    section.allow_only({"aid",
+                        "label",
+                        "priority",
+                        "pdol",
+                        "fci",
+                        "discretionary",
+                        "aip",
+                        "afl",
+                        "answer_format",
+                        "data",
+                        "pin",
+                        "pin_tries",
+                        "atc",
+                        "last_online_atc",
+                        "record",
+                        "log",
+                        "load_log",
+                        "quick",
+                        "script_mac_failures",
+                        "blocked"});
     ApplicationProfile application;
     application.aid = section.hex("aid", 5, 16);
     const std::string label = section.text("label");
@@ -292,6 +310,9 @@ ApplicationProfile load_application(const Section& section, const CardProfile& c
         application.load_log = load_log(*log);
     }
     load_pin(section, application);
+    application.script_mac_failures =
+        number_field_or<unsigned>(section, "script_mac_failures", 0, 255, 0);
+    application.blocked = section.optional_boolean("blocked").value_or(false);
     application.first_atc = number_field_or<std::uint16_t>(section, "atc", 0, 0xFFFF, 0);
     application.first_last_online_atc =
         number_field_or<std::uint16_t>(section, "last_online_atc", 0, 0xFFFF, 0);

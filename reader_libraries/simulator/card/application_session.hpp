@@ -29,6 +29,25 @@ struct ApplicationSession {
     CheckResult pin_check = CheckResult::NotPerformed;
     std::optional<cryptography::ScriptMacChain> script_macs{};
 
+    // What the state said when the transaction began, before it became the last one itself.
+    bool last_online_incomplete = false;
+    bool last_issuer_authentication_failed = false;
+
+    bool limits_passed = false;
+    bool paid_electronically = false;
+    bool unable_to_go_online = false;
+    bool issuer_refuses = false;          // by response code or card status update
+    bool dynamic_authentication = false;  // performed in this transaction
+    bool unblocked = false;               // APPLICATION UNBLOCK is taken once under a cryptogram
+    bool scripts_counted_afresh = false;  // the counts of the CVR are those of this transaction
+    unsigned wrong_script_macs = 0;
+    std::optional<Bytes> challenge{};  // of GET CHALLENGE, for the next command alone
+    Bytes dol_data{};                  // values of PDOL, CDOL1 and CDOL2 as they came
+    struct LoggedRecord {
+        std::optional<Bytes> displaced;  // the oldest record, which made room
+    };
+    std::optional<LoggedRecord> logged{};  // this transaction's, taken back if it is declined
+
     // What keys of this transaction are made from.
     [[nodiscard]] cryptography::ScriptContext script_context() const {
         return {card.session_keys, card.algorithm, state.atc, state.last_arqc};

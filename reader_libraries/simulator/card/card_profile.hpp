@@ -31,6 +31,8 @@ struct LogProfile {
     std::vector<ListEntry> fields;  // the same
     std::vector<Bytes> records;     // what the card is issued with, newest first
 
+    bool declined_too = false;  // transaction logs only: declined transactions are logged as well
+
     // Load logs only: the format answers under 9F4F and records are its fields alone, as in the
     // transaction log; else the format answers under DF4F and records have a head.
     bool as_transaction_log = false;
@@ -71,6 +73,8 @@ struct ApplicationProfile {
 
     std::string pin;  // empty: the application has none
     std::uint8_t pin_try_limit = 0;
+    unsigned script_mac_failures = 0;  // that end a cryptogram's scripts; 0: none do
+    bool blocked = false;              // as issued
     std::uint16_t first_atc = 0;
     std::uint16_t first_last_online_atc = 0;
 

@@ -6,6 +6,7 @@ CardState issued_state(const CardProfile& profile) {
     CardState state;
     for (const ApplicationProfile& application : profile.applications) {
         ApplicationState issued;
+        issued.blocked = application.blocked;
         issued.atc = application.first_atc;
         issued.last_online_atc = application.first_last_online_atc;
         issued.pin = application.pin;

@@ -19,11 +19,24 @@ struct ApplicationState {
     std::vector<Bytes> transaction_log;  // newest first
     std::vector<Bytes> load_log;         // newest first
 
-    // What the next cryptogram reports of the last online transaction.
+    // The cryptogram that scripts are sealed under: the last ARQC, or the last AAC while blocked.
     cryptography::Cryptogram last_arqc{};
-    bool online_incomplete = false;  // an ARQC, and no right ARPC after it
+
+    // What the next cryptogram reports of the last online transaction.
+    bool online_incomplete = false;  // an ARQC, and neither a right ARPC nor a second cryptogram
+    bool issuer_authentication_failed = false;
+    bool issuer_authentication_missing = false;
     std::uint8_t script_commands = 0;
     bool script_failed = false;
+    bool static_authentication_failed = false;  // and declined offline, as the TVR told
+    bool dynamic_authentication_failed = false;
+    bool go_online_next = false;  // the issuer's wish in its card status update
+
+    // Approved offline since the last one online.
+    std::uint8_t offline_abroad = 0;             // in another country
+    std::uint8_t offline_foreign = 0;            // in a currency that the card cannot convert
+    std::uint64_t offline_amount = 0;            // in the card's currency
+    std::uint64_t offline_converted_amount = 0;  // from its second one
 
     bool operator==(const ApplicationState&) const = default;
 };

@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "cryptography/byte_string.hpp"
+#include "reader_libraries/simulator/card/card_risk_management.hpp"
 #include "reader_libraries/simulator/card/transaction_log.hpp"
+#include "reader_libraries/simulator/card/verification_results.hpp"
 
 namespace quorrin::simulator {
 namespace {
@@ -11,70 +13,6 @@ namespace {
 using cryptography::CardVerificationResults;
 using cryptography::Cryptogram;
 using cryptography::TransactionData;
-
-// Card verification results of PBOC, byte by byte behind the length.
-namespace results {
-// Byte 2: the second cryptogram's type in bits 8 and 7, the first one's in 6 and 5.
-constexpr std::uint8_t second_not_requested = 0x80;
-constexpr std::uint8_t second_is_tc = 0x40;
-constexpr std::uint8_t first_is_arqc = 0x20;
-constexpr std::uint8_t first_is_tc = 0x10;
-constexpr std::uint8_t issuer_authentication_failed = 0x08;
-constexpr std::uint8_t pin_checked = 0x04;
-constexpr std::uint8_t pin_wrong = 0x02;
-// Byte 3.
-constexpr std::uint8_t last_online_incomplete = 0x80;
-constexpr std::uint8_t pin_tries_used_up = 0x40;
-constexpr std::uint8_t never_online = 0x10;
-// Byte 4: the count of script commands in the left nibble.
-constexpr std::uint8_t script_failed = 0x08;
-constexpr std::uint8_t most_scripts = 15;
-}  // namespace results
-
-std::uint8_t first_type_bits(CryptogramType first) {
-    switch (first) {
-        case CryptogramType::Arqc:
-            return results::first_is_arqc;
-        case CryptogramType::Tc:
-            return results::first_is_tc;
-        case CryptogramType::Aac:
-            break;
-    }
-    return 0;
-}
-
-// `type_bits` are those of byte 2 that tell both cryptograms' types.
-CardVerificationResults verification_results(const ApplicationSession& session,
-                                             std::uint8_t type_bits) {
-    const auto& state = session.state;
-    unsigned transaction = type_bits;
-    if (session.issuer_authentication == CheckResult::Wrong) {
-        transaction |= results::issuer_authentication_failed;
-    }
-    if (session.pin_check != CheckResult::NotPerformed) {
-        transaction |= results::pin_checked;
-    }
-    if (session.pin_check == CheckResult::Wrong) {
-        transaction |= results::pin_wrong;
-    }
-    unsigned card = 0;
-    if (state.online_incomplete) {
-        card |= results::last_online_incomplete;
-    }
-    if (session.application.pin_try_limit != 0 && state.pin_tries == 0) {
-        card |= results::pin_tries_used_up;
-    }
-    if (state.last_online_atc == 0) {
-        card |= results::never_online;
-    }
-    unsigned scripts = static_cast<unsigned>(std::min(state.script_commands, results::most_scripts))
-                       << 4;
-    if (state.script_failed) {
-        scripts |= results::script_failed;
-    }
-    return {0x03, static_cast<std::uint8_t>(transaction), static_cast<std::uint8_t>(card),
-            static_cast<std::uint8_t>(scripts)};
-}
 
 template <std::size_t Size>
 std::array<std::uint8_t, Size> element(const ApplicationSession& session, Tag tag) {
@@ -115,38 +53,108 @@ IssuedCryptogram issue(const ApplicationSession& session, CryptogramType type,
             cryptography::encode(issuer_data)};
 }
 
+// Scripts are sealed under this cryptogram from now on.
+void open_scripts(ApplicationSession& session, const Cryptogram& cryptogram) {
+    session.state.last_arqc = cryptogram;
+    session.script_macs.emplace(session.script_context(), session.application.keys.mac);
+    session.unblocked = false;
+}
+
 void go_online(ApplicationSession& session, const Cryptogram& arqc) {
     session.stage = TransactionStage::Online;
-    session.state.last_arqc = arqc;
     session.state.online_incomplete = true;
-    session.state.script_commands = 0;
-    session.state.script_failed = false;
-    session.script_macs.emplace(session.script_context(), session.application.keys.mac);
+    open_scripts(session, arqc);
+}
+
+// What a declined transaction leaves for the next one to report: EMV book 3 annex C5, byte 1.
+void note_failed_authentication(ApplicationSession& session) {
+    const std::uint8_t results = fitted_value(session.terminal, 0x95, 5)[0];
+    constexpr std::uint8_t static_failed = 0x40;
+    constexpr std::uint8_t dynamic_failed = 0x08;
+    constexpr std::uint8_t combined_failed = 0x04;
+    if ((results & static_failed) != 0) {
+        session.state.static_authentication_failed = true;
+    }
+    if ((results & (dynamic_failed | combined_failed)) != 0) {
+        session.state.dynamic_authentication_failed = true;
+    }
+}
+
+// Online and answered, whatever the issuer said: EMV book 3 section 10.9.
+void complete_online(ApplicationSession& session) {
+    constexpr std::uint8_t issuer_authentication_supported = 0x04;  // AIP byte 1
+    auto& state = session.state;
+    state.issuer_authentication_missing =
+        session.issuer_authentication == CheckResult::NotPerformed &&
+        (session.application.interchange_profile[0] & issuer_authentication_supported) != 0;
+    if (session.issuer_authentication == CheckResult::Wrong) {
+        return;
+    }
+    count_scripts_afresh(session);
+    state.online_incomplete = false;
+    if (session.issuer_authentication == CheckResult::NotPerformed) {
+        state.go_online_next = false;  // else as the issuer has said
+    }
+    state.static_authentication_failed = false;
+    state.dynamic_authentication_failed = false;
+    state.last_online_atc = state.atc;
+    reset_offline_counters(state);
 }
 
 }  // namespace
 
 IssuedCryptogram issue_first_cryptogram(ApplicationSession& session, CryptogramType type) {
     Cryptogram made{};
-    const auto type_bits =
-        static_cast<std::uint8_t>(results::second_not_requested | first_type_bits(type));
-    auto issued = issue(session, type, verification_results(session, type_bits), made);
+    session.last_online_incomplete = session.state.online_incomplete;
+    session.last_issuer_authentication_failed = session.state.issuer_authentication_failed;
+    auto issued = issue(session, type, first_verification_results(session, type), made);
     session.stage = TransactionStage::Completed;
-    if (type == CryptogramType::Arqc) {
-        go_online(session, made);
+    switch (type) {
+        case CryptogramType::Arqc:
+            go_online(session, made);
+            break;
+        case CryptogramType::Tc:
+            if (!session.paid_electronically) {
+                count_offline(session);
+            }
+            break;
+        case CryptogramType::Aac:
+            note_failed_authentication(session);
+            if (session.state.blocked) {
+                open_scripts(session, made);
+            }
+            break;
     }
-    if (type != CryptogramType::Aac) {
-        log_transaction(session);
+    log_transaction(session, type == CryptogramType::Aac);
+    return issued;
+}
+
+IssuedCryptogram issue_quick_cryptogram(ApplicationSession& session, CryptogramType type) {
+    Cryptogram made{};
+    auto issued = issue(session, type, first_verification_results(session, type), made);
+    session.stage = TransactionStage::Completed;
+    if (session.state.blocked) {
+        open_scripts(session, made);
+    }
+    if (type == CryptogramType::Tc) {
+        log_transaction(session, false);
     }
     return issued;
 }
 
 IssuedCryptogram issue_second_cryptogram(ApplicationSession& session, CryptogramType type) {
     Cryptogram made{};
-    const std::uint8_t second = type == CryptogramType::Tc ? results::second_is_tc : 0;
-    const auto type_bits = static_cast<std::uint8_t>(second | results::first_is_arqc);
+    auto issued = issue(session, type, second_verification_results(session, type), made);
     session.stage = TransactionStage::Completed;
-    return issue(session, type, verification_results(session, type_bits), made);
+    if (!session.unable_to_go_online) {
+        complete_online(session);
+    } else if (type == CryptogramType::Tc) {
+        count_offline(session);
+    }
+    if (type == CryptogramType::Aac) {
+        take_back_log(session);
+    }
+    return issued;
 }
 
 }  // namespace quorrin::simulator

@@ -20,6 +20,9 @@ struct IssuedCryptogram {
 // AUTHENTICATE and scripts, an ARQC or TC is logged.
 IssuedCryptogram issue_first_cryptogram(ApplicationSession& session, CryptogramType type);
 
+// The only one of a quick transaction: nothing comes after it.
+IssuedCryptogram issue_quick_cryptogram(ApplicationSession& session, CryptogramType type);
+
 // The second, after the ARQC: TC or AAC.
 IssuedCryptogram issue_second_cryptogram(ApplicationSession& session, CryptogramType type);
 

@@ -1,7 +1,10 @@
 #include <algorithm>
 
 #include "cryptography/issuer_authentication.hpp"
+#include "reader_libraries/simulator/card/card_risk_management.hpp"
 #include "reader_libraries/simulator/card/transaction_commands.hpp"
+#include "reader_libraries/simulator/card/transaction_log.hpp"
+#include "reader_libraries/simulator/card/verification_results.hpp"
 
 namespace quorrin::simulator {
 namespace {
@@ -14,7 +17,11 @@ constexpr std::size_t longest = 16;
 constexpr std::uint8_t pin_tries_mask = 0x0F;     // byte 1
 constexpr std::uint8_t block_card = 0x40;         // byte 2
 constexpr std::uint8_t block_application = 0x20;  // byte 2
+constexpr std::uint8_t issuer_approves = 0x80;    // byte 2
 constexpr std::uint8_t update_pin_tries = 0x10;   // byte 2
+constexpr std::uint8_t go_online_next = 0x08;     // byte 2
+constexpr std::uint8_t counters_mask = 0x03;      // byte 2
+constexpr std::uint8_t reset_counters = 0x02;     // byte 2
 
 void apply_status_update(ApplicationSession& session, std::span<const std::uint8_t> update) {
     if ((update[1] & block_card) != 0) {
@@ -26,6 +33,19 @@ void apply_status_update(ApplicationSession& session, std::span<const std::uint8
     if ((update[1] & update_pin_tries) != 0) {
         session.state.pin_tries =
             std::min<std::uint8_t>(update[0] & pin_tries_mask, session.application.pin_try_limit);
+    }
+    if ((update[1] & counters_mask) == reset_counters) {
+        reset_offline_counters(session.state);
+    }
+    session.state.go_online_next = (update[1] & go_online_next) != 0;
+    session.issuer_refuses = (update[1] & issuer_approves) == 0;
+}
+
+// What method 1 covers beside the ARQC is the response code at the end.
+void take_response_code(ApplicationSession& session, std::span<const std::uint8_t> code) {
+    session.issuer_refuses = !approves({code[0], code[1]});
+    if (!session.issuer_refuses) {
+        reset_offline_counters(session.state);
     }
 }
 
@@ -47,13 +67,24 @@ CardAnswer external_authenticate(ApplicationSession& session, const CardCommand&
                                                    session.cryptogram_key(),
                                                    session.state.last_arqc, command.data)) {
         session.issuer_authentication = CheckResult::Wrong;
+        session.state.issuer_authentication_failed = true;
         return StatusWord::AuthenticationFailed;
     }
     session.issuer_authentication = CheckResult::Right;
+    // Not every terminal asks for a second cryptogram, so what the issuer has proved counts from here.
+    count_scripts_afresh(session);
     session.state.last_online_atc = session.state.atc;
     session.state.online_incomplete = false;
+    session.state.issuer_authentication_failed = false;
+    session.state.issuer_authentication_missing = false;
+    session.state.go_online_next = false;
     if (method == cryptography::ArpcMethod::Method2) {
         apply_status_update(session, command.data.subspan(sizeof(cryptography::ShortMac)));
+    } else {
+        take_response_code(session, command.data.last(2));
+    }
+    if (session.issuer_refuses) {
+        take_back_log(session);
     }
     return StatusWord::Success;
 }

@@ -1,5 +1,7 @@
+#include <algorithm>
+
+#include "reader_libraries/simulator/card/card_risk_management.hpp"
 #include "reader_libraries/simulator/card/cryptogram_generation.hpp"
-#include "reader_libraries/simulator/card/electronic_cash.hpp"
 #include "reader_libraries/simulator/card/record_reading.hpp"
 #include "reader_libraries/simulator/card/transaction_commands.hpp"
 
@@ -8,7 +10,6 @@ namespace {
 
 constexpr Tag first_list = 0x8C;
 constexpr Tag second_list = 0x8D;
-constexpr Tag electronic_cash_indicator = 0x9F7A;
 
 // Empty for the types that are for later use, and for combined data authentication, which no card
 // here has keys for.
@@ -21,23 +22,16 @@ std::optional<CryptogramType> requested_type(const CardCommand& command) {
     return std::nullopt;
 }
 
-// A terminal may be refused more than it asks for, never less: TC, then ARQC, then AAC.
-CryptogramType first_type(ApplicationSession& session, CryptogramType requested) {
-    const bool electronic_cash =
-        fitted_value(session.terminal, electronic_cash_indicator, 1)[0] == 0x01;
-    if (session.state.blocked) {
-        return CryptogramType::Aac;
+// The issuer's answer as the terminal passes it on: EMV book 4 annex A6. A list without 8A leaves it to
+// the issuer's authentication.
+void take_response_code(ApplicationSession& session, const std::vector<ListEntry>& list) {
+    constexpr Tag response_code = 0x8A;
+    if (std::ranges::find(list, response_code, &ListEntry::tag) == list.end()) {
+        return;
     }
-    if (requested == CryptogramType::Tc && electronic_cash && !pay_electronic_cash(session)) {
-        return CryptogramType::Arqc;
-    }
-    return requested;
-}
-
-CryptogramType second_type(const ApplicationSession& session, CryptogramType requested) {
-    const bool refused = session.issuer_authentication == CheckResult::Wrong ||
-                         session.state.blocked || session.card_state.blocked;
-    return refused ? CryptogramType::Aac : requested;
+    const Bytes code = fitted_value(session.terminal, response_code, 2);
+    session.unable_to_go_online = code[1] == '3' && (code[0] == 'Y' || code[0] == 'Z');
+    session.issuer_refuses |= !session.unable_to_go_online && !approves({code[0], code[1]});
 }
 
 CardAnswer answer(const ApplicationSession& session, const IssuedCryptogram& issued) {
@@ -76,9 +70,12 @@ CardAnswer generate_ac(ApplicationSession& session, const CardCommand& command) 
         return StatusWord::WrongLength;
     }
     take_values(*list, command.data, session.terminal);
-    return answer(session,
-                  first ? issue_first_cryptogram(session, first_type(session, *requested))
-                        : issue_second_cryptogram(session, second_type(session, *requested)));
+    append(session.dol_data, command.data);
+    if (first) {
+        return answer(session, issue_first_cryptogram(session, first_type(session, *requested)));
+    }
+    take_response_code(session, *list);
+    return answer(session, issue_second_cryptogram(session, second_type(session, *requested)));
 }
 
 }  // namespace quorrin::simulator

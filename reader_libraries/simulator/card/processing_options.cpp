@@ -1,3 +1,4 @@
+#include "reader_libraries/simulator/card/card_amounts.hpp"
 #include "reader_libraries/simulator/card/cryptogram_generation.hpp"
 #include "reader_libraries/simulator/card/electronic_cash.hpp"
 #include "reader_libraries/simulator/card/transaction_commands.hpp"
@@ -8,16 +9,61 @@ namespace {
 constexpr Tag command_template = 0x83;
 constexpr Tag terminal_qualifiers = 0x9F66;
 
-// Byte 1 of the terminal transaction qualifiers of PBOC.
-constexpr std::uint8_t offers_contactless_pboc = 0x40;
-constexpr std::uint8_t offers_quick_pboc = 0x20;
+// Terminal transaction qualifiers of PBOC book 12.
+namespace qualifier {
+constexpr std::uint8_t quick_pboc = 0x20;                    // byte 1
+constexpr std::uint8_t offline_only = 0x08;                  // byte 1
+constexpr std::uint8_t online_pin = 0x04;                    // byte 1
+constexpr std::uint8_t signature = 0x02;                     // byte 1
+constexpr std::uint8_t online_cryptogram_required = 0x80;    // byte 2
+constexpr std::uint8_t holder_verification_required = 0x40;  // byte 2
+}  // namespace qualifier
 
-// Where a terminal offers the whole transaction too, that is taken: its first GENERATE AC comes
-// later.
+// Card transaction qualifiers, 9F6C: what the card wants of the holder.
+constexpr std::uint8_t wants_online_pin = 0x80;  // byte 1
+constexpr std::uint8_t wants_signature = 0x40;   // byte 1
+
+// A terminal that offers quick PBOC gets it from a card that has it, whatever else it offers: PBOC book
+// 12 has the card prefer the path that ends with this command, because the card may leave the field
+// behind it.
 bool quick_wanted(const ApplicationSession& session) {
     const auto qualifiers = fitted_value(session.terminal, terminal_qualifiers, 4);
-    return session.application.quick && (qualifiers[0] & offers_quick_pboc) != 0 &&
-           (qualifiers[0] & offers_contactless_pboc) == 0;
+    return session.application.quick && (qualifiers[0] & qualifier::quick_pboc) != 0;
+}
+
+struct QuickOutcome {
+    CryptogramType type = CryptogramType::Aac;
+    std::uint8_t wanted_of_holder = 0;  // 9F6C byte 1
+};
+
+QuickOutcome decide_quick(ApplicationSession& session) {
+    const auto qualifiers = fitted_value(session.terminal, terminal_qualifiers, 4);
+    const auto has = [&](std::size_t byte, std::uint8_t bit) {
+        return (qualifiers[byte - 1] & bit) != 0;
+    };
+    const auto online =
+        has(1, qualifier::offline_only) ? CryptogramType::Aac : CryptogramType::Arqc;
+    if (session.state.blocked) {
+        return {};
+    }
+    if (has(2, qualifier::online_cryptogram_required)) {
+        return {CryptogramType::Arqc};
+    }
+    QuickOutcome outcome;
+    if (has(2, qualifier::holder_verification_required)) {
+        if (has(1, qualifier::online_pin)) {
+            return {online, wants_online_pin};
+        }
+        if (!has(1, qualifier::signature)) {
+            return {};
+        }
+        outcome.wanted_of_holder = wants_signature;
+    }
+    // An amount of zero asks for nothing but the card's word: it is not paid.
+    const bool payable = transaction_amount(session) != 0;
+    session.paid_electronically = payable && pay_electronic_cash(session);
+    outcome.type = session.paid_electronically ? CryptogramType::Tc : online;
+    return outcome;
 }
 
 CardAnswer options(const ApplicationProfile& application) {
@@ -33,10 +79,26 @@ CardAnswer options(const ApplicationProfile& application) {
     return data_object(0x77, value);
 }
 
-// The whole transaction in one answer: paid from electronic cash, else an ARQC.
+// The elements of the profile, with what the card wants of the holder in its qualifiers.
+Bytes quick_elements(const QuickProfile& quick, std::uint8_t wanted_of_holder) {
+    constexpr Tag card_qualifiers = 0x9F6C;
+    Bytes elements;
+    std::span<const std::uint8_t> rest = quick.elements;
+    while (const auto object = take_object(rest)) {
+        Bytes value(object->value.begin(), object->value.end());
+        if (object->tag == card_qualifiers && !value.empty()) {
+            value[0] |= wanted_of_holder;
+        }
+        append(elements, data_object(object->tag, value));
+    }
+    return elements;
+}
+
+// The whole transaction in one answer: paid from electronic cash, else an ARQC, which ends the card's
+// part; nothing of the issuer comes back to it.
 CardAnswer quick_transaction(ApplicationSession& session) {
-    const auto type = pay_electronic_cash(session) ? CryptogramType::Tc : CryptogramType::Arqc;
-    const auto issued = issue_first_cryptogram(session, type);
+    const QuickOutcome outcome = decide_quick(session);
+    const auto issued = issue_quick_cryptogram(session, outcome.type);
     Bytes value = data_object(0x82, session.application.interchange_profile);
     if (!session.application.file_locator.empty()) {
         append(value, data_object(0x94, session.application.file_locator));
@@ -44,7 +106,7 @@ CardAnswer quick_transaction(ApplicationSession& session) {
     append(value, data_object(0x9F36, issued.atc));
     append(value, data_object(0x9F26, issued.cryptogram));
     append(value, data_object(0x9F10, issued.issuer_data));
-    append(value, session.application.quick->elements);
+    append(value, quick_elements(*session.application.quick, outcome.wanted_of_holder));
     return data_object(0x77, value);
 }
 
@@ -55,8 +117,7 @@ CardAnswer get_processing_options(ApplicationSession& session, const CardCommand
     if (command.parameters() != 0) {
         return StatusWord::WrongParameters;
     }
-    if (session.state.blocked || session.stage != TransactionStage::Selected ||
-        session.state.atc == last_atc) {
+    if (session.stage != TransactionStage::Selected || session.state.atc == last_atc) {
         return StatusWord::ConditionsNotSatisfied;
     }
     auto rest = command.data;
@@ -69,6 +130,7 @@ CardAnswer get_processing_options(ApplicationSession& session, const CardCommand
         return StatusWord::WrongLength;
     }
     take_values(pdol, delivered->value, session.terminal);
+    append(session.dol_data, delivered->value);
     ++session.state.atc;
     session.stage = TransactionStage::OptionsGiven;
     return quick_wanted(session) ? quick_transaction(session) : options(session.application);

@@ -66,7 +66,7 @@ class ProfileCard final : public CardDevice {
         if (!command) {
             return StatusWord::WrongLength;
         }
-        if (state_.blocked) {
+        if (state_.blocked && !ends_transaction(*command)) {
             return StatusWord::FunctionNotSupported;
         }
         const auto row = std::ranges::find_if(rows, [&](const Row& each) {
@@ -78,6 +78,12 @@ class ProfileCard final : public CardDevice {
                                : StatusWord::ClassNotSupported;
         }
         return (this->*row->handler)(*command);
+    }
+
+    // A card that is blocked in mid-transaction still ends it, with an AAC.
+    [[nodiscard]] bool ends_transaction(const CardCommand& command) const {
+        return session_ && session_->stage == TransactionStage::Online &&
+               command.ins == instruction::generate_ac;
     }
 
     CardAnswer select(const CardCommand& command) {
@@ -110,13 +116,9 @@ class ProfileCard final : public CardDevice {
         const ApplicationProfile& application = profile_.applications[index];
         ApplicationState& state = state_.applications[index];
         session_.emplace(ApplicationSession{profile_, application, state_, state});
-        if (!state.blocked) {
-            return application_fci(application);
-        }
-        // A blocked application gives no more cryptograms, so the issuer seals its unblocking with
-        // the last one that there was.
-        session_->script_macs.emplace(session_->script_context(), application.keys.mac);
-        return CardAnswer(application_fci(application), StatusWord::SelectedFileInvalidated);
+        return CardAnswer(application_fci(application), state.blocked
+                                                            ? StatusWord::SelectedFileInvalidated
+                                                            : StatusWord::Success);
     }
 
     CardAnswer read_record(const CardCommand& command) {

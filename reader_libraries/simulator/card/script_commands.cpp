@@ -6,6 +6,7 @@
 #include "reader_libraries/simulator/card/electronic_cash.hpp"
 #include "reader_libraries/simulator/card/record_reading.hpp"
 #include "reader_libraries/simulator/card/transaction_log.hpp"
+#include "reader_libraries/simulator/card/verification_results.hpp"
 
 namespace quorrin::simulator {
 namespace {
@@ -17,9 +18,26 @@ constexpr std::uint8_t counter_only = 0x00;
 constexpr std::uint8_t new_pin_under_current = 0x01;
 constexpr std::uint8_t new_pin_alone = 0x02;
 
+// As many as the profile says end what the cryptogram opened.
+StatusWord wrong_mac(ApplicationSession& session) {
+    ++session.wrong_script_macs;
+    if (session.application.script_mac_failures != 0 &&
+        session.wrong_script_macs >= session.application.script_mac_failures) {
+        session.script_macs.reset();
+    }
+    return StatusWord::SecureMessagingWrong;
+}
+
+// A blocked application takes its unblocking, and that once under a cryptogram: EMV book 3 section
+// 6.5.1 and 6.5.2.
+bool taken_while_blocked(const ApplicationSession& session, const CardCommand& command) {
+    return !session.state.blocked ||
+           (command.ins == instruction::application_unblock && !session.unblocked);
+}
+
 // The command without its MAC. Refused, and why, where the MAC is not right.
 std::optional<StatusWord> refusal(ApplicationSession& session, const CardCommand& command) {
-    if (!session.script_macs) {
+    if (!session.script_macs || !taken_while_blocked(session, command)) {
         return StatusWord::ConditionsNotSatisfied;
     }
     if (command.data.size() < mac_size) {
@@ -29,7 +47,7 @@ std::optional<StatusWord> refusal(ApplicationSession& session, const CardCommand
                                              static_cast<std::uint8_t>(command.data.size())};
     if (!session.script_macs->accept(header, command.data.first(command.data.size() - mac_size),
                                      command.data.last(mac_size))) {
-        return StatusWord::SecureMessagingWrong;
+        return wrong_mac(session);
     }
     return std::nullopt;
 }
@@ -110,6 +128,9 @@ CardAnswer update_record(ApplicationSession& session, const CardCommand& command
     if (record == session.state.records.end()) {
         return StatusWord::RecordNotFound;
     }
+    if (data.empty()) {
+        return StatusWord::WrongLength;
+    }
     record->second.assign(data.begin(), data.end());
     return StatusWord::Success;
 }
@@ -120,6 +141,7 @@ CardAnswer perform(ApplicationSession& session, const CardCommand& command,
         case instruction::application_block:
             return set_blocked(session.state.blocked, true, command, data);
         case instruction::application_unblock:
+            session.unblocked = true;
             return set_blocked(session.state.blocked, false, command, data);
         case instruction::card_block:
             return set_blocked(session.card_state.blocked, true, command, data);
@@ -146,6 +168,9 @@ void count_command(ApplicationState& state, StatusWord result) {
 }  // namespace
 
 CardAnswer script_command(ApplicationSession& session, const CardCommand& command) {
+    if (session.script_macs) {
+        count_scripts_afresh(session);
+    }
     if (const auto refused = refusal(session, command)) {
         session.state.script_failed = true;
         return *refused;

@@ -49,10 +49,14 @@ std::string changed_records(const RecordFiles& issued, const RecordFiles& record
     return toml_list(texts);
 }
 
+const char* boolean(bool value) {
+    return value ? "true" : "false";
+}
+
 void write_application(std::ostream& out, const ApplicationProfile& profile,
                        const ApplicationState& state) {
     out << "\n[" << hex_text(profile.aid) << "]  # by its AID\n"
-        << "blocked = " << (state.blocked ? "true" : "false") << "\n"
+        << "blocked = " << boolean(state.blocked) << "\n"
         << "atc = " << state.atc << "\n"
         << "last_online_atc = " << state.last_online_atc << "\n";
     if (profile.pin_try_limit != 0) {
@@ -60,9 +64,20 @@ void write_application(std::ostream& out, const ApplicationProfile& profile,
             << "pin_tries = " << static_cast<unsigned>(state.pin_tries) << "\n";
     }
     out << "last_arqc = \"" << hex_text(state.last_arqc) << "\"\n"
-        << "online_incomplete = " << (state.online_incomplete ? "true" : "false") << "\n"
+        << "online_incomplete = " << boolean(state.online_incomplete) << "\n"
+        << "issuer_authentication_failed = " << boolean(state.issuer_authentication_failed) << "\n"
+        << "issuer_authentication_missing = " << boolean(state.issuer_authentication_missing)
+        << "\n"
+        << "static_authentication_failed = " << boolean(state.static_authentication_failed) << "\n"
+        << "dynamic_authentication_failed = " << boolean(state.dynamic_authentication_failed)
+        << "\n"
+        << "go_online_next = " << boolean(state.go_online_next) << "\n"
+        << "offline_abroad = " << static_cast<unsigned>(state.offline_abroad) << "\n"
+        << "offline_foreign = " << static_cast<unsigned>(state.offline_foreign) << "\n"
+        << "offline_amount = " << state.offline_amount << "\n"
+        << "offline_converted_amount = " << state.offline_converted_amount << "\n"
         << "script_commands = " << static_cast<unsigned>(state.script_commands) << "\n"
-        << "script_failed = " << (state.script_failed ? "true" : "false") << "\n"
+        << "script_failed = " << boolean(state.script_failed) << "\n"
         << "data = " << data_list(state.data) << "\n"
         << "records = " << changed_records(profile.records, state.records) << "\n"
         << "log = " << hex_list(state.transaction_log) << "\n"
@@ -141,6 +156,21 @@ void read_application(const Section& section, const ApplicationProfile& profile,
     read_pin(section, profile, state);
     std::ranges::copy(section.hex("last_arqc", state.last_arqc.size()), state.last_arqc.begin());
     state.online_incomplete = section.boolean("online_incomplete");
+    // Files of earlier versions do not have these.
+    const auto flag = [&](std::string_view key) {
+        return section.optional_boolean(key).value_or(false);
+    };
+    state.issuer_authentication_failed = flag("issuer_authentication_failed");
+    state.issuer_authentication_missing = flag("issuer_authentication_missing");
+    state.static_authentication_failed = flag("static_authentication_failed");
+    state.dynamic_authentication_failed = flag("dynamic_authentication_failed");
+    state.go_online_next = flag("go_online_next");
+    constexpr std::uint64_t most = 1'000'000'000'000'000;
+    state.offline_abroad = number_field_or<std::uint8_t>(section, "offline_abroad", 0, 0xFF, 0);
+    state.offline_foreign = number_field_or<std::uint8_t>(section, "offline_foreign", 0, 0xFF, 0);
+    state.offline_amount = number_field_or<std::uint64_t>(section, "offline_amount", 0, most, 0);
+    state.offline_converted_amount =
+        number_field_or<std::uint64_t>(section, "offline_converted_amount", 0, most, 0);
     state.script_commands = number_field<std::uint8_t>(section, "script_commands", 0, 0xFF);
     state.script_failed = section.boolean("script_failed");
     read_data(section, profile, state);
@@ -202,7 +232,7 @@ bool write_state(const CardProfile& profile, const CardState& state,
                  const std::filesystem::path& file) {
     std::ostringstream text;
     text << "# What a simulated card remembers. Delete this file to issue the card anew.\n"
-         << "card_blocked = " << (state.blocked ? "true" : "false") << "\n";
+         << "card_blocked = " << boolean(state.blocked) << "\n";
     for (std::size_t i = 0; i < profile.applications.size(); ++i) {
         write_application(text, profile.applications[i], state.applications[i]);
     }

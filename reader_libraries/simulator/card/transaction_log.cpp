@@ -25,10 +25,29 @@ void add_record(std::vector<Bytes>& records, std::size_t capacity, Bytes record)
 
 }  // namespace
 
-void log_transaction(ApplicationSession& session) {
-    if (const auto& log = session.application.transaction_log) {
-        add_record(session.state.transaction_log, log->capacity, fields_of(session, *log));
+void log_transaction(ApplicationSession& session, bool declined) {
+    const auto& log = session.application.transaction_log;
+    if (!log || (declined && !log->declined_too)) {
+        return;
     }
+    auto& records = session.state.transaction_log;
+    session.logged.emplace();
+    if (records.size() == log->capacity) {
+        session.logged->displaced = records.back();
+    }
+    add_record(records, log->capacity, fields_of(session, *log));
+}
+
+void take_back_log(ApplicationSession& session) {
+    if (!session.logged || session.application.transaction_log->declined_too) {
+        return;
+    }
+    auto& records = session.state.transaction_log;
+    records.erase(records.begin());
+    if (session.logged->displaced) {
+        records.push_back(*session.logged->displaced);
+    }
+    session.logged.reset();
 }
 
 void log_load(ApplicationSession& session, Tag tag, const Bytes& before, const Bytes& after) {

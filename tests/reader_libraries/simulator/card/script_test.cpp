@@ -35,20 +35,38 @@ TEST_F(CardScript, BlocksTheApplicationAndUnblocksItInTheSameTransaction) {
     const Bytes fci = terminal.select(first_aid).data;
     EXPECT_EQ(terminal.select(first_aid).status, 0x6283U);
     EXPECT_EQ(expect_element(fci, "84"), first_aid);
-    EXPECT_EQ(terminal.get_options().status, 0x6985U);
-    EXPECT_EQ(terminal.data_value("9F36"), hex("0011"));
+    EXPECT_EQ(terminal.get_options().status, 0x9000U);
+    EXPECT_EQ(terminal.data_value("9F36"), hex("0012"));
     // The other application is not concerned.
     EXPECT_EQ(terminal.select(second_aid).status, 0x9000U);
     EXPECT_EQ(terminal.get_options().status, 0x9000U);
 }
 
-TEST_F(CardScript, UnblocksABlockedApplicationLaterUnderItsLastCryptogram) {
-    const auto unblock = answer_with({bank::application_unblock()});
+// EMV book 3 section 6.5.2 and 6.5.5: a blocked application gives AACs, and takes its unblocking alone.
+TEST_F(CardScript, UnblocksABlockedApplicationLaterUnderAnAac) {
+    const auto under_the_arqc = answer_with({bank::application_unblock()});
     run({bank::application_block()});
     terminal.card().power_off();
     terminal.card().power_on();
     EXPECT_EQ(terminal.select(first_aid).status, 0x6283U);
-    EXPECT_EQ(terminal.run_scripts(unblock).at(0).status, 0x9000U);
+    EXPECT_EQ(terminal.run_scripts(under_the_arqc).at(0).status, 0x6985U);
+    EXPECT_EQ(terminal.get_options().status, 0x9000U);
+    terminal.read_records();
+    EXPECT_EQ(terminal.run_scripts(under_the_arqc).at(0).status, 0x6985U);
+    EXPECT_EQ(terminal.generate_ac(0x80).status, 0x9000U);
+    EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), hex("00"));
+    EXPECT_EQ(terminal.run_scripts(under_the_arqc).at(0).status, 0x6988U);
+    // Sealed rightly, but not what a blocked application takes; it does not move the chain.
+    EXPECT_EQ(run({bank::put_data(0x9F79, hex("000000020000"))}), Statuses{0x6985});
+    EXPECT_EQ(terminal.data_value("9F79"), hex("000000010000"));
+    EXPECT_EQ(
+        run({bank::application_unblock(), bank::application_block(), bank::application_unblock()}),
+        (Statuses{0x9000, 0x9000, 0x6985}))
+        << "once under a cryptogram";
+    terminal.select(first_aid);
+    terminal.get_options();
+    terminal.generate_ac(0x40);
+    EXPECT_EQ(run({bank::application_unblock()}), Statuses{0x9000});
     EXPECT_EQ(terminal.select(first_aid).status, 0x9000U);
     EXPECT_EQ(terminal.get_options().status, 0x9000U);
 }
@@ -57,6 +75,34 @@ TEST_F(CardScript, GivesOnlyAnAacOnceItIsBlocked) {
     run({bank::application_block()});
     EXPECT_EQ(terminal.generate_ac(0x40).status, 0x9000U);
     EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), hex("00"));
+}
+
+TEST_F(CardScript, EndsTheTransactionWithAnAacOnceTheCardIsBlocked) {
+    EXPECT_EQ(run({bank::card_block()}), Statuses{0x9000});
+    EXPECT_EQ(terminal.generate_ac(0x40).status, 0x9000U);
+    EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), hex("00"));
+    EXPECT_EQ(terminal.generate_ac(0x40).status, 0x6A81U);
+    EXPECT_EQ(terminal.select(first_aid).status, 0x6A81U);
+}
+
+TEST_F(CardScript, EndsAfterAsManyWrongMacsAsTheProfileSays) {
+    Terminal strict(card_of(
+        changed(test_profile(), "pin_tries = 3", "pin_tries = 3\nscript_mac_failures = 2")));
+    strict.purchase(first_aid);
+    const bank::Decision decision{.authorisation_code = {},
+                                  .status_update = {},
+                                  .proprietary_data = {},
+                                  .scripts = {{.phase = bank::ScriptPhase::AfterFinalCryptogram,
+                                               .identifier = {},
+                                               .commands = {bank::application_block()}}}};
+    const auto answer = bank::answer_online(test_bank(), strict.online_request(), decision);
+    Bytes wrong = expect_element(answer.issuer_data, "86");
+    wrong.back() ^= 0x01;
+    EXPECT_EQ(strict.send(wrong).status, 0x6988U);
+    EXPECT_EQ(strict.send(wrong).status, 0x6988U);
+    EXPECT_EQ(strict.run_scripts(answer).at(0).status, 0x6985U);
+    strict.purchase(first_aid);
+    EXPECT_EQ(expect_element(strict.cryptogram_answer, "9F10").at(6) & 0x08, 0x08);
 }
 
 TEST_F(CardScript, BlocksTheCardForGood) {
@@ -255,6 +301,9 @@ TEST_F(CardScript, IsCountedInTheNextVerificationResults) {
     terminal.purchase(first_aid);
     EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F10").at(6), 0x28);
     EXPECT_TRUE(answer().cryptogram_right);
+    terminal.purchase(first_aid);
+    EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F10").at(6), 0x28) << "not online since";
+    terminal.authenticate(answer());
     terminal.purchase(first_aid);
     EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F10").at(6), 0x00);
 }

@@ -192,7 +192,42 @@ TEST_F(QuickCard, GoesOnlineAboveItsLimits) {
     terminal.cryptogram_answer = terminal.options;
     const auto answer = bank::answer_online(test_bank(), terminal.online_request());
     EXPECT_TRUE(answer.cryptogram_right) << answer.reason;
-    EXPECT_EQ(terminal.authenticate(answer).status, 0x9000U);
+    EXPECT_EQ(terminal.authenticate(answer).status, 0x6985U) << "the card's part has ended";
+    EXPECT_EQ(terminal.generate_ac(0x40).status, 0x6985U);
+}
+
+TEST_F(QuickCard, ObeysTheTerminalsQualifiers) {
+    struct Row {
+        const char* qualifiers;
+        const char* amount;
+        const char* currency;
+        std::uint8_t type;        // of the cryptogram, in byte 2 of the verification results
+        const char* of_the_card;  // 9F6C
+    };
+    constexpr Row rows[] = {
+        {"20000000", "000000000100", "0156", 0x90, "0000"},
+        {"F4000000", "000000000100", "0156", 0x90,
+         "0000"},  // quick comes before what else is offered
+        {"20800000", "000000000100", "0156", 0xA0, "0000"},  // an online cryptogram is required
+        {"28800000", "000000000100", "0156", 0xA0, "0000"},
+        {"28000000", "000000900000", "0156", 0x80, "0000"},  // offline only
+        {"20000000", "000000000100", "0840", 0xA0, "0000"},  // another currency
+        {"28000000", "000000000100", "0840", 0x80, "0000"},
+        {"20000000", "000000000000", "0156", 0xA0, "0000"},  // nothing to pay
+        {"22400000", "000000000100", "0156", 0x90, "4000"},  // holder verification: signature
+        {"26400000", "000000000100", "0156", 0xA0, "8000"},  // or the PIN, online
+        {"20400000", "000000000100", "0156", 0x80, "0000"},  // and neither
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.qualifiers) + " " + row.amount + " " + row.currency);
+        terminal.values["9F66"] = hex(row.qualifiers);
+        terminal.values["9F02"] = hex(row.amount);
+        terminal.values["5F2A"] = hex(row.currency);
+        terminal.select(aid);
+        EXPECT_EQ(terminal.get_options().status, 0x9000U);
+        EXPECT_EQ(type_bits(), row.type);
+        EXPECT_EQ(expect_element(terminal.options, "9F6C"), hex(row.of_the_card));
+    }
 }
 
 // ---- the page on profiles ----

@@ -87,7 +87,6 @@ TEST_F(CardState, IsReadAgainAtPowerOn) {
 TEST_F(CardState, KeepsBlocksAndPins) {
     Terminal first(load());
     first.purchase(first_aid);
-    const auto unblock = answer(first, {bank::application_unblock()});
     for (const auto& reply : first.run_scripts(
              answer(first, {bank::pin_change("998877"), bank::application_block()}))) {
         EXPECT_EQ(reply.status, 0x9000U);
@@ -95,7 +94,11 @@ TEST_F(CardState, KeepsBlocksAndPins) {
     Terminal second(load());
     EXPECT_EQ(second.select(first_aid).status, 0x6283U);
     EXPECT_EQ(second.send("0020008008 26998877FFFFFFFF").status, 0x9000U);
-    EXPECT_EQ(second.run_scripts(unblock).at(0).status, 0x9000U);
+    second.get_options();
+    second.read_records();
+    second.generate_ac(0x80);
+    EXPECT_EQ(second.run_scripts(answer(second, {bank::application_unblock()})).at(0).status,
+              0x9000U);
     second.purchase(first_aid);
     second.run_scripts(answer(second, {bank::card_block()}));
     Terminal third(load());

@@ -122,7 +122,7 @@ Terminal::Terminal(std::unique_ptr<simulator::CardDevice> card) : card_(std::mov
         {"9F21", hex("101530")},
         {"8A", text_bytes("00")},
         {"9F7A", hex("00")},
-        {"9F66", hex("F4000000")},
+        {"9F66", hex("D4000000")},  // all but quick PBOC
         {"DF69", hex("01")},
         {"9F4E", text_bytes("TEST SHOP           ")},
     };

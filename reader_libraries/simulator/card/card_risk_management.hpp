@@ -1,0 +1,22 @@
+// What the card itself decides about a transaction: EMV book 3 section 10.8, PBOC book 5 on card risk
+// management and completion.
+#pragma once
+
+#include "reader_libraries/simulator/card/application_session.hpp"
+#include "reader_libraries/simulator/card/cryptogram_generation.hpp"
+
+namespace quorrin::simulator {
+
+// A terminal may be refused more than it asks for, never less: TC, then ARQC, then AAC. Both note in
+// the session what they have found.
+CryptogramType first_type(ApplicationSession& session, CryptogramType requested);
+CryptogramType second_type(ApplicationSession& session, CryptogramType requested);
+
+// Whether a response code (8A) completes the transaction: ISO 8583 codes 00, 10 and 11.
+bool approves(const cryptography::ResponseCode& code);
+
+// A transaction that is approved offline counts against the limits until one is completed online.
+void count_offline(ApplicationSession& session);
+void reset_offline_counters(ApplicationState& state);
+
+}  // namespace quorrin::simulator
