@@ -152,9 +152,16 @@ void TraceFile::append(std::string_view line) {
         if (!open_now()) {
             return;
         }
-    } else if (rotate_at_ != 0 && now.st_size > 0 &&
-               static_cast<std::uint64_t>(now.st_size) + line.size() > rotate_at_ && !rotate(now)) {
-        return;
+    }
+    const auto is_full = [&] {
+        return rotate_at_ != 0 && fstat(file_, &now) == 0 && now.st_size > 0 &&
+               static_cast<std::uint64_t>(now.st_size) + line.size() > rotate_at_;
+    };
+    // Another process may have rotated already, and filled the new file.
+    for (int attempt = 0; attempt < 2 && is_full(); ++attempt) {
+        if (!rotate(now)) {
+            return;
+        }
     }
     write_line(line);
 }

@@ -132,7 +132,7 @@ void CardMasking::exchange(View command, View answer, KnownSecrets& secrets,
         answer_mask.hide(0, answer.size());
     }
     // What was learned from this answer may stand in this very command.
-    secrets.hide_in(command.subspan(std::min(command.size(), header_size)), command_mask);
+    secrets.hide_in(command, command_mask);
     secrets.hide_in(data, answer_mask);
 }
 

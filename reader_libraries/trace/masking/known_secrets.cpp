@@ -66,6 +66,28 @@ void KnownSecrets::mark_starts() {
     }
 }
 
+// Hides a part that was found and what of the whole account number stands before and behind it. Part and
+// places count in digits.
+template <typename DigitAt, typename Hide>
+void KnownSecrets::hide_around(std::size_t start, std::size_t from, std::size_t size,
+                               DigitAt&& digit_at_place, Hide&& hide) const {
+    for (std::size_t i = 0; i < part; ++i) {
+        hide(start + i);
+    }
+    for (std::size_t before = 1; before <= std::min(start, from); ++before) {
+        if (digit_at_place(start - before) != account_[from - before]) {
+            break;
+        }
+        hide(start - before);
+    }
+    for (std::size_t i = part; start + i < size && from + i < account_size_; ++i) {
+        if (digit_at_place(start + i) != account_[from + i]) {
+            break;
+        }
+        hide(start + i);
+    }
+}
+
 // Looks for the digits of the account from `from` on at byte `at`, in each way of writing them.
 void KnownSecrets::hide_part(std::span<const std::uint8_t> data, std::size_t at, std::size_t from,
                              DigitMask& mask) const {
@@ -80,17 +102,22 @@ void KnownSecrets::hide_part(std::span<const std::uint8_t> data, std::size_t at,
             ++equal;
         }
         if (equal == part) {
-            const std::size_t first = start - std::min(start, from);
-            const std::size_t end = std::min(start + account_size_ - from, 2 * data.size());
-            for (std::size_t i = first; i < end; ++i) {
-                mask.hide_digit(i);
-            }
+            hide_around(
+                start, from, 2 * data.size(),
+                [data](std::size_t index) { return digit_at(data, index); },
+                [&mask](std::size_t index) { mask.hide_digit(index); });
         }
     }
-    if (at + part <= data.size() &&
-        std::equal(sought.begin(), sought.end(), data.begin() + static_cast<std::ptrdiff_t>(at),
-                   [](std::uint8_t digit, std::uint8_t byte) { return byte == '0' + digit; })) {
-        mask.hide(at - std::min(at, from), at + account_size_ - from);
+    const auto text_digit = [data](std::size_t index) {
+        return static_cast<std::uint8_t>(data[index] - '0');
+    };
+    std::size_t equal = 0;
+    while (equal < part && at + equal < data.size() && text_digit(at + equal) == sought[equal]) {
+        ++equal;
+    }
+    if (equal == part) {
+        hide_around(at, from, data.size(), text_digit,
+                    [&mask](std::size_t index) { mask.hide(index, index + 1); });
     }
 }
 

@@ -35,6 +35,9 @@ class KnownSecrets {
 
     void hide_part(std::span<const std::uint8_t> data, std::size_t at, std::size_t from,
                    DigitMask& mask) const;
+    template <typename DigitAt, typename Hide>
+    void hide_around(std::size_t start, std::size_t from, std::size_t size,
+                     DigitAt&& digit_at_place, Hide&& hide) const;
     void mark_starts();
 
     std::array<std::uint8_t, longest_account> account_{};  // a digit each
