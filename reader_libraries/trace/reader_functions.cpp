@@ -17,6 +17,7 @@
 #include "quorrin/device_codes.h"
 #include "reader_libraries/trace/next_reader.hpp"
 #include "reader_libraries/trace/recorder.hpp"
+#include "reader_libraries/trace/unnoticed.hpp"
 
 using namespace quorrin::trace;
 
@@ -43,6 +44,7 @@ std::int64_t pass_on(Call call, Function ReaderFunctions::*function, FillIn&& fi
                      Arguments... arguments) {
     Function next = nullptr;
     try {
+        const Unnoticed unnoticed;
         next = next_reader().*function;
         recorder();  // the first call pays for the set-up, not the measured one
     } catch (...) {

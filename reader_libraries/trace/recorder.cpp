@@ -1,38 +1,17 @@
 #include "reader_libraries/trace/recorder.hpp"
 
-#include <pthread.h>
 #include <sys/random.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <ctime>
+
+#include "reader_libraries/trace/unnoticed.hpp"
 
 namespace quorrin::trace {
 namespace {
 
 thread_local bool is_recording = false;
-
-// A host notices nothing of the recording: errno is what the reader library left, and a thread that
-// the host ends (pthread_cancel) does not end in here.
-class Unnoticed {
-  public:
-    Unnoticed() : errno_(errno) {
-        is_recording = true;
-        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelling_);
-    }
-    ~Unnoticed() {
-        pthread_setcancelstate(cancelling_, nullptr);
-        is_recording = false;
-        errno = errno_;
-    }
-    Unnoticed(const Unnoticed&) = delete;
-    Unnoticed& operator=(const Unnoticed&) = delete;
-
-  private:
-    int errno_;
-    int cancelling_ = 0;
-};
 
 }  // namespace
 
@@ -73,6 +52,7 @@ void Recorder::record(const Call& call) noexcept {
     if (is_recording) {
         return;
     }
+    is_recording = true;
     const Unnoticed unnoticed;
     try {
         const std::scoped_lock lock(mutex_);
@@ -101,6 +81,7 @@ void Recorder::record(const Call& call) noexcept {
         file_.append(writer_.line(call, origin, ++sequence_, shown));
     } catch (...) {  // a lock that cannot be taken: the call goes unrecorded
     }
+    is_recording = false;
 }
 
 void Recorder::before_fork() {

@@ -318,6 +318,7 @@ TEST_F(PassThrough, StopsWhatIsThrownBehindIt) {
 }
 
 TEST_F(PassThrough, LetsAThreadBeEndedInTheReaderLibrary) {
+    alarm(60);  // a thread that cannot be ended would never be joined
     reader().close = []() -> std::int64_t {
         for (;;) {
             pause();  // where a thread can be ended
@@ -335,6 +336,7 @@ TEST_F(PassThrough, LetsAThreadBeEndedInTheReaderLibrary) {
     pthread_cancel(thread);
     void* ended = nullptr;
     pthread_join(thread, &ended);
+    alarm(0);
     EXPECT_EQ(ended, PTHREAD_CANCELED);
     reader().close = [] { return std::int64_t{0}; };
     EXPECT_EQ(recorder().close(), 0);
@@ -408,9 +410,11 @@ TEST_F(PassThrough, LosesNoWholeLineWhenTheProcessIsKilled) {
             recorder().close();
         }
     }
+    alarm(60);
     while (std::filesystem::file_size(recorder().file) < size + 100'000) {
         std::this_thread::yield();
     }
+    alarm(0);
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     const Trace trace = read_trace(recorder().file);
