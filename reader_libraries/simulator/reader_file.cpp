@@ -5,6 +5,7 @@
 
 #include "quorrin/device_codes.h"
 #include "reader_libraries/simulator/card/profile_card.hpp"
+#include "reader_libraries/simulator/trace_card.hpp"
 
 namespace quorrin::simulator {
 namespace {
@@ -54,6 +55,18 @@ std::unique_ptr<CardDevice> read_card(const Section& slot, ReaderSetup& setup) {
         return load_card_file(file);
     } catch (const ConfigurationMissing& missing) {
         slot.fail("profile", missing.what());
+    }
+}
+
+// A recording takes the card's place, and speaks the protocol that the card spoke.
+std::unique_ptr<CardDevice> read_recording(const Section& slot, std::size_t index,
+                                           ReaderSetup& setup) {
+    const std::filesystem::path file = slot.directory() / slot.text("trace");
+    setup.profiles.push_back(file);
+    try {
+        return load_trace_card(file, index);
+    } catch (const ConfigurationMissing& missing) {
+        slot.fail("trace", missing.what());
     }
 }
 
@@ -283,6 +296,10 @@ ReaderSetup read_reader_file(const std::filesystem::path& file) {
     }
     for (std::size_t i = 0; i < slot_count; ++i) {
         if (const auto slot = root.optional_section(slot_rows[i].name)) {
+            if (slot->has("trace")) {
+                setup.slots[i].card = read_recording(*slot, i, setup);
+                continue;
+            }
             setup.slots[i].card = read_card(*slot, setup);
             setup.slots[i].t0 = read_t0(*slot);
         }

@@ -309,7 +309,9 @@ void CardMasking::mask_objects(View data, bool more_follows, KnownSecrets& secre
             return;
         }
     }
-    hide(walk.position(), chain.size());
+    if (!more_follows || !walk.ends_in_header()) {
+        hide(walk.position(), chain.size());
+    }
 }
 
 // An entry of a transaction log has no tags: its fields are those of the log's format.

@@ -13,7 +13,10 @@ struct Header {
     std::uint32_t tag = 0;
     std::size_t size = 0;    // of tag and length; 0 when broken or cut
     std::size_t length = 0;  // of the value
+    bool is_cut = false;     // the data end before it does
 };
+constexpr Header broken{};
+constexpr Header cut{.is_cut = true};
 
 Header read_header(std::span<const std::uint8_t> data) {
     Header header;
@@ -21,21 +24,27 @@ Header read_header(std::span<const std::uint8_t> data) {
     header.tag = data[at++];
     if ((header.tag & 0x1F) == 0x1F) {
         do {
-            if (at == data.size() || at == longest_tag) {
-                return {};
+            if (at == data.size()) {
+                return cut;
+            }
+            if (at == longest_tag) {
+                return broken;
             }
             header.tag = header.tag << 8 | data[at];
         } while ((data[at++] & 0x80) != 0);
     }
     if (at == data.size()) {
-        return {};
+        return cut;
     }
     const std::uint8_t first = data[at++];
     header.length = first;
     if (first >= 0x80) {
         const std::size_t further = first & 0x7F;
-        if (further == 0 || further > 2 || data.size() - at < further) {
-            return {};
+        if (further == 0 || further > 2) {
+            return broken;
+        }
+        if (data.size() - at < further) {
+            return cut;
         }
         header.length = 0;
         for (std::size_t i = 0; i < further; ++i) {
@@ -72,6 +81,7 @@ bool ElementWalk::next(Element& element) {
         }
         const Header header = read_header(data_.subspan(position_));
         if (header.size == 0) {
+            ends_in_header_ = header.is_cut;
             return false;
         }
         const std::size_t value = position_ + header.size;

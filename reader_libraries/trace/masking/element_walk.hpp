@@ -27,6 +27,9 @@ class ElementWalk {
     // What lies before has been reported. At the end of the data, when all of it was understood.
     std::size_t position() const { return position_; }
 
+    // The data ended within a tag or a length, which start at the position.
+    bool ends_in_header() const { return ends_in_header_; }
+
   private:
     static constexpr std::size_t deepest = 8;
 
@@ -34,6 +37,7 @@ class ElementWalk {
     std::size_t position_ = 0;
     std::array<std::size_t, deepest> ends_{};  // of the templates around the position
     std::size_t depth_ = 0;
+    bool ends_in_header_ = false;
 };
 
 }  // namespace quorrin::trace

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "reader_libraries/trace/masking/card_masking.hpp"
+#include "reader_libraries/trace/masking/element_rules.hpp"
 #include "tests/support/bytes.hpp"
 
 namespace quorrin::trace {
@@ -195,6 +198,30 @@ constexpr CommandCase command_cases[] = {
 INSTANTIATE_TEST_SUITE_P(Masking, MaskedCommand, testing::ValuesIn(command_cases),
                          [](const auto& row) { return row.param.name; });
 
+TEST(Masking, MasksTheElementsThatThePageNames) {
+    std::ifstream page(QUORRIN_TRACES_PAGE);
+    const std::string text{std::istreambuf_iterator<char>(page), {}};
+    const auto start = text.find("- Data objects go by tag:");
+    ASSERT_NE(start, std::string::npos);
+    const std::string item = text.substr(start, text.find("\n- ", start + 1) - start);
+    std::set<std::uint32_t> named;
+    std::istringstream words(item);
+    for (std::string word; words >> word;) {
+        const auto end = word.find_first_not_of("0123456789ABCDEF");
+        if (end != 0 && (end == std::string::npos ||
+                         word.find_first_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos)) {
+            named.insert(static_cast<std::uint32_t>(std::stoul(word, nullptr, 16)));
+        }
+    }
+    std::set<std::uint32_t> masked;
+    for (const ElementRule& row : element_rules()) {
+        if (row.rule != Rule::open) {
+            masked.insert(row.tag);
+        }
+    }
+    EXPECT_EQ(named, masked);
+}
+
 // ---- what earlier answers say about later data ----
 
 constexpr char select_with_lists[] = "00A4040007A0000003330101";
@@ -314,8 +341,7 @@ TEST(Masking, FollowsAnAnswerOfSingleBytes) {
         const std::string more = i + 3 < record.size() ? "6101" : "9000";
         all += card.answer("00C0000001", test::to_hex(byte) + more).substr(0, 2);
     }
-    // A tag or length byte alone is not understood yet.
-    EXPECT_EQ(all, without_blanks("** 0E ** 08 **************** **** 01 01"));
+    EXPECT_EQ(all, without_blanks("70 0E 5A 08 **************** 5F34 01 01"));
 }
 
 TEST(Masking, FollowsPortionsThatBringDataWithTheFirstAnswer) {
