@@ -86,13 +86,8 @@ const Table& table() {
     return made;
 }
 
-// Tags that every issuer and scheme may use in its own way: in another's data they have other lengths.
-bool is_proprietary(std::uint32_t tag) {
-    const bool is_df = tag > 0xFF && (tag >> 8 == 0xDF || tag >> 16 == 0xDF);
-    return is_df || (tag >= 0x9F50 && tag <= 0x9F7F) || (tag >= 0xC0 && tag <= 0xFE);
-}
-
-// Where a length is asked for and the row has another. The store's own rows and those of a known kernel
+// Where a length is asked for and a row of a proprietary tag has another: in another issuer's data the
+// tag means something else. The store's own rows and those of a known kernel
 // are meant whatever the length.
 bool means_something_else(const Element& element, Place place, std::size_t length) {
     const bool is_meant = element.within != 0 ||
@@ -148,6 +143,11 @@ std::vector<const Element*> meanings_of(std::uint32_t tag, Place place, std::siz
         meanings.resize(1);
     }
     return meanings;
+}
+
+bool is_proprietary(std::uint32_t tag) {
+    const bool is_df = tag > 0xFF && (tag >> 8 == 0xDF || tag >> 16 == 0xDF);
+    return is_df || (tag >= 0x9F50 && tag <= 0x9F7F) || (tag >= 0xC0 && tag <= 0xFE);
 }
 
 std::string_view kernel_name(Kernel kernel) {

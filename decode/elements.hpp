@@ -43,6 +43,9 @@ struct Place {
 };
 std::vector<const Element*> meanings_of(std::uint32_t tag, Place place, std::size_t length);
 
+// Tags that every issuer and scheme may use in its own way.
+bool is_proprietary(std::uint32_t tag);
+
 // "kernel C-2"; empty for Unknown.
 std::string_view kernel_name(Kernel kernel);
 

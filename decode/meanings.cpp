@@ -15,6 +15,7 @@ struct MeaningRow {
 };
 
 constexpr MeaningRow meaning_rows[] = {
+    {0x06, tell_object_identifier},
     {0x4F, tell_application_identifier},
     {0x56, tell_track_1},
     {0x57, tell_track_2},
@@ -67,6 +68,7 @@ constexpr MeaningRow meaning_rows[] = {
     {0x9F07, tell_auc},
     {0x9F08, tell_version},
     {0x9F09, tell_version},
+    {0x9F08, tell_version, Kernel::Unknown, 0xA5},
     {0x9F0A, tell_asrpd},
     {0x9F0D, tell_tvr},
     {0x9F0E, tell_tvr},
@@ -150,6 +152,8 @@ constexpr MeaningRow meaning_rows[] = {
     {0xD9, tell_afl, Kernel::C2},
     {0xDF02, tell_certificate},
     {0xDF05, tell_long_date},
+    {0xDF06, tell_hash_algorithm},
+    {0xDF07, tell_key_algorithm},
     {0xDF11, tell_tvr},
     {0xDF12, tell_tvr},
     {0xDF13, tell_tvr},
@@ -198,6 +202,11 @@ void tell_masked(Secret secret, Value value, bool as_text, Node& node) {
 }
 
 void tell_text(const Reading& reading, Value value, Node& node) {
+    if (const auto chinese = chinese_text(value.bytes)) {
+        node.text = "\"" + chinese->text + "\"";
+        node.note = "read as " + std::string(chinese->encoding);
+        return;
+    }
     node.text = "\"" + open_characters(reading, value.bytes) + "\"";
     node.text_says_all = is_printable(value.bytes);
 }
@@ -207,7 +216,9 @@ void tell_by_format(const Reading& reading, const Element& element, Value value,
         case Format::n:
         case Format::cn:
             // Fillers stand at the end (cn); anything else in the digits is told as it is.
-            if (element.format == Format::n && !is_digits(value.bytes)) {
+            // Proprietary elements are listed as numeric that are not on all cards.
+            if (element.format == Format::n && !is_digits(value.bytes) &&
+                !is_proprietary(element.tag)) {
                 add_problem(node, value.offset, "numeric, but not all digits are decimal");
             }
             break;

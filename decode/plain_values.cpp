@@ -48,6 +48,10 @@ constexpr CodeRow account_types[] = {
 constexpr CodeRow sexes[] = {
     {0x00, "not known"}, {0x01, "male"}, {0x02, "female"}, {0x09, "not applicable"}};
 
+// EMV book 2, annex B2 and B3; SM algorithms as PBOC adds them.
+constexpr CodeRow hash_algorithms[] = {{0x01, "SHA-1"}, {0x02, "SHA-256"}, {0x07, "SM3"}};
+constexpr CodeRow key_algorithms[] = {{0x01, "RSA"}, {0x04, "SM2"}};
+
 struct ResponseRow {
     std::string_view code;
     std::string_view text;
@@ -366,9 +370,38 @@ void tell_application_identifier(const Reading&, Value value, Node& node) {
     const std::string_view name = application_name(value.bytes);
     if (!name.empty()) {
         node.text = name;
+        node.text_says_all = is_printable(value.bytes);  // directories, whose name is in the text
     } else if (is_printable(value.bytes)) {
         node.text = quoted(value.bytes);
     }
+}
+
+void tell_object_identifier(const Reading&, Value value, Node& node) {
+    // ISO/IEC 8825-1, 8.19: base 128, the first number holds two.
+    std::string text;
+    std::uint64_t number = 0;
+    for (const std::uint8_t byte : value.bytes) {
+        number = number << 7 | (byte & 0x7F);
+        if ((byte & 0x80) != 0) {
+            continue;
+        }
+        if (text.empty()) {
+            const std::uint64_t first = number < 80 ? number / 40 : 2;
+            text = decimal(first) + "." + decimal(number - 40 * first);
+        } else {
+            text += "." + decimal(number);
+        }
+        number = 0;
+    }
+    node.text = text;
+}
+
+void tell_hash_algorithm(const Reading&, Value value, Node& node) {
+    tell_code(hash_algorithms, "hash algorithm", value, node);
+}
+
+void tell_key_algorithm(const Reading&, Value value, Node& node) {
+    tell_code(key_algorithms, "key algorithm", value, node);
 }
 
 void tell_kernel_identifier(const Reading&, Value value, Node& node) {

@@ -93,6 +93,9 @@ bool expect_size(Value value, std::size_t size, Node& node);
 void tell_objects(const Reading& reading, Value value, Node& node);
 // The value of an element whose node has tag and place already.
 void tell_element(const Reading& reading, std::uint32_t tag, Value value, Node& node);
+// The same where the length field says more than there is.
+void tell_element(const Reading& reading, std::uint32_t tag, Value value, std::size_t length,
+                  Node& node);
 void tell_unknown(const Reading& reading, Value value, Node& node);
 
 // A data object header as far as it can be read.
@@ -122,6 +125,13 @@ std::uint64_t bcd_number(Bytes bytes);  // 0 beyond 19 digits
 bool is_printable(Bytes bytes);
 // ISO 8859-1 as UTF-8, control characters as dots.
 std::string characters(Bytes bytes);
+// Text that is Chinese by its bytes (UTF-8, or GB 18030 as cards and terminals in China write it), or
+// nothing.
+struct ChineseText {
+    std::string text;
+    std::string_view encoding;
+};
+std::optional<ChineseText> chinese_text(Bytes bytes);
 std::string quoted(Bytes bytes);
 std::string decimal(std::uint64_t number);
 

@@ -90,6 +90,9 @@ void tell_kernel_identifier(const Reading&, Value, Node&);
 void tell_exponent(const Reading&, Value, Node&);
 void tell_asrpd(const Reading&, Value, Node&);
 void tell_sex(const Reading&, Value, Node&);
+void tell_object_identifier(const Reading&, Value, Node&);
+void tell_hash_algorithm(const Reading&, Value, Node&);
+void tell_key_algorithm(const Reading&, Value, Node&);
 
 // issuer_scripts.cpp, commands.cpp
 void tell_script_command(const Reading&, Value, Node&);

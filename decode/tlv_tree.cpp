@@ -105,16 +105,16 @@ std::string other_meanings(std::span<const Element* const> meanings, std::size_t
     return text;
 }
 
-void check_length(const Reading& reading, const Element& element, Value value, Node& node) {
-    if (element.fits(value.size()) || value.empty() || reading.lengths_may_differ) {
+void check_length(const Reading& reading, const Element& element, Value value, std::size_t length,
+                  Node& node) {
+    if (element.fits(length) || value.empty() || reading.lengths_may_differ) {
         return;
     }
     std::string expected = decimal(element.longest);
     if (element.shortest != element.longest) {
         expected = decimal(element.shortest) + " to " + expected;
     }
-    add_problem(node, value.offset,
-                "has " + byte_count(value.size()) + ", should have " + expected);
+    add_problem(node, value.offset, "has " + byte_count(length) + ", should have " + expected);
 }
 
 Node& add_object(Node& parent, const Header& header, std::size_t offset, Value value) {
@@ -196,7 +196,7 @@ void tell_objects(const Reading& reading, Value data, Node& node) {
         const Value rest = data.part(header.size());
         const Value value = rest.part(0, header.value_size);
         Node& object = add_object(node, header, data.offset, value);
-        tell_element(reading, header.tag, value, object);
+        tell_element(reading, header.tag, value, header.value_size, object);
         if (value.size() < header.value_size) {
             // Told before whatever the missing bytes spoil.
             object.problems.insert(
@@ -217,9 +217,14 @@ void tell_unknown(const Reading& reading, Value value, Node& node) {
 }
 
 void tell_element(const Reading& reading, std::uint32_t tag, Value value, Node& node) {
+    tell_element(reading, tag, value, value.size(), node);
+}
+
+void tell_element(const Reading& reading, std::uint32_t tag, Value value, std::size_t length,
+                  Node& node) {
     const bool constructed = node.kind == NodeKind::Template;
     const auto meanings =
-        meanings_of(tag, {.parent = reading.parent, .kernel = reading.kernel}, value.size());
+        meanings_of(tag, {.parent = reading.parent, .kernel = reading.kernel}, length);
     const bool can_open = constructed && reading.depth < deepest &&
                           (!meanings.empty() || is_well_formed(value.bytes, reading.depth + 1));
     if (meanings.empty()) {
@@ -232,7 +237,7 @@ void tell_element(const Reading& reading, std::uint32_t tag, Value value, Node& 
         if (element.kernel != Kernel::Unknown && reading.kernel == Kernel::Unknown) {
             node.note = kernel_name(element.kernel);
         }
-        const std::string others = other_meanings(meanings, value.size());
+        const std::string others = other_meanings(meanings, length);
         if (!others.empty()) {
             node.note += (node.note.empty() ? "" : "; ") + others;
         }
@@ -264,7 +269,7 @@ void tell_element(const Reading& reading, std::uint32_t tag, Value value, Node& 
         node.text = "empty";
         return;
     }
-    check_length(reading, element, value, node);
+    check_length(reading, element, value, length, node);
     tell_meaning(reading, element, secret, value, node);
 }
 

@@ -29,7 +29,6 @@ TEST(DecodeTlv, DirectoryOfAContactlessCard) {
                       "4F07A0000000031010 500456495341 870101 9F2A0103 42 03 400000"),
               "6F FCI template\n"
               "  84 Dedicated file name: proximity payment system environment (2PAY.SYS.DDF01)\n"
-              "    32504159 2E535953 2E444446 3031\n"
               "  A5 FCI proprietary template\n"
               "    BF0C FCI issuer discretionary data\n"
               "      61 Application template\n"
