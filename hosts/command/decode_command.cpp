@@ -40,8 +40,17 @@ const std::vector<std::pair<std::string, decode::Kernel>> kernels = {
     {"c4", decode::Kernel::C4},     {"c5", decode::Kernel::C5}, {"c6", decode::Kernel::C6},
     {"c7", decode::Kernel::C7}};
 
+// Far more than any card, script or trace line has; a tree of all of it would be of no use to anybody.
+constexpr std::size_t longest_input = 1 << 20;
+
 std::string read_all(std::istream& stream) {
-    return {std::istreambuf_iterator<char>(stream), {}};
+    constexpr std::size_t longest_text = 4 * longest_input;  // hex with spaces and prefixes
+    std::string text;
+    char part[4096];
+    while (text.size() <= longest_text && (stream.read(part, sizeof part), stream.gcount() > 0)) {
+        text.append(part, static_cast<std::size_t>(stream.gcount()));
+    }
+    return text;
 }
 
 std::string read_source(const DecodeOptions& options) {
@@ -187,6 +196,9 @@ int run_decode(const DecodeOptions& options, const Common& common) {
         bytes.assign(source.begin(), source.end());
     } else {
         bytes = read_bytes(options, source);
+    }
+    if (bytes.size() > longest_input) {
+        throw Failed("the input has more than a megabyte: cut out what is to be decoded");
     }
     const bool is_answer = what.kind != nullptr && what.kind->name == "answer";
     const decode::Node tree =

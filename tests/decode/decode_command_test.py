@@ -206,6 +206,12 @@ class InputForms(unittest.TestCase):
         self.assertEqual(decode("--file", "/")[0], 1)
         self.assertEqual(decode(data=b"")[0], 1)
 
+    def test_endless_input_is_refused(self):
+        with open("/dev/zero", "rb") as endless:
+            done = subprocess.run([PROGRAM, "decode"], stdin=endless, capture_output=True, timeout=60)
+        self.assertEqual((done.returncode, done.stdout), (1, b""))
+        self.assertIn(b"more than a megabyte", done.stderr)
+
     def test_what_is_not_tlv_is_said_with_what_it_could_be(self):
         code, _, err = decode("3B6500005445535443")
         self.assertEqual(code, 1)
