@@ -57,8 +57,15 @@ std::string pin_change_parameters(const Reading&, std::uint8_t, std::uint8_t p2)
                         : "P2 " + hex({&p2, 1});
 }
 
+// Data that no row tells may hold what must not be seen.
+Node& add_opaque(const Reading& reading, std::string label, Value data, Node& node) {
+    Node& field = add_field(reading, node, std::move(label), data);
+    tell_unknown(reading, data, field);
+    return field;
+}
+
 void opaque_data(const Reading& reading, Value data, std::uint8_t, std::uint8_t, Node& node) {
-    add_field(reading, node, "Data", data);
+    add_opaque(reading, "Data", data, node);
 }
 
 void secret_data(const Reading& reading, Value data, std::uint8_t, std::uint8_t, Node& node) {
@@ -144,9 +151,10 @@ void update_record_data(const Reading& reading, Value data, std::uint8_t, std::u
                         Node& node) {
     const bool has_mac = data.size() > usual_mac_size;
     const std::size_t size = has_mac ? data.size() - usual_mac_size : data.size();
-    Node& record = add_field(reading, node, "Record", data.part(0, size));
+    Node& record = add_opaque(reading, "Record", data.part(0, size), node);
     if (!data.empty() && data[0] == 0x70) {
         record.value.clear();
+        record.text.clear();
         tell_objects(reading, data.part(0, size), record);
     }
     if (has_mac) {
@@ -278,7 +286,7 @@ void tell_answer_data(const Reading& reading, Value data, const CommandRow* comm
     if (log_record && !reading.options.list.empty()) {
         tell_dol_data(reading, {reading.options.list, 0}, data, node);
     } else if (opaque || log_record) {
-        Node& field = add_field(reading, node, log_record ? "Record" : "Data", data);
+        Node& field = add_opaque(reading, log_record ? "Record" : "Data", data, node);
         field.note = log_record ? "no template 70: perhaps a log record" : "";
     } else {
         tell_objects(reading, data, node);

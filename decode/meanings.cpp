@@ -70,6 +70,7 @@ constexpr MeaningRow meaning_rows[] = {
     {0x9F09, tell_version},
     {0x9F08, tell_version, Kernel::Unknown, 0xA5},
     {0x9F0A, tell_asrpd},
+    {0x9F0C, tell_purse_data, Kernel::Unknown, 0xA5},
     {0x9F0D, tell_tvr},
     {0x9F0E, tell_tvr},
     {0x9F0F, tell_tvr},

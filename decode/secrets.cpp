@@ -117,9 +117,27 @@ bool looks_like_track_2(std::string_view text, std::size_t first, std::size_t co
                                [](char c) { return c >= '0' && c <= '9'; });
 }
 
+// Account numbers of the usual sizes inside a longer run, which neighbours have made longer. They begin
+// where a byte begins: every `step` places of the text.
+template <typename Hide>
+void hide_inside(std::string_view text, std::size_t first, std::size_t count, std::size_t step,
+                 Hide hide) {
+    constexpr std::string_view first_digits =
+        "34569";  // ISO/IEC 7812-1: the industries that issue cards
+    for (std::size_t at = (first + step - 1) / step * step; at < first + count; at += step) {
+        for (const std::size_t size : {std::size_t{16}, longest_account_number}) {
+            if (at + size <= first + count &&
+                first_digits.find(text[at]) != std::string_view::npos &&
+                passes_luhn(text.substr(at, size))) {
+                hide_middle(at, size, hide);
+            }
+        }
+    }
+}
+
 // `text` is the value as digits or as characters; `hide` takes a position in it.
 template <typename Hide>
-void hide_likely(std::string_view text, Hide hide) {
+void hide_likely(std::string_view text, std::size_t step, Hide hide) {
     for_each_run(text, [&](std::size_t first, std::size_t count) {
         if (looks_like_track_2(text, first, count)) {
             // What stands before the number in the run belongs to the object around it.
@@ -133,6 +151,8 @@ void hide_likely(std::string_view text, Hide hide) {
             }
         } else if (looks_like_account_number(text.substr(first, count))) {
             hide_middle(first, count, hide);
+        } else {
+            hide_inside(text, first, count, step, hide);
         }
     });
 }
@@ -227,9 +247,9 @@ Hidden hidden_account_numbers(const Reading& reading, Bytes value, Suspicion sus
     if (suspicion == Suspicion::LooksLikeOne) {
         // The hex digits of a text are decimal too.
         if (!is_printable(value)) {
-            hide_likely(digits, hide_digit);
+            hide_likely(digits, 2, hide_digit);
         }
-        hide_likely(text, hide_character);
+        hide_likely(text, 1, hide_character);
     }
     return hidden;
 }

@@ -55,6 +55,7 @@ void tell_account_number(const Reading&, Value, Node&);
 void tell_track_1(const Reading&, Value, Node&);
 void tell_track_2(const Reading&, Value, Node&);
 void tell_service_code(const Reading&, Value, Node&);
+void tell_purse_data(const Reading&, Value, Node&);
 
 // file_locators.cpp
 void tell_afl(const Reading&, Value, Node&);

@@ -143,6 +143,35 @@ void tell_track_1(const Reading& reading, Value value, Node& node) {
                    open ? rest : stars(rest.size()));
 }
 
+void tell_purse_data(const Reading& reading, Value value, Node& node) {
+    // PBOC, electronic purse: the card's public file, which the FCI repeats.
+    constexpr std::size_t number_position = 10;
+    constexpr std::size_t number_size = 10;
+    constexpr std::size_t shortest = 28;
+    const Value card_number = value.part(number_position, number_size);
+    if (value.size() < shortest) {
+        tell_unknown(reading, value, node);
+        return;
+    }
+    add_field(reading, node, "Issuer identifier", value.part(0, 8));
+    add_field(reading, node, "Application type", value.part(8, 1));
+    add_field(reading, node, "Application version", value.part(9, 1));
+    const std::string digits = hex(card_number.bytes);
+    Node& number = add_field(reading, node, "Card number", card_number,
+                             reading.shows_secrets() ? digits : masked_account_number(digits));
+    number.value = number.text;
+    number.text_says_all = true;
+    number.sensitive = true;
+    Node& start = add_field(reading, node, "Start date", value.part(20, 4));
+    tell_long_date(reading, value.part(20, 4), start);
+    Node& end = add_field(reading, node, "Expiration date", value.part(24, 4));
+    tell_long_date(reading, value.part(24, 4), end);
+    if (value.size() > shortest) {
+        add_field(reading, node, "Issuer's own data", value.part(shortest));
+    }
+    node.value.clear();  // told by its parts
+}
+
 void tell_service_code(const Reading&, Value value, Node& node) {
     if (expect_size(value, 2, node) && is_digits(value.bytes)) {
         node.text = service_text(hex(value.bytes).substr(1));

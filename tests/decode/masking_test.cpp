@@ -117,6 +117,25 @@ TEST(DecodeMasking, KindsOfDataMaskToo) {
     }
 }
 
+TEST(DecodeMasking, CardNumbersOfElectronicPursesAreMasked) {
+    const decode::Node tree = decode::tlv(
+        hex("6F 30 84 08 A000000632010105 A5 24 9F08 01 02 9F0C 1D 0102030405060708 01 02"
+            "00009999010000000011 20200101 20301231 00"));
+    EXPECT_FALSE(decode::has_problems(tree)) << decode::to_text(tree);
+    EXPECT_THAT(all_of(tree), Not(HasSubstr("99990100")));
+    EXPECT_THAT(all_of(tree), HasSubstr("Card number: 000099**********0011"));
+    EXPECT_THAT(all_of(tree), HasSubstr("Expiration date: 2030-12-31"));
+}
+
+TEST(DecodeMasking, DataOfCommandsThatNobodyKnowsAreMasked) {
+    for (const char* command :
+         {"00D600000A 0F 4761739001010010 0F", "04DC010C0E 0F 4761739001010010 0F 01020304"}) {
+        EXPECT_THAT(all_of(as("command", command)), Not(HasSubstr("73900101"))) << command;
+    }
+    EXPECT_THAT(all_of(decode::answer(hex("0F 4761739001010010 0F 9000"), hex("00B0000000"))),
+                Not(HasSubstr("73900101")));
+}
+
 TEST(DecodeMasking, SensitiveNodesAreMarked) {
     const decode::Node tree = decode::tlv(hex("5A 08 9999010000000011 9F3602 0001"));
     EXPECT_TRUE(tree.children[0].sensitive);
