@@ -197,8 +197,8 @@ TEST(DecodeTlv, EveryElementBearsEveryLength) {
         if (!is_tag) {
             continue;
         }
-        for (const std::size_t size : {1u, 2u, 3u, 5u, 8u, 13u, 32u}) {
-            for (const int byte : {0x00, 0x07, 0x1F, 0x99, 0xD9, 0xFF}) {
+        for (const std::size_t size : {1u, 5u, 13u, 32u}) {
+            for (const int byte : {0x07, 0x99, 0xFF}) {
                 decode::element(tag, Bytes(size, static_cast<std::uint8_t>(byte)));
             }
         }
