@@ -29,7 +29,7 @@ Root-Is-Purelib: true
 Tag: py3-none-any
 """
 ENTRY_POINTS = """[pytest11]
-quorrin = quorrin.pytest_plugin
+quorrin.pytest_plugin = quorrin.pytest_plugin
 """
 
 

@@ -11,6 +11,7 @@
 extern "C" {
 #endif
 
+/** What a reader library reports in place of a handle, a length or success. */
 enum QuorrinDeviceCode {
     /** Done. Go on. */
     QUORRIN_SUCCESS = 0,

@@ -72,6 +72,7 @@ enum class Search {
 /// A powered card. It is powered down when this goes out of scope; its reader must live longer.
 class Card {
   public:
+    /// The card changes hands; the one that is left powers nothing down.
     Card(Card&& other) noexcept
         : session_(std::exchange(other.session_, 0)),
           kind_(other.kind_),

@@ -79,9 +79,9 @@ enum class TsiBit : std::uint16_t { QUORRIN_TSI_BITS(QUORRIN_BIT_NAME) };
 /// A named bit with its text.
 template <typename Bit>
 struct BitRow {
-    Bit bit;
-    std::string_view name;
-    std::string_view text;
+    Bit bit;                ///< its place
+    std::string_view name;  ///< "NewCard"
+    std::string_view text;  ///< "New card"
 };
 
 #define QUORRIN_BIT_ROW_TVR(byte, bit, name, text) BitRow<TvrBit>{TvrBit::name, #name, text},

@@ -1,13 +1,17 @@
 """Runs the commands of a page's console blocks in one shell and compares what they print.
 
-Usage: console_page_test.py PAGE
+Blocks whose first line is a comment with a file's name are that file: `# sell.py`, `// sell.cpp`.
+
+Usage: console_page_test.py PAGE [SECTION]
 """
 
+import os
 import pathlib
 import re
 import shutil
 import subprocess
 import sys
+import tempfile
 
 MARK = "--- next command ---"
 
@@ -24,15 +28,40 @@ def console_steps(page):
     return steps
 
 
+def write_files(page, directory):
+    for block in re.findall(r"^```\S+\n(.*?)^```", page, re.M | re.S):
+        named = re.match(r"(?:#|//) (\w+\.\w+)\n", block)
+        if named:
+            (directory / named[1]).write_text(block)
+
+
 def main():
     page = pathlib.Path(sys.argv[1])
     for tool in ("bash", "openssl"):
         if shutil.which(tool) is None:
             print(f"skipped: no {tool}")
             return 77
-    steps = console_steps(page.read_text())
+    text = page.read_text()
+    if len(sys.argv) > 2:
+        text = re.search(rf"^## {re.escape(sys.argv[2])}$(.*?)(?=^## |\Z)", text, re.M | re.S)[1]
+    steps = console_steps(text)
     script = "".join(f"{command}\necho '{MARK}'\n" for command, _ in steps)
-    run = subprocess.run(["bash", "-eu"], input=script, capture_output=True, text=True)
+    with tempfile.TemporaryDirectory() as directory:
+        write_files(text, pathlib.Path(directory))
+        # As in a checkout that has been built in `build`.
+        checkout = page.resolve().parent
+        for name in ("include", "python", "examples"):
+            pathlib.Path(directory, name).symlink_to(checkout / name)
+        if "QUORRIN_BUILD" in os.environ:
+            pathlib.Path(directory, "build").symlink_to(os.environ["QUORRIN_BUILD"])
+        environment = {
+            **os.environ,
+            "QUORRIN_EXAMPLES": str(page.resolve().parent.parent / "hosts" / "examples"),
+        }
+        run = subprocess.run(
+            ["bash", "-eu"], input=script, capture_output=True, text=True,
+            cwd=directory, env=environment,
+        )  # fmt: skip
     outputs = run.stdout.split(MARK + "\n")
     wrong = 0
     for (command, expected), printed in zip(steps, outputs):
