@@ -151,3 +151,23 @@ def test_has_the_version_of_the_library():
     version = re.search(r'QUORRIN_VERSION_STRING "([^"]+)"', header)[1]
     assert quorrin.__version__ == version
     assert f'version = "{version}"' in (PACKAGE / "pyproject.toml").read_text()
+
+
+def test_replays_what_was_recorded(tmp_path, simulated_card):
+    trace = tmp_path / "holder.jsonl"
+    environment = {
+        **os.environ,
+        "QUORRIN_TRACE_FILE": str(trace),
+        "QUORRIN_TRACE_READER": quorrin._library.find_library("libquorrin-simulator.so.1"),
+        "QUORRIN_TRACE_CLEAR": "1",  # a test card
+        "QUORRIN_SIMULATOR": "",
+    }
+    code = (
+        "import quorrin\n"
+        "with quorrin.Reader(reader_library='libquorrin-trace.so.1') as reader:\n"
+        "    with reader.find_card() as card:\n"
+        "        print(card.holder())\n"
+    )
+    printed = run(sys.executable, "-c", code, env=environment)
+    assert "TEST/CARD HOLDER" in printed
+    assert f"{simulated_card(trace=trace).holder()}\n" == printed
