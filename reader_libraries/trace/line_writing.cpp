@@ -4,6 +4,7 @@
 #include <charconv>
 #include <chrono>
 #include <cstring>
+#include <type_traits>
 
 #include "reader_libraries/trace/call_names.hpp"
 #include "reader_libraries/trace/field_names.hpp"
@@ -14,15 +15,24 @@ namespace {
 
 constexpr char hex_digits[] = "0123456789ABCDEF";
 
-struct HexPairs {
-    std::array<std::array<char, 2>, 256> pairs{};
-    constexpr HexPairs() {
-        for (std::size_t i = 0; i < pairs.size(); ++i) {
-            pairs[i] = {hex_digits[i >> 4], hex_digits[i & 0x0F]};
-        }
-    }
-};
-constexpr HexPairs hex_pairs;
+// The eight digits of four bytes, a byte each, the first digit lowest.
+constexpr std::uint64_t digits_of(std::uint32_t four) {
+    std::uint64_t spread = four;
+    spread = (spread | spread << 16) & 0x0000'FFFF'0000'FFFFU;
+    spread = (spread | spread << 8) & 0x00FF'00FF'00FF'00FFU;
+    return (spread >> 4 & 0x000F'000F'000F'000FU) | (spread & 0x000F'000F'000F'000FU) << 8;
+}
+
+// As hex text, with * for the digits that the mask has.
+constexpr std::uint64_t text_of(std::uint32_t four, std::uint32_t mask) {
+    constexpr std::uint64_t each = 0x0101'0101'0101'0101U;
+    const std::uint64_t digits = digits_of(four);
+    const std::uint64_t is_letter = (digits + 6 * each) >> 4 & each;
+    const std::uint64_t shown = digits + '0' * each + is_letter * ('A' - '0' - 10);
+    const std::uint64_t hidden = digits_of(mask) * 0x11;
+    return (shown & ~hidden) | ('*' * each & hidden);
+}
+static_assert(text_of(0xEF'9A'01'40, 0x00'0F'00'F0) == 0x46'45'2A'39'31'30'30'2A);  // *0019*EF
 
 // The bytes of one UTF-8 character at the start of the text; 0 where there is none.
 std::size_t character_size(std::string_view text) {
@@ -119,17 +129,23 @@ void LineWriter::hex(std::string_view field, std::span<const std::uint8_t> bytes
     name(field);
     raw("\"");
     const std::size_t count = std::min(bytes.size(), (buffer_.size() - size_) / 2);
-    char* out = buffer_.data() + size_;
-    for (std::size_t i = 0; i < count; ++i, out += 2) {
-        std::memcpy(out, hex_pairs.pairs[bytes[i]].data(), 2);
-        if (mask != nullptr && (*mask)[i] != 0) {
-            if (mask->is_hidden(2 * i)) {
-                out[0] = '*';
-            }
-            if (mask->is_hidden(2 * i + 1)) {
-                out[1] = '*';
-            }
+    char* const out = buffer_.data() + size_;
+    const auto put = [&](std::size_t i, auto size) {  // a constant size is no call of memcpy
+        std::uint32_t four = 0;
+        std::uint32_t hidden = 0;
+        std::memcpy(&four, bytes.data() + i, size);
+        if (mask != nullptr) {
+            std::memcpy(&hidden, mask->data() + i, size);
         }
+        const std::uint64_t text = text_of(four, hidden);
+        std::memcpy(out + 2 * i, &text, 2 * size);
+    };
+    std::size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        put(i, std::integral_constant<std::size_t, 4>{});
+    }
+    for (; i < count; ++i) {
+        put(i, std::integral_constant<std::size_t, 1>{});
     }
     size_ += 2 * count;
     raw("\"");

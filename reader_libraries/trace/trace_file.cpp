@@ -98,8 +98,8 @@ bool TraceFile::open_now() {
     device_ = status.st_dev;
     inode_ = status.st_ino;
     rlimit limit{};
-    can_raise_ = !S_ISREG(status.st_mode) || getrlimit(RLIMIT_FSIZE, &limit) != 0 ||
-                 limit.rlim_cur != RLIM_INFINITY;
+    can_raise_ = S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) ||
+                 getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
     // A line that a crash or a full disk cut short must not run into the first one written now.
     is_torn_ = ends_without_newline(path_.data(), status);
     return true;

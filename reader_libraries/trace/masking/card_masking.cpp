@@ -1,6 +1,7 @@
 #include "reader_libraries/trace/masking/card_masking.hpp"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
 
 #include "reader_libraries/trace/masking/element_rules.hpp"
@@ -223,7 +224,7 @@ void CardMasking::mask_answer(View data, bool more_follows, KnownSecrets& secret
         mask.hide(0, data.size());
         return;
     }
-    std::ranges::copy(data, chain_.begin() + static_cast<std::ptrdiff_t>(chain_size_));
+    std::memcpy(chain_.data() + chain_size_, data.data(), data.size());
     chain_size_ += data.size();
 
     const std::uint8_t first = chain_[0];

@@ -37,10 +37,11 @@ class DigitMask {
     bool is_hidden(std::size_t index) const {
         return (bits_[index / 2] & (index % 2 == 0 ? 0xF0 : 0x0F)) != 0;
     }
-    std::uint8_t operator[](std::size_t byte) const { return bits_[byte]; }
+    // A byte for each: F where a digit is masked.
+    const std::uint8_t* data() const { return bits_.data(); }
 
   private:
-    std::array<std::uint8_t, response_room> bits_;  // of each byte: F where a digit is masked
+    std::array<std::uint8_t, response_room> bits_;
     std::size_t size_ = 0;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -44,7 +45,7 @@ class KnownSecrets {
     std::size_t account_size_ = 0;
     std::array<Text, 3> texts_{};  // the latest
     std::size_t next_text_ = 0;
-    std::array<bool, 256> starts_{};  // bytes that anything sought can start with
+    std::bitset<65536> starts_;  // pairs of bytes that anything sought can start with
     bool any_ = false;
 };
 
