@@ -29,7 +29,8 @@ class DigitMask {
     // Digit `index` counts from 0, two a byte.
     void hide_digit(std::size_t index) {
         if (index / 2 < size_) {
-            bits_[index / 2] |= index % 2 == 0 ? 0xF0 : 0x0F;
+            bits_[index / 2] =
+                static_cast<std::uint8_t>(bits_[index / 2] | (index % 2 == 0 ? 0xF0 : 0x0F));
         }
     }
 
