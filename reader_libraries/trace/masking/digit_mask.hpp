@@ -39,6 +39,7 @@ class DigitMask {
         return (bits_[index / 2] & (index % 2 == 0 ? 0xF0 : 0x0F)) != 0;
     }
     // A byte for each: F where a digit is masked.
+    std::uint8_t operator[](std::size_t byte) const { return bits_[byte]; }
     const std::uint8_t* data() const { return bits_.data(); }
 
   private:
