@@ -6,6 +6,7 @@
 #include <iostream>
 #include <string>
 
+#include "hosts/command/card_session.hpp"
 #include "hosts/command/output.hpp"
 #include "hosts/command/subcommand.hpp"
 
@@ -14,8 +15,8 @@ namespace {
 
 // In the order of the help.
 constexpr AddSubcommand subcommands[] = {
-    add_decode,
-    add_explain,
+    add_readers,  add_info, add_aids,   add_pan,     add_log,    add_dump,    add_apdu,
+    add_purchase, add_bank, add_decode, add_explain, add_replay, add_profile, add_doctor,
 };
 
 int run(int argc, char** argv) {
@@ -68,6 +69,9 @@ int main(int argc, char** argv) {
     survive_closed_pipes();
     try {
         return run(argc, argv);
+    } catch (const quorrin::host::Failure& error) {
+        tell(describe(error));
+        return failure;
     } catch (const std::exception& error) {
         tell(error.what());
         return failure;

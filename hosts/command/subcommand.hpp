@@ -49,7 +49,19 @@ void tell(std::string_view line);
 std::string examples(std::string_view lines);
 
 // Subcommands, one file each.
+void add_readers(CLI::App& app, const Common& common, Action& action);
+void add_info(CLI::App& app, const Common& common, Action& action);
+void add_aids(CLI::App& app, const Common& common, Action& action);
+void add_pan(CLI::App& app, const Common& common, Action& action);
+void add_log(CLI::App& app, const Common& common, Action& action);
+void add_dump(CLI::App& app, const Common& common, Action& action);
+void add_apdu(CLI::App& app, const Common& common, Action& action);
+void add_purchase(CLI::App& app, const Common& common, Action& action);
+void add_bank(CLI::App& app, const Common& common, Action& action);
 void add_decode(CLI::App& app, const Common& common, Action& action);
 void add_explain(CLI::App& app, const Common& common, Action& action);
+void add_replay(CLI::App& app, const Common& common, Action& action);
+void add_profile(CLI::App& app, const Common& common, Action& action);
+void add_doctor(CLI::App& app, const Common& common, Action& action);
 
 }  // namespace quorrin::command

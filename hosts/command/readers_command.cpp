@@ -1,0 +1,111 @@
+// quorrin readers: what is there, which slot each serves and why, which card is in it.
+#include <cstdlib>
+#include <memory>
+
+#include "hosts/command/card_session.hpp"
+#include "hosts/command/json_output.hpp"
+#include "hosts/command/table.hpp"
+#include "reader_libraries/pcsc/slot_rules.hpp"
+
+namespace quorrin::command {
+namespace {
+
+struct SlotView {
+    std::string name;
+    std::string reader;
+    std::string why;
+    std::string card;
+    host::Bytes atr;
+};
+
+// As the PC/SC reader library maps them, by the environment and the names.
+void tell_readers(const PcscReaders& pcsc, std::vector<SlotView>& views) {
+    pcsc::SlotWishes wishes;
+    for (std::size_t i = 0; i < wishes.size(); ++i) {
+        const char* wish = std::getenv(pcsc::slot_rows[i].variable);
+        wishes[i] = wish != nullptr ? wish : "";
+    }
+    const pcsc::SlotMap map = pcsc::map_slots(pcsc.names, wishes);
+    for (std::size_t i = 0; i < views.size() && i < map.size(); ++i) {
+        views[i].reader = map[i].reader ? pcsc.names[*map[i].reader] : "";
+        views[i].why = pcsc::reason_of(map[i].choice);
+    }
+}
+
+SlotView look_into(const host::Reader& reader, int kind) {
+    SlotView view;
+    view.name = slot_name(kind);
+    try {
+        const host::Card card = reader.power_up(kind);
+        view.atr = card.atr();
+        view.card = "card, answer to reset " + host::to_hex(card.atr());
+    } catch (const host::Failure& error) {
+        view.card = error.code() == QUORRIN_NO_CARD ? "no card" : error.meaning();
+    }
+    return view;
+}
+
+int run_readers(const CardOptions& options, const Common& common) {
+    const BackendChoice backend = load_backend(options.reader, options.trace, false);
+    catch_interrupts();
+    const host::Reader reader;
+    std::string serial;
+    try {
+        serial = reader.serial();
+    } catch (const host::Failure&) {  // many readers have none
+    }
+    // In the order of the PC/SC reader library's table: contact, contactless, further, SAMs.
+    std::vector<SlotView> views;
+    for (const SlotName& slot : slot_names()) {
+        views.push_back(look_into(reader, slot.kind));
+    }
+    const PcscReaders pcsc = backend.name == "pcsc" ? pcsc_readers() : PcscReaders();
+    if (backend.name == "pcsc") {
+        tell_readers(pcsc, views);
+    }
+    if (common.json) {
+        Json json = result_of("readers");
+        json["library"] = backend.name;
+        json["file"] = backend.file;
+        json["serial"] = serial;
+        json["readers"] = pcsc.names;
+        json["slots"] = Json::array();
+        for (const SlotView& view : views) {
+            json["slots"].push_back({{"slot", view.name},
+                                     {"reader", view.reader},
+                                     {"why", view.why},
+                                     {"has_card", !view.atr.empty()},
+                                     {"card", view.card},
+                                     {"atr", host::to_hex(view.atr)}});
+        }
+        put_json(json);
+        return success;
+    }
+    Table table(backend.name == "pcsc" ? std::vector<std::string>{"slot", "reader", "why", "card"}
+                                       : std::vector<std::string>{"slot", "card"});
+    for (const SlotView& view : views) {
+        table.add(backend.name == "pcsc"
+                      ? std::vector<std::string>{view.name, view.reader, view.why, view.card}
+                      : std::vector<std::string>{view.name, view.card});
+    }
+    put_result("Reader library " + backend.name +
+               (serial.empty() ? "" : ", serial number " + serial) + "\n" +
+               table.text(wants_colour()));
+    return success;
+}
+
+}  // namespace
+
+void add_readers(CLI::App& app, const Common& common, Action& action) {
+    auto options = std::make_shared<CardOptions>();
+    CLI::App* command =
+        app.add_subcommand("readers", "Show readers, the slots that they serve and their cards");
+    add_card_options(*command, *options);
+    command->footer(examples(R"(  quorrin readers
+  quorrin readers --reader simulator:reader.toml
+  quorrin readers --reader pcsc --json)"));
+    command->callback(
+        [=, &common, &action] { action = [=, &common] { return run_readers(*options, common); }; });
+}
+
+}  // namespace quorrin::command
