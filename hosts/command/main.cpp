@@ -7,6 +7,7 @@
 #include <string>
 
 #include "hosts/command/card_session.hpp"
+#include "hosts/command/manual.hpp"
 #include "hosts/command/output.hpp"
 #include "hosts/command/subcommand.hpp"
 
@@ -37,6 +38,17 @@ int run(int argc, char** argv) {
         command->fallthrough();
     }
     app.footer("Exit status: 0 done, 1 failed, 2 wrong usage.");
+
+    // For the build: the manual page and the completion are made from what stands above.
+    if (argc == 2) {
+        const std::string wanted = argv[1];
+        if (wanted == "--man" || wanted == "--bash-completion" || wanted == "--zsh-completion") {
+            put_result(wanted == "--man"               ? manual_page(app, QUORRIN_VERSION)
+                       : wanted == "--bash-completion" ? bash_completion(app)
+                                                       : zsh_completion(app));
+            return success;
+        }
+    }
 
     try {
         app.parse(argc, argv);
