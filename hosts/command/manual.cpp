@@ -28,7 +28,7 @@ std::vector<const CLI::App*> subcommands_of(const CLI::App& app) {
 std::vector<const CLI::Option*> options_of(const CLI::App& app) {
     std::vector<const CLI::Option*> options;
     for (const CLI::Option* option : app.get_options({})) {
-        if (!option->get_group().empty() && option->get_name() != "--help,-h") {
+        if (!option->get_group().empty() && option != app.get_help_ptr()) {
             options.push_back(option);
         }
     }
