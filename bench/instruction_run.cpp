@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "bench/purchase.hpp"
 #include "bench/workloads.hpp"
 
 using namespace quorrin::bench;
@@ -58,11 +59,22 @@ std::size_t find(const char* tag_text, unsigned table, int runs) {
     return 1;
 }
 
+std::size_t purchase(int runs) {
+    check_purchase();
+    for (int i = 0; i < runs; ++i) {
+        if (run_purchase() != 0) {
+            std::abort();
+        }
+    }
+    return 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc != 3) {
-        std::fprintf(stderr, "usage: %s first|last|unknown|record|fci|cdol1|reset RUNS\n", argv[0]);
+        std::fprintf(stderr, "usage: %s first|last|unknown|record|fci|cdol1|reset|purchase RUNS\n",
+                     argv[0]);
         return 2;
     }
     const char* operation = argv[1];
@@ -82,6 +94,8 @@ int main(int argc, char** argv) {
         handled = find("DF69", 2, runs);
     } else if (std::strcmp(operation, "unknown") == 0) {
         handled = find("9F70", 0, runs);
+    } else if (std::strcmp(operation, "purchase") == 0) {
+        handled = purchase(runs);
     } else {
         return 2;
     }
