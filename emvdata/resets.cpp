@@ -17,26 +17,25 @@ void mark_absent(QuorrinDataElement& row) {
     row.state = 0;
 }
 
-// Clears a row as far as its bounds reach.
+// Clears the rows of a table as far as their bounds reach.
 //
 // Deliberate: the script templates 71 and 72 reach 256 bytes into their storage of 512, so the full
 // reset keeps its upper half, and what a host has put there stays until the transaction's reset.
-void clear_row(Element element) {
-    QuorrinDataElement& row = record(element);
-    std::memset(row.value, 0, std::min(row.maxLen, storage_size(element)));
-    mark_absent(row);
+void clear_rows(std::span<QuorrinDataElement> table, Element first) {
+    const dictionary::RowConstants* constants = &constants_of(first);
+    for (QuorrinDataElement& row : table) {
+        fill_bytes(row.value, 0, std::min(row.maxLen, constants->storage_size));
+        mark_absent(row);
+        ++constants;
+    }
 }
 
 void clear_card_rows() {
-    for (std::size_t index = 0; index < card_rows; ++index) {
-        clear_row(Element::card(index));
-    }
+    clear_rows(IccDt, Element::card(0));
 }
 
 void clear_terminal_rows() {
-    for (std::size_t index = 0; index < terminal_rows; ++index) {
-        clear_row(Element::terminal(index));
-    }
+    clear_rows(TermDt, Element::terminal(0));
 }
 
 // Marks the terminal's elements of one reset absent and clears their whole storage.
