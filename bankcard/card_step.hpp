@@ -20,7 +20,7 @@ struct CardCommand {
 struct CardAnswer {
     static constexpr std::size_t room = 1024;
 
-    std::uint8_t bytes[room] = {};
+    std::uint8_t bytes[room];  // only `length` of them are ever looked at
     std::uint32_t length = 0;  // without the status word
 
     std::span<const std::uint8_t> data() const { return {bytes, length}; }

@@ -36,7 +36,7 @@ class CommandTemplate {
 
   private:
     static constexpr std::size_t max_pdol_data = 1024;
-    std::array<std::uint8_t, header_size + max_pdol_data> bytes_{};
+    std::array<std::uint8_t, header_size + max_pdol_data> bytes_;  // `size_` of them are built
     std::size_t size_ = 0;
 };
 

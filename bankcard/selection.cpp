@@ -26,7 +26,9 @@ constexpr std::uint8_t pse_name[] = {'1', 'P', 'A', 'Y', '.', 'S', 'Y',
 // application that the card selects by default (ISO 7816-4), or its refusal, and no other of the
 // list.
 void cut_to_first_aid(AidText& candidates) {
-    *std::find(candidates.begin(), candidates.end() - 1, '|') = '\0';
+    if (char* const separator = std::strchr(candidates.data(), '|')) {
+        *separator = '\0';
+    }
 }
 
 std::int64_t select_application(std::int64_t handle, const char* aid_hex, CardAnswer& answer) {

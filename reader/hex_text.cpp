@@ -1,5 +1,7 @@
 // Conversion between hex text and bytes, one character per nibble.
 
+#include <array>
+
 #include "quorrin/quorrin.h"
 
 namespace {
@@ -17,6 +19,14 @@ constexpr unsigned digit_value(char character) noexcept {
     return byte <= 0x60 ? byte - 0x37U : byte - 0x57U;
 }
 
+constexpr auto digit_values = [] {
+    std::array<std::uint8_t, 256> values{};
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        values[i] = static_cast<std::uint8_t>(digit_value(static_cast<char>(i)));
+    }
+    return values;
+}();
+
 constexpr char hex_digits[] = "0123456789ABCDEF";
 
 // Deliberate: 85 marks "no high nibble pending", so that byte AC (value 85) is dropped in a high
@@ -31,7 +41,7 @@ void asc_to_bcd(std::uint8_t* dst, const char* src, std::int32_t len, std::uint8
     }
     unsigned pending = rightAlign != 0 && len % 2 != 0 ? 0 : none_pending;
     for (std::int32_t i = 0; i < len; ++i) {
-        const unsigned value = digit_value(src[i]);
+        const unsigned value = digit_values[static_cast<std::uint8_t>(src[i])];
         if (pending == none_pending) {
             pending = value;
         } else {
