@@ -30,7 +30,30 @@ class Sealer {
     }
 
   private:
+    // 81 with plain data or 87 with enciphered ones behind a padding indicator, then 8E with the MAC.
+    std::vector<std::uint8_t> sealed_objects(const ScriptCommand& command) {
+        constexpr std::uint8_t plain = 0x81;
+        constexpr std::uint8_t enciphered = 0x87;
+        constexpr std::uint8_t mac = 0x8E;
+        constexpr std::uint8_t padding_indicator = 0x01;
+        constexpr std::size_t mac_object = 2 + sizeof(cryptography::ShortMac);
+        std::vector<std::uint8_t> objects;
+        if (command.new_pin) {
+            objects = data_object(enciphered,
+                                  concatenated({{&padding_indicator, 1}, enciphered_pin(command)}));
+        } else if (!command.data.empty()) {
+            objects = data_object(plain, command.data);
+        }
+        const cryptography::CommandHeader header{
+            static_cast<std::uint8_t>(command.command_class), command.instruction, command.p1,
+            command.p2, static_cast<std::uint8_t>(objects.size() + mac_object)};
+        return concatenated({header, objects, data_object(mac, macs_.seal(header, objects))});
+    }
+
     std::vector<std::uint8_t> sealed(const ScriptCommand& command) {
+        if (command.command_class == CommandClass::SecureObjects) {
+            return sealed_objects(command);
+        }
         const auto data = concatenated({command.data, enciphered_pin(command)});
         // A length beyond one byte makes no object that data_object would take.
         const auto length = static_cast<std::uint8_t>(data.size() + sizeof(cryptography::ShortMac));

@@ -39,7 +39,7 @@ std::optional<std::string> mismatch(const CardProduct& product,
     if (card_says.key_derivation_index != product.key_derivation_index) {
         return "the card names master keys that its product does not have";
     }
-    if (card_says.cryptogram_version != cryptography::pboc_cryptogram_version) {
+    if (card_says.cryptogram_version != product.cryptogram_version) {
         return "the card's cryptogram is of an unknown version";
     }
     return std::nullopt;
@@ -96,7 +96,8 @@ std::vector<std::uint8_t> issuer_data(const CardProduct& product, const KeySet& 
         data = concatenated({data, data_object(issuer_authentication_tag, authentication)});
     }
     const cryptography::ScriptContext context{product.session_keys, product.algorithm,
-                                              request.covered.atc, request.arqc};
+                                              request.covered.atc, request.arqc,
+                                              product.script_encipherment};
     return concatenated({data, sealed_scripts(decision.scripts, context, card_keys)});
 }
 
@@ -122,15 +123,16 @@ OnlineAnswer answer_online(const CardProduct& product, const OnlineRequest& requ
     const auto card_says =
         cryptography::decode_issuer_application_data(request.issuer_application_data);
     if (!card_says) {
-        return declined("the issuer application data (9F10) are not those of a PBOC card");
+        return declined("the issuer application data (9F10) are of no layout that is known");
     }
     if (const auto reason = mismatch(product, *card_says)) {
         return declined(*reason);
     }
     KeySet card_keys;
     try {
-        card_keys = cryptography::derive_card_keys(product.algorithm, product.master_keys,
-                                                   request.pan, request.pan_sequence_number);
+        card_keys =
+            cryptography::derive_card_keys(product.algorithm, product.master_keys, request.pan,
+                                           request.pan_sequence_number, product.key_derivation);
     } catch (const std::invalid_argument& error) {
         return declined(error.what());
     }
@@ -139,6 +141,8 @@ OnlineAnswer answer_online(const CardProduct& product, const OnlineRequest& requ
 
     auto covered = request.covered;
     covered.card_verification = card_says->card_verification;
+    covered.version = card_says->cryptogram_version;
+    covered.key_derivation_index = card_says->key_derivation_index;
     if (cryptography::application_cryptogram(product.algorithm, session_key, covered) !=
         request.arqc) {
         return declined("the cryptogram is not the card's over these data");

@@ -19,6 +19,9 @@ struct CardProduct {
     cryptography::Algorithm algorithm = cryptography::Algorithm::TripleDes;
     cryptography::SessionKeyScheme session_keys = cryptography::SessionKeyScheme::Pboc;
     cryptography::ArpcMethod arpc_method = cryptography::ArpcMethod::Method1;
+    cryptography::KeyDerivation key_derivation = cryptography::KeyDerivation::OptionA;
+    std::uint8_t cryptogram_version = cryptography::pboc_cryptogram_version;
+    cryptography::ScriptEncipherment script_encipherment = cryptography::ScriptEncipherment::Pboc;
     std::uint8_t key_derivation_index = 1;  // names these master keys in 9F10
     cryptography::KeySet master_keys;
 };

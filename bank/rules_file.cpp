@@ -52,7 +52,13 @@ std::optional<Value> word(const Section& section, std::string_view key,
 
 constexpr Word<Algorithm> algorithms[] = {{"3des", Algorithm::TripleDes}, {"sm4", Algorithm::Sm4}};
 constexpr Word<SessionKeyScheme> schemes[] = {{"pboc", SessionKeyScheme::Pboc},
-                                              {"emv", SessionKeyScheme::EmvCommon}};
+                                              {"emv", SessionKeyScheme::EmvCommon},
+                                              {"none", SessionKeyScheme::None}};
+constexpr Word<cryptography::KeyDerivation> derivations[] = {
+    {"a", cryptography::KeyDerivation::OptionA}, {"b", cryptography::KeyDerivation::OptionB}};
+constexpr Word<cryptography::ScriptEncipherment> encipherments[] = {
+    {"pboc", cryptography::ScriptEncipherment::Pboc},
+    {"emv", cryptography::ScriptEncipherment::Emv}};
 constexpr Word<IssuerAuthentication> authentications[] = {{"right", IssuerAuthentication::Right},
                                                           {"wrong", IssuerAuthentication::Wrong},
                                                           {"none", IssuerAuthentication::None}};
@@ -125,6 +131,16 @@ Product product_of(const Section& section, const std::optional<Keys>& shared_key
     product.made.session_keys =
         word(section, "session_keys", schemes).value_or(SessionKeyScheme::Pboc);
     product.made.arpc_method = arpc_method(section).value_or(ArpcMethod::Method1);
+    product.made.key_derivation =
+        word(section, "key_derivation", derivations).value_or(cryptography::KeyDerivation::OptionA);
+    product.made.script_encipherment = word(section, "script_encipherment", encipherments)
+                                           .value_or(cryptography::ScriptEncipherment::Pboc);
+    product.made.cryptogram_version =
+        static_cast<std::uint8_t>(section.optional_integer("cryptogram_version", 0, 255)
+                                      .value_or(cryptography::pboc_cryptogram_version));
+    if (!cryptography::is_known_cryptogram_version(product.made.cryptogram_version)) {
+        section.fail("cryptogram_version", "must be 1, 10, 17 or 18");
+    }
     std::optional<Keys> keys = shared_keys;
     if (const auto own = section.optional_section("keys")) {
         keys = keys_of(*own);

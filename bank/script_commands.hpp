@@ -12,10 +12,12 @@
 
 namespace quorrin::bank {
 
-// PUT DATA and UPDATE RECORD are in use under both classes; the MAC is the same.
+// PUT DATA and UPDATE RECORD are in use under both of the first; the MAC is the same. The third puts
+// data and MAC into objects: EMV book 2 section 9.2.1.2.
 enum class CommandClass : std::uint8_t {
     SecureIso = 0x04,
     SecureProprietary = 0x84,
+    SecureObjects = 0x8C,
 };
 
 struct NewPin {

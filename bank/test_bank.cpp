@@ -36,4 +36,13 @@ CardProduct test_gm_product() {
     return product(Algorithm::Sm4, SessionKeyScheme::Pboc, ArpcMethod::Method1);
 }
 
+CardProduct test_international_product() {
+    auto international =
+        product(Algorithm::TripleDes, SessionKeyScheme::EmvCommon, ArpcMethod::Method2);
+    international.key_derivation = KeyDerivation::OptionB;
+    international.cryptogram_version = cryptogram_version_18;
+    international.script_encipherment = ScriptEncipherment::Emv;
+    return international;
+}
+
 }  // namespace quorrin::bank

@@ -6,9 +6,12 @@
 
 namespace quorrin::bank {
 
-// The three products that the profiles make.
+// The products that the profiles make.
 CardProduct test_debit_product();   // Triple DES, PBOC session keys, ARPC method 1
 CardProduct test_credit_product();  // Triple DES, EMV common session keys, ARPC method 2
 CardProduct test_gm_product();      // SM4, PBOC session keys, ARPC method 1
+// Triple DES, cryptogram version 18, EMV common session keys, ARPC method 2, card keys by option B, script
+// data enciphered as EMV has it.
+CardProduct test_international_product();
 
 }  // namespace quorrin::bank

@@ -13,8 +13,14 @@ namespace quorrin::cryptography {
 // Card verification results with their leading length byte 03, as they stand in 9F10.
 using CardVerificationResults = std::array<std::uint8_t, 4>;
 
-// The one version here: it covers TransactionData.
-inline constexpr std::uint8_t pboc_cryptogram_version = 0x01;
+// How a cryptogram is made. All but the first are those of international cards.
+inline constexpr std::uint8_t pboc_cryptogram_version = 0x01;  // TransactionData, padding method 2
+inline constexpr std::uint8_t cryptogram_version_10 = 0x0A;    // the same, padding method 1
+inline constexpr std::uint8_t cryptogram_version_17 =
+    0x11;  // 9F02, 9F37, 9F36, byte 2 of the results
+inline constexpr std::uint8_t cryptogram_version_18 = 0x12;  // all of 9F10 in place of the results
+
+bool is_known_cryptogram_version(std::uint8_t version);
 
 // What a PBOC application cryptogram covers, in this order.
 struct TransactionData {
@@ -29,6 +35,8 @@ struct TransactionData {
     std::array<std::uint8_t, 2> interchange_profile{};         // 82
     std::uint16_t atc = 0;                                     // 9F36
     CardVerificationResults card_verification{0x03, 0, 0, 0};  // in 9F10
+    std::uint8_t version = pboc_cryptogram_version;            // the same
+    std::uint8_t key_derivation_index = 1;                     // the same
 };
 
 std::vector<std::uint8_t> covered_bytes(const TransactionData& data);
@@ -37,7 +45,8 @@ std::vector<std::uint8_t> covered_bytes(const TransactionData& data);
 Cryptogram application_cryptogram(Algorithm algorithm, const Key& session_key,
                                   const TransactionData& data);
 
-// 9F10 of a PBOC card: 07 || key index || version || card verification results || algorithm.
+// 9F10 of a PBOC card: 07 || key index || version || card verification results || algorithm; of an
+// international one: 06 || key index || version || card verification results, Triple DES throughout.
 struct IssuerApplicationData {
     std::uint8_t key_derivation_index = 1;
     std::uint8_t cryptogram_version = pboc_cryptogram_version;

@@ -7,6 +7,7 @@
 
 #include "cryptography/block_cipher.hpp"
 #include "cryptography/byte_string.hpp"
+#include "cryptography/rsa.hpp"
 
 namespace quorrin::cryptography {
 namespace {
@@ -49,36 +50,56 @@ bool all_decimal(std::string_view digits) {
     return std::ranges::all_of(digits, [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// The right 16 digits of PAN and sequence number, zeros on the left.
-Half option_a_diversifier(std::string_view pan, std::uint8_t pan_sequence_number) {
-    std::string digits(16, '0');
-    digits += pan;
+std::vector<std::uint8_t> packed(std::string_view digits) {
+    std::vector<std::uint8_t> bytes(digits.size() / 2);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] =
+            static_cast<std::uint8_t>((digits[2 * i] - '0') << 4 | (digits[2 * i + 1] - '0'));
+    }
+    return bytes;
+}
+
+// The first 16 decimal digits of the hash; where it has fewer, its letters count from 0 (A) to 5 (F)
+// behind them.
+std::string decimalised(const std::array<std::uint8_t, 20>& hash) {
+    std::string decimal;
+    std::string from_letters;
+    for (std::size_t i = 0; i < 2 * hash.size(); ++i) {
+        const int nibble = i % 2 == 0 ? hash[i / 2] >> 4 : hash[i / 2] & 0x0F;
+        (nibble < 10 ? decimal : from_letters) += static_cast<char>('0' + nibble % 10);
+    }
+    return (decimal + from_letters).substr(0, 16);
+}
+
+Half diversifier(KeyDerivation derivation, std::string_view pan, std::uint8_t pan_sequence_number) {
+    constexpr std::size_t longest_of_option_a = 16;
+    std::string digits(pan);
     digits += static_cast<char>('0' + (pan_sequence_number >> 4));
     digits += static_cast<char>('0' + (pan_sequence_number & 0x0F));
     if (pan.empty() || !all_decimal(digits)) {
         throw std::invalid_argument("PAN or PAN sequence number is not decimal");
     }
-    digits.erase(0, digits.size() - 16);
-    Half value{};
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        value[i] =
-            static_cast<std::uint8_t>((digits[2 * i] - '0') << 4 | (digits[2 * i + 1] - '0'));
+    if (derivation == KeyDerivation::OptionB && pan.size() > longest_of_option_a) {
+        digits = decimalised(sha1(packed(digits.size() % 2 == 0 ? digits : '0' + digits)));
     }
+    digits.insert(0, 16, '0');
+    Half value{};
+    std::ranges::copy(packed(std::string_view(digits).substr(digits.size() - 16)), value.begin());
     return value;
 }
 
 }  // namespace
 
 Key derive_card_key(Algorithm algorithm, const Key& issuer_master_key, std::string_view pan,
-                    std::uint8_t pan_sequence_number) {
-    const Half diversifier = option_a_diversifier(pan, pan_sequence_number);
-    return diversified(algorithm, issuer_master_key, diversifier, complement(diversifier));
+                    std::uint8_t pan_sequence_number, KeyDerivation derivation) {
+    const Half left = diversifier(derivation, pan, pan_sequence_number);
+    return diversified(algorithm, issuer_master_key, left, complement(left));
 }
 
 KeySet derive_card_keys(Algorithm algorithm, const KeySet& issuer_master_keys, std::string_view pan,
-                        std::uint8_t pan_sequence_number) {
+                        std::uint8_t pan_sequence_number, KeyDerivation derivation) {
     const auto derive = [&](const Key& master) {
-        return derive_card_key(algorithm, master, pan, pan_sequence_number);
+        return derive_card_key(algorithm, master, pan, pan_sequence_number, derivation);
     };
     return {derive(issuer_master_keys.cryptogram), derive(issuer_master_keys.mac),
             derive(issuer_master_keys.encipherment)};
@@ -100,15 +121,21 @@ Key pboc_session_key(Algorithm algorithm, const Key& card_key, std::uint16_t atc
 
 Key cryptogram_session_key(SessionKeyScheme scheme, Algorithm algorithm, const Key& card_key,
                            std::uint16_t atc) {
-    return scheme == SessionKeyScheme::Pboc
-               ? pboc_session_key(algorithm, card_key, atc)
-               : emv_common_session_key(algorithm, card_key, left_justified(atc));
+    switch (scheme) {
+        case SessionKeyScheme::EmvCommon:
+            return emv_common_session_key(algorithm, card_key, left_justified(atc));
+        case SessionKeyScheme::None:
+            return card_key;
+        case SessionKeyScheme::Pboc:
+            break;
+    }
+    return pboc_session_key(algorithm, card_key, atc);
 }
 
 Key script_session_key(SessionKeyScheme scheme, Algorithm algorithm, const Key& card_key,
                        std::uint16_t atc, const Cryptogram& arqc) {
-    return scheme == SessionKeyScheme::Pboc ? pboc_session_key(algorithm, card_key, atc)
-                                            : emv_common_session_key(algorithm, card_key, arqc);
+    return scheme == SessionKeyScheme::EmvCommon ? emv_common_session_key(algorithm, card_key, arqc)
+                                                 : pboc_session_key(algorithm, card_key, atc);
 }
 
 Key with_odd_parity(const Key& key) {

@@ -12,6 +12,13 @@ namespace quorrin::cryptography {
 enum class SessionKeyScheme : std::uint8_t {
     Pboc,       // from the ATC, for cryptograms and scripts alike
     EmvCommon,  // EMV book 2 annex A1.3: from the ATC for cryptograms, from the ARQC for scripts
+    None,       // the card's own key makes cryptograms; scripts have keys as in PBOC
+};
+
+// EMV book 2 annex A1.4: how card keys come from the issuer's.
+enum class KeyDerivation : std::uint8_t {
+    OptionA,  // from the right 16 digits of PAN and sequence number
+    OptionB,  // for PANs of more than 16 digits: from 16 digits of their SHA-1; shorter ones as in A
 };
 
 // The three keys that a card holds, and that an issuer holds as masters of all its cards.
@@ -21,14 +28,16 @@ struct KeySet {
     Key encipherment{};  // enciphered script data
 };
 
-// EMV book 2 annex A1.4.1, option A. `pan` holds decimal digits only, `pan_sequence_number` the
+// EMV book 2 annex A1.4. `pan` holds decimal digits only, `pan_sequence_number` the
 // BCD byte of 5F34 (00 when the card has none); anything else throws std::invalid_argument.
 Key derive_card_key(Algorithm algorithm, const Key& issuer_master_key, std::string_view pan,
-                    std::uint8_t pan_sequence_number);
+                    std::uint8_t pan_sequence_number,
+                    KeyDerivation derivation = KeyDerivation::OptionA);
 
 // All three at once.
 KeySet derive_card_keys(Algorithm algorithm, const KeySet& issuer_master_keys, std::string_view pan,
-                        std::uint8_t pan_sequence_number);
+                        std::uint8_t pan_sequence_number,
+                        KeyDerivation derivation = KeyDerivation::OptionA);
 
 // EMV book 2 annex A1.3: the card key over the diversifier with its third byte F0, then 0F.
 Key emv_common_session_key(Algorithm algorithm, const Key& card_key,

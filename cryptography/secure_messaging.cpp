@@ -53,8 +53,13 @@ std::vector<std::uint8_t> encipher_script_data(const ScriptContext& context, con
     if (plain.size() > 0xFF) {
         throw std::invalid_argument("enciphered script data exceed 255 bytes");
     }
-    return encrypt_ecb(context.algorithm, session_key(context, card_key),
-                       length_prefixed(plain, block_size(context.algorithm)));
+    const std::size_t block = block_size(context.algorithm);
+    const Key key = session_key(context, card_key);
+    if (context.encipherment == ScriptEncipherment::Emv) {
+        return encrypt_cbc(context.algorithm, key, std::vector<std::uint8_t>(block),
+                           padded(plain, Padding::Method2, block));
+    }
+    return encrypt_ecb(context.algorithm, key, length_prefixed(plain, block));
 }
 
 std::optional<std::vector<std::uint8_t>> decipher_script_data(const ScriptContext& context,
@@ -63,6 +68,18 @@ std::optional<std::vector<std::uint8_t>> decipher_script_data(const ScriptContex
     const std::size_t block = block_size(context.algorithm);
     if (enciphered.empty() || enciphered.size() % block != 0) {
         return std::nullopt;
+    }
+    if (context.encipherment == ScriptEncipherment::Emv) {
+        auto clear = decrypt_cbc(context.algorithm, session_key(context, card_key),
+                                 std::vector<std::uint8_t>(block), enciphered);
+        const auto last = std::ranges::find_if(clear.rbegin(), clear.rend(),
+                                               [](std::uint8_t byte) { return byte != 0; });
+        const auto plain_size = static_cast<std::size_t>(clear.rend() - last) - 1;
+        if (last == clear.rend() || *last != 0x80 || clear.size() - plain_size > block) {
+            return std::nullopt;
+        }
+        clear.resize(plain_size);
+        return clear;
     }
     const auto clear = decrypt_ecb(context.algorithm, session_key(context, card_key), enciphered);
     const std::size_t length = clear[0];

@@ -14,12 +14,19 @@ namespace quorrin::cryptography {
 // CLA INS P1 P2 Lc. Lc counts the MAC.
 using CommandHeader = std::array<std::uint8_t, 5>;
 
+// How script data are enciphered.
+enum class ScriptEncipherment : std::uint8_t {
+    Pboc,  // length byte ahead, filled where that is no full block, ECB
+    Emv,   // EMV book 2 section 9.3: always filled (ISO/IEC 9797-1 method 2), CBC from zeros
+};
+
 // The transaction that a script belongs to.
 struct ScriptContext {
     SessionKeyScheme scheme = SessionKeyScheme::Pboc;
     Algorithm algorithm = Algorithm::TripleDes;
     std::uint16_t atc = 0;
     Cryptogram arqc{};
+    ScriptEncipherment encipherment = ScriptEncipherment::Pboc;
 };
 
 // The MACs of one answer's script commands, in the order of sending: each covers the one before.
@@ -48,8 +55,7 @@ class ScriptMacChain {
     std::optional<Mac> previous_;
 };
 
-// Length byte || plain, filled with 80 00.. where that is no full block; then ECB. `card_key` is
-// the card's encipherment key. More than 255 bytes throw std::invalid_argument.
+// As the context says. `card_key` is the card's encipherment key. More than 255 bytes throw std::invalid_argument.
 std::vector<std::uint8_t> encipher_script_data(const ScriptContext& context, const Key& card_key,
                                                Bytes plain);
 

@@ -52,7 +52,7 @@ Bytes T0Framing::transmit(std::span<const std::uint8_t> command) {
         forget();
     }
 
-    Bytes answer = card_.transmit(command);
+    Bytes answer = card_.transmit(with_full_le(command));
     if (answer.size() <= status_size) {
         return answer;
     }
@@ -70,6 +70,21 @@ Bytes T0Framing::transmit(std::span<const std::uint8_t> command) {
         return announce();
     }
     return answer;
+}
+
+// Over T=0 a command with data has no Le: what the card has is announced, not cut.
+Bytes T0Framing::with_full_le(std::span<const std::uint8_t> command) const {
+    Bytes whole(command.begin(), command.end());
+    if (command.size() > short_command_size) {
+        if (command.size() == short_command_size + command[4]) {
+            whole.push_back(0x00);
+        } else if (command.size() == short_command_size + command[4] + 1) {
+            whole.back() = 0x00;
+        }
+    } else if (command.size() == short_command_size && !settings_.wrong_le) {
+        whole.back() = 0x00;
+    }
+    return whole;
 }
 
 Bytes T0Framing::announce() const {

@@ -23,6 +23,7 @@ class T0Framing final : public CardDevice {
     Bytes transmit(std::span<const std::uint8_t> command) override;
 
   private:
+    Bytes with_full_le(std::span<const std::uint8_t> command) const;
     Bytes announce() const;
     Bytes next_portion(std::size_t wanted);
     void forget();

@@ -85,5 +85,47 @@ TEST(IssuerApplicationData, IsRefusedInAnyOtherLayout) {
     }
 }
 
+// No example of these versions is published: computed with a separate program from their definitions.
+TEST(ApplicationCryptogram, OfInternationalVersionsCoversWhatTheySay) {
+    const test::TestCard& card = test::test_cards[0];
+    const Key card_key = test::card_keys_of(card).cryptogram;
+    struct Row {
+        std::uint8_t version;
+        SessionKeyScheme scheme;
+        const char* cryptogram;
+    };
+    constexpr Row rows[] = {
+        {cryptogram_version_10, SessionKeyScheme::None, "E9EC6EFAA187BD50"},
+        {cryptogram_version_17, SessionKeyScheme::None, "301AF8A5B67C9CA5"},
+        {cryptogram_version_18, SessionKeyScheme::EmvCommon, "338993622153F925"},
+    };
+    for (const Row& row : rows) {
+        auto data = test::test_transaction();
+        data.version = row.version;
+        const Key key =
+            cryptogram_session_key(row.scheme, card.algorithm, card_key, test::test_atc);
+        EXPECT_EQ(test::to_hex(application_cryptogram(card.algorithm, key, data)), row.cryptogram)
+            << int{row.version};
+    }
+}
+
+TEST(IssuerApplicationData, OfInternationalCardsAreReadAsTheyAreWritten) {
+    for (const std::uint8_t version :
+         {cryptogram_version_10, cryptogram_version_17, cryptogram_version_18}) {
+        const auto value = encode({.key_derivation_index = 2,
+                                   .cryptogram_version = version,
+                                   .card_verification = {0x03, 0xA0, 0x40, 0x02},
+                                   .algorithm = Algorithm::TripleDes});
+        ASSERT_EQ(value.size(), 7U);
+        const auto read = decode_issuer_application_data(value);
+        ASSERT_TRUE(read);
+        EXPECT_EQ(read->key_derivation_index, 2);
+        EXPECT_EQ(read->cryptogram_version, version);
+        EXPECT_EQ(encode(*read), value);
+        EXPECT_FALSE(decode_issuer_application_data(Bytes(value).first(6)));
+    }
+    EXPECT_FALSE(is_known_cryptogram_version(0x02));
+}
+
 }  // namespace
 }  // namespace quorrin::cryptography

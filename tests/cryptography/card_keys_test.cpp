@@ -27,6 +27,26 @@ TEST(CardKeys, DerivesThePublishedEmvCommonSessionKey) {
     EXPECT_EQ(to_hex(session_key), "29B33180E567CE38EA4CBC9D753B0E61");
 }
 
+// EMV book 2 annex A1.4.2. No example is published here: computed with a separate program from the text.
+TEST(CardKeys, AreDerivedByOptionBFromNumbersOfMoreThanSixteenDigits) {
+    const auto option_b = [](const char* pan) {
+        return to_hex(
+            derive_card_key(triple_des, emv_master_key, pan, 0x45, KeyDerivation::OptionB));
+    };
+    EXPECT_EQ(option_b("99012345678901234"), "985EC4FD3EDF6162E31AF1C7D0543416");
+    EXPECT_EQ(option_b("9999130000000000015"), "4C513D4FC84698F4AB8C26D554076226");
+    EXPECT_EQ(option_b("1234567890123456"), "25011ACE8F3D7698259BE6B615403EB3") << "as option A";
+    EXPECT_EQ(option_b("1234567890123456"),
+              to_hex(derive_card_key(triple_des, emv_master_key, "1234567890123456", 0x45)));
+}
+
+TEST(CardKeys, MakeCryptogramsThemselvesWithoutSessionKeys) {
+    const Key key = derive_card_key(triple_des, emv_master_key, "99012345678901234", 0x45);
+    EXPECT_EQ(cryptogram_session_key(SessionKeyScheme::None, triple_des, key, 7), key);
+    EXPECT_EQ(script_session_key(SessionKeyScheme::None, triple_des, key, 7, {}),
+              pboc_session_key(triple_des, key, 7));
+}
+
 TEST(CardKeys, HaveOddParityWhereTheyAreDesKeysAndNoneWhereTheyAreSm4Keys) {
     for (const char* pan : {"99012345678901234", "6228000100001", "9999010000000011"}) {
         const Key des = derive_card_key(triple_des, emv_master_key, pan, 0x01);

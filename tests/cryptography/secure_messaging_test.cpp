@@ -165,5 +165,24 @@ TEST(EncipheredScriptData, AreRefusedWithAWrongLengthOrFilling) {
     EXPECT_EQ(decipher_script_data(context, key, hex("11223344556677")), std::nullopt);
 }
 
+// EMV book 2 section 9.3: always filled, CBC. Computed with a separate program.
+TEST(ScriptData, AreEncipheredAsEmvHasItWhereTheContextSaysSo) {
+    const test::TestCard& card = test::test_cards[1];
+    auto context = test::script_context_of(card);
+    context.encipherment = ScriptEncipherment::Emv;
+    const Key key = test::card_keys_of(card).encipherment;
+    const auto block = hex(card.pin_block);
+    const auto enciphered = encipher_script_data(context, key, block);
+    EXPECT_EQ(to_hex(enciphered), "86ACD49FCFDC087076156F5EF3475CEE");
+    for (std::size_t size = 0; size < 40; ++size) {
+        const std::vector<std::uint8_t> plain(size, 0x00);
+        const auto sent = encipher_script_data(context, key, plain);
+        EXPECT_EQ(sent.size(), (size / 8 + 1) * 8);
+        EXPECT_EQ(decipher_script_data(context, key, sent), plain) << size;
+    }
+    EXPECT_EQ(decipher_script_data(context, key, hex("")), std::nullopt);
+    EXPECT_EQ(decipher_script_data(context, key, hex("0000000000000000")), std::nullopt);
+}
+
 }  // namespace
 }  // namespace quorrin::cryptography

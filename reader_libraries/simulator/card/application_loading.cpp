@@ -162,6 +162,25 @@ void load_pin(const Section& section, ApplicationProfile& application) {
     application.pin = *pin;
 }
 
+void load_card_key(const Section& section, ApplicationProfile& application) {
+    // EMV book 2 section 6.6.1: the signed data of a cryptogram have 63 bytes at least.
+    constexpr std::size_t smallest = 64;
+    constexpr std::size_t largest = 128;
+    const auto key = section.optional_section("card_key");
+    if (key) {
+        key->allow_only({"modulus", "exponent", "private_exponent"});
+        application.card_key = {key->hex("modulus", smallest, largest), key->hex("exponent", 1, 3),
+                                key->hex("private_exponent", smallest, largest)};
+        if (application.card_key->modulus.front() < 0x80) {
+            key->fail("modulus", "must begin with 80 or more: its size is that of what it signs");
+        }
+    }
+    constexpr std::uint8_t dynamic_or_combined = 0x21;  // AIP byte 1
+    if (!key && (application.interchange_profile[0] & dynamic_or_combined) != 0) {
+        section.fail("aip", "claims DDA or CDA (byte 1, 20 or 01) without card_key");
+    }
+}
+
 // The digits of 5A, the filler at its end left out.
 std::string pan_of(const Section& section, const RecordFiles& records,
                    const RecordSections& sections) {
@@ -193,7 +212,8 @@ cryptography::KeySet load_keys(const Section& section, const RecordFiles& record
     const std::string pan = pan_of(section, records, sections);
     try {
         return cryptography::derive_card_keys(card.algorithm, card.master_keys, pan,
-                                              sequence ? sequence->front() : std::uint8_t{0});
+                                              sequence ? sequence->front() : std::uint8_t{0},
+                                              card.key_derivation);
     } catch (const std::invalid_argument& error) {
         fail_in_record(sections, records, 0x5A, std::string("and 5F34: ") + error.what());
     }
@@ -271,7 +291,9 @@ ApplicationProfile load_application(const Section& section, const CardProfile& c
                         "load_log",
                         "quick",
                         "script_mac_failures",
-                        "blocked"});
+                        "blocked",
+                        "declines",
+                        "card_key"});
     ApplicationProfile application;
     application.aid = section.hex("aid", 5, 16);
     const std::string label = section.text("label");
@@ -293,11 +315,12 @@ ApplicationProfile load_application(const Section& section, const CardProfile& c
     application.answer_format =
         static_cast<AnswerFormat>(number_field_or(section, "answer_format", 1, 2, 2));
     if (const auto quick = section.optional_section("quick")) {
-        quick->allow_only({"elements"});
+        quick->allow_only({"elements", "fdda"});
         if (!quick->has("elements")) {
             quick->fail("elements", "is missing");
         }
-        application.quick = QuickProfile{encoded_elements(*quick, "elements")};
+        application.quick = QuickProfile{encoded_elements(*quick, "elements"),
+                                         quick->optional_boolean("fdda").value_or(false)};
     }
     RecordSections record_sections;
     application.records = load_records(section, record_sections);
@@ -313,6 +336,8 @@ ApplicationProfile load_application(const Section& section, const CardProfile& c
     application.script_mac_failures =
         number_field_or<unsigned>(section, "script_mac_failures", 0, 255, 0);
     application.blocked = section.optional_boolean("blocked").value_or(false);
+    application.declines = section.optional_boolean("declines").value_or(false);
+    load_card_key(section, application);
     application.first_atc = number_field_or<std::uint16_t>(section, "atc", 0, 0xFFFF, 0);
     application.first_last_online_atc =
         number_field_or<std::uint16_t>(section, "last_online_atc", 0, 0xFFFF, 0);

@@ -50,7 +50,8 @@ struct ApplicationSession {
 
     // What keys of this transaction are made from.
     [[nodiscard]] cryptography::ScriptContext script_context() const {
-        return {card.session_keys, card.algorithm, state.atc, state.last_arqc};
+        return {card.session_keys, card.algorithm, state.atc, state.last_arqc,
+                card.script_encipherment};
     }
     [[nodiscard]] cryptography::Key cryptogram_key() const {
         return cryptography::cryptogram_session_key(card.session_keys, card.algorithm,

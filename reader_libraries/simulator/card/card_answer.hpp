@@ -25,6 +25,7 @@ enum class StatusWord : std::uint16_t {
     WrongParameters = 0x6A86,
     ReferencedDataNotFound = 0x6A88,
     InstructionNotSupported = 0x6D00,
+    WrongLe = 0x6C00,  // the low byte has the right one
     ClassNotSupported = 0x6E00,
 };
 

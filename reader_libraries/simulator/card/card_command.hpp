@@ -14,6 +14,8 @@ struct CardCommand {
     std::uint8_t p1 = 0;
     std::uint8_t p2 = 0;
     std::span<const std::uint8_t> data;  // without Le
+    bool with_le = false;
+    std::size_t expected = 0;  // bytes that Le asks for: 256 for 00
 
     [[nodiscard]] std::uint16_t parameters() const {
         return static_cast<std::uint16_t>(p1 << 8 | p2);

@@ -13,6 +13,7 @@ inline constexpr std::uint8_t application_block = 0x1E;
 inline constexpr std::uint8_t verify = 0x20;
 inline constexpr std::uint8_t pin_change_unblock = 0x24;
 inline constexpr std::uint8_t external_authenticate = 0x82;
+inline constexpr std::uint8_t internal_authenticate = 0x88;
 inline constexpr std::uint8_t get_challenge = 0x84;
 inline constexpr std::uint8_t select = 0xA4;
 inline constexpr std::uint8_t get_processing_options = 0xA8;

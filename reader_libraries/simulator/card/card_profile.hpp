@@ -8,8 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "cryptography/application_cryptogram.hpp"
 #include "cryptography/card_keys.hpp"
 #include "cryptography/issuer_authentication.hpp"
+#include "cryptography/rsa.hpp"
+#include "cryptography/secure_messaging.hpp"
 #include "reader_libraries/simulator/card/data_objects.hpp"
 
 namespace quorrin::simulator {
@@ -50,7 +53,8 @@ enum class AnswerFormat : std::uint8_t { Format1 = 1, Format2 = 2 };
 
 // What a quick PBOC application answers to GET PROCESSING OPTIONS beside the cryptogram.
 struct QuickProfile {
-    Bytes elements;  // encoded
+    Bytes elements;             // encoded
+    bool dynamic_data = false;  // fDDA: 9F4B in the answer to terminals that ask for it
 };
 
 struct ApplicationProfile {
@@ -78,7 +82,10 @@ struct ApplicationProfile {
     std::uint16_t first_atc = 0;
     std::uint16_t first_last_online_atc = 0;
 
-    cryptography::KeySet keys;  // this card's own
+    bool declines = false;  // every transaction
+
+    cryptography::KeySet keys;                            // this card's own
+    std::optional<cryptography::RsaPrivateKey> card_key;  // for DDA, CDA and enciphered PINs
 };
 
 // The payment system environment of contact cards.
@@ -96,6 +103,9 @@ struct CardProfile {
     cryptography::Algorithm algorithm = cryptography::Algorithm::TripleDes;
     cryptography::SessionKeyScheme session_keys = cryptography::SessionKeyScheme::Pboc;
     cryptography::ArpcMethod arpc_method = cryptography::ArpcMethod::Method1;
+    cryptography::KeyDerivation key_derivation = cryptography::KeyDerivation::OptionA;
+    std::uint8_t cryptogram_version = cryptography::pboc_cryptogram_version;
+    cryptography::ScriptEncipherment script_encipherment = cryptography::ScriptEncipherment::Pboc;
     std::uint8_t key_index = 1;
     cryptography::KeySet master_keys;  // the issuer's
 

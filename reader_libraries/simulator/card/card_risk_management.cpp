@@ -196,7 +196,7 @@ bool declined_online(const ApplicationSession& session, const DefaultAction& wan
 CryptogramType first_type(ApplicationSession& session, CryptogramType requested) {
     constexpr Tag electronic_cash_indicator = 0x9F7A;
     const DefaultAction wanted = default_action(session);
-    if (session.state.blocked || requested == CryptogramType::Aac) {
+    if (session.state.blocked || session.application.declines || requested == CryptogramType::Aac) {
         return CryptogramType::Aac;
     }
     if (pin_tries_used_up(session)) {

@@ -35,6 +35,8 @@ TransactionData covered_data(const ApplicationSession& session,
     std::ranges::copy(session.application.interchange_profile, data.interchange_profile.begin());
     data.atc = session.state.atc;
     data.card_verification = verification;
+    data.version = session.card.cryptogram_version;
+    data.key_derivation_index = session.card.key_index;
     return data;
 }
 
@@ -45,6 +47,7 @@ IssuedCryptogram issue(const ApplicationSession& session, CryptogramType type,
     const auto atc = cryptography::big_endian(session.state.atc);
     cryptography::IssuerApplicationData issuer_data;
     issuer_data.key_derivation_index = session.card.key_index;
+    issuer_data.cryptogram_version = session.card.cryptogram_version;
     issuer_data.card_verification = verification;
     issuer_data.algorithm = session.card.algorithm;
     return {static_cast<std::uint8_t>(type),

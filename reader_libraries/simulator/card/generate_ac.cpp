@@ -2,6 +2,7 @@
 
 #include "reader_libraries/simulator/card/card_risk_management.hpp"
 #include "reader_libraries/simulator/card/cryptogram_generation.hpp"
+#include "reader_libraries/simulator/card/offline_authentication.hpp"
 #include "reader_libraries/simulator/card/record_reading.hpp"
 #include "reader_libraries/simulator/card/transaction_commands.hpp"
 
@@ -11,12 +12,23 @@ namespace {
 constexpr Tag first_list = 0x8C;
 constexpr Tag second_list = 0x8D;
 
-// Empty for the types that are for later use, and for combined data authentication, which no card
-// here has keys for.
-std::optional<CryptogramType> requested_type(const CardCommand& command) {
+constexpr std::uint8_t combined_data_authentication = 0x10;  // P1
+
+struct Request {
+    CryptogramType type = CryptogramType::Aac;
+    bool combined = false;  // with data authentication: EMV book 2 section 6.6
+};
+
+// Empty for the types that are for later use, and for combined data authentication of a card without a
+// key for it.
+std::optional<Request> requested(const ApplicationSession& session, const CardCommand& command) {
+    const bool combined = (command.p1 & combined_data_authentication) != 0;
+    if (command.p2 != 0 || (combined && !session.application.card_key)) {
+        return std::nullopt;
+    }
     for (const auto type : {CryptogramType::Aac, CryptogramType::Tc, CryptogramType::Arqc}) {
-        if (command.p1 == static_cast<std::uint8_t>(type)) {
-            return type;
+        if ((command.p1 & ~combined_data_authentication) == static_cast<std::uint8_t>(type)) {
+            return Request{type, combined};
         }
     }
     return std::nullopt;
@@ -34,8 +46,11 @@ void take_response_code(ApplicationSession& session, const std::vector<ListEntry
     session.issuer_refuses |= !session.unable_to_go_online && !approves({code[0], code[1]});
 }
 
-CardAnswer answer(const ApplicationSession& session, const IssuedCryptogram& issued) {
-    if (session.application.answer_format == AnswerFormat::Format1) {
+// An AAC is never signed.
+CardAnswer answer(const ApplicationSession& session, const IssuedCryptogram& issued, bool asked) {
+    const bool combined =
+        asked && issued.information != static_cast<std::uint8_t>(CryptogramType::Aac);
+    if (!combined && session.application.answer_format == AnswerFormat::Format1) {
         Bytes value{issued.information};
         append(value, issued.atc);
         append(value, issued.cryptogram);
@@ -44,6 +59,15 @@ CardAnswer answer(const ApplicationSession& session, const IssuedCryptogram& iss
     }
     Bytes value = data_object(0x9F27, {&issued.information, 1});
     append(value, data_object(0x9F36, issued.atc));
+    if (combined) {
+        // 9F26 goes within 9F4B, and the hash covers the others in the order of the answer.
+        Bytes covered = value;
+        append(covered, data_object(0x9F10, issued.issuer_data));
+        append(value, data_object(0x9F4B, signed_cryptogram(session, issued.information,
+                                                            issued.cryptogram, covered)));
+        append(value, data_object(0x9F10, issued.issuer_data));
+        return data_object(0x77, value);
+    }
     append(value, data_object(0x9F26, issued.cryptogram));
     append(value, data_object(0x9F10, issued.issuer_data));
     return data_object(0x77, value);
@@ -56,11 +80,11 @@ CardAnswer generate_ac(ApplicationSession& session, const CardCommand& command) 
     if (!first && session.stage != TransactionStage::Online) {
         return StatusWord::ConditionsNotSatisfied;
     }
-    const auto requested = requested_type(command);
-    if (!requested || command.p2 != 0) {
+    const auto request = requested(session, command);
+    if (!request) {
         return StatusWord::WrongParameters;
     }
-    if (!first && *requested == CryptogramType::Arqc) {
+    if (!first && request->type == CryptogramType::Arqc) {
         return StatusWord::ConditionsNotSatisfied;
     }
     // The lists stand in records, which a script may have replaced by something that is no list.
@@ -71,11 +95,14 @@ CardAnswer generate_ac(ApplicationSession& session, const CardCommand& command) 
     }
     take_values(*list, command.data, session.terminal);
     append(session.dol_data, command.data);
+    session.dynamic_authentication |= request->combined;
     if (first) {
-        return answer(session, issue_first_cryptogram(session, first_type(session, *requested)));
+        return answer(session, issue_first_cryptogram(session, first_type(session, request->type)),
+                      request->combined);
     }
     take_response_code(session, *list);
-    return answer(session, issue_second_cryptogram(session, second_type(session, *requested)));
+    return answer(session, issue_second_cryptogram(session, second_type(session, request->type)),
+                  request->combined);
 }
 
 }  // namespace quorrin::simulator

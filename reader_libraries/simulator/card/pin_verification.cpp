@@ -1,11 +1,17 @@
+#include <algorithm>
 #include <string>
 
+#include "cryptography/rsa.hpp"
 #include "reader_libraries/simulator/card/card_data_commands.hpp"
 
 namespace quorrin::simulator {
 namespace {
 
-constexpr std::uint8_t plain_pin = 0x80;  // P2
+// P2: EMV book 3 section 6.5.12.
+constexpr std::uint8_t plain_pin = 0x80;
+constexpr std::uint8_t enciphered_pin = 0x88;
+
+constexpr std::size_t block_size = 8;
 
 // ISO 9564 format 2: 2, the count of digits, the digits, filled with F. Empty for anything else.
 std::optional<std::string> pin_of(std::span<const std::uint8_t> block) {
@@ -27,6 +33,24 @@ std::optional<std::string> pin_of(std::span<const std::uint8_t> block) {
     return digits;
 }
 
+// EMV book 2 section 7.2: 7F, the PIN block, the card's challenge and random filling under the card's
+// key. Empty where header or challenge is wrong.
+std::optional<Bytes> deciphered_block(const cryptography::RsaPrivateKey& key,
+                                      const Bytes& challenge, std::span<const std::uint8_t> data) {
+    constexpr std::uint8_t header = 0x7F;
+    Bytes clear;
+    try {
+        clear = cryptography::rsa_private(key, data);
+    } catch (const std::invalid_argument&) {
+        return std::nullopt;
+    }
+    const auto block = clear.begin() + 1;
+    if (clear[0] != header || !std::equal(challenge.begin(), challenge.end(), block + block_size)) {
+        return std::nullopt;
+    }
+    return Bytes(block, block + block_size);
+}
+
 CardAnswer tries_left(std::uint8_t count) {
     return static_cast<StatusWord>(static_cast<std::uint16_t>(StatusWord::TriesLeft) | count);
 }
@@ -34,22 +58,33 @@ CardAnswer tries_left(std::uint8_t count) {
 }  // namespace
 
 CardAnswer verify(ApplicationSession& session, const CardCommand& command) {
-    if (command.p1 != 0 || command.p2 != plain_pin) {
+    const auto& key = session.application.card_key;
+    const bool enciphered = command.p2 == enciphered_pin && key;
+    if (command.p1 != 0 || (command.p2 != plain_pin && !enciphered)) {
         return StatusWord::WrongParameters;
     }
     auto& state = session.state;
     if (session.application.pin_try_limit == 0) {
         return StatusWord::ReferenceDataUnusable;
     }
-    if (command.data.size() != 8) {
+    const auto challenge = std::exchange(session.challenge, std::nullopt);
+    if (command.data.size() != (enciphered ? key->modulus.size() : block_size)) {
         return StatusWord::WrongLength;
     }
-    const auto pin = pin_of(command.data);
-    if (!pin) {
-        return StatusWord::WrongData;
+    if (enciphered && !challenge) {
+        return StatusWord::ConditionsNotSatisfied;
     }
     if (state.pin_tries == 0) {
         return StatusWord::AuthenticationMethodBlocked;
+    }
+    const auto block = enciphered ? deciphered_block(*key, *challenge, command.data)
+                                  : std::optional(Bytes(command.data.begin(), command.data.end()));
+    if (!block) {
+        return StatusWord::ReferenceDataUnusable;
+    }
+    const auto pin = pin_of(*block);
+    if (!pin) {
+        return StatusWord::WrongData;
     }
     if (*pin != state.pin) {
         session.pin_check = CheckResult::Wrong;

@@ -1,6 +1,9 @@
+#include <random>
+
 #include "reader_libraries/simulator/card/card_amounts.hpp"
 #include "reader_libraries/simulator/card/cryptogram_generation.hpp"
 #include "reader_libraries/simulator/card/electronic_cash.hpp"
+#include "reader_libraries/simulator/card/offline_authentication.hpp"
 #include "reader_libraries/simulator/card/transaction_commands.hpp"
 
 namespace quorrin::simulator {
@@ -17,6 +20,7 @@ constexpr std::uint8_t online_pin = 0x04;                    // byte 1
 constexpr std::uint8_t signature = 0x02;                     // byte 1
 constexpr std::uint8_t online_cryptogram_required = 0x80;    // byte 2
 constexpr std::uint8_t holder_verification_required = 0x40;  // byte 2
+constexpr std::uint8_t fast_dda = 0x80;                      // byte 4
 }  // namespace qualifier
 
 // Card transaction qualifiers, 9F6C: what the card wants of the holder.
@@ -94,6 +98,30 @@ Bytes quick_elements(const QuickProfile& quick, std::uint8_t wanted_of_holder) {
     return elements;
 }
 
+bool wants_dynamic_data(const ApplicationSession& session) {
+    return session.application.card_key && session.application.quick->dynamic_data &&
+           (fitted_value(session.terminal, terminal_qualifiers, 4)[3] & qualifier::fast_dda) != 0;
+}
+
+// Fast DDA, version 01 of PBOC book 12: the signature covers the terminal's number, amount and currency
+// and what the card adds in 9F69, version and a number of its own and its qualifiers.
+Bytes fast_dynamic_data(const ApplicationSession& session) {
+    std::random_device random;
+    Bytes authentication{0x01};
+    for (int i = 0; i < 4; ++i) {
+        authentication.push_back(static_cast<std::uint8_t>(random()));
+    }
+    append(authentication,
+           find_object(session.application.quick->elements, 0x9F6C).value_or(Bytes{0x00, 0x00}));
+    Bytes covered = fitted_value(session.terminal, 0x9F37, 4);
+    append(covered, fitted_value(session.terminal, 0x9F02, 6));
+    append(covered, fitted_value(session.terminal, 0x5F2A, 2));
+    append(covered, authentication);
+    Bytes objects = data_object(0x9F69, authentication);
+    append(objects, data_object(0x9F4B, signed_dynamic_data(session, {}, covered)));
+    return objects;
+}
+
 // The whole transaction in one answer: paid from electronic cash, else an ARQC, which ends the card's
 // part; nothing of the issuer comes back to it.
 CardAnswer quick_transaction(ApplicationSession& session) {
@@ -107,6 +135,9 @@ CardAnswer quick_transaction(ApplicationSession& session) {
     append(value, data_object(0x9F26, issued.cryptogram));
     append(value, data_object(0x9F10, issued.issuer_data));
     append(value, quick_elements(*session.application.quick, outcome.wanted_of_holder));
+    if (outcome.type == CryptogramType::Tc && wants_dynamic_data(session)) {
+        append(value, fast_dynamic_data(session));
+    }
     return data_object(0x77, value);
 }
 

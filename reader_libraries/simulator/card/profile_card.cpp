@@ -59,7 +59,7 @@ class ProfileCard final : public CardDevice {
         std::uint8_t ins;
         Handler handler;
     };
-    static const std::array<Row, 16> rows;
+    static const std::array<Row, 23> rows;
 
     CardAnswer execute(std::span<const std::uint8_t> bytes) {
         const auto command = parse_command(bytes);
@@ -69,6 +69,9 @@ class ProfileCard final : public CardDevice {
         if (state_.blocked && !ends_transaction(*command)) {
             return StatusWord::FunctionNotSupported;
         }
+        if (session_ && command->ins != instruction::verify) {
+            session_->challenge.reset();
+        }
         const auto row = std::ranges::find_if(rows, [&](const Row& each) {
             return each.cla == command->cla && each.ins == command->ins;
         });
@@ -77,7 +80,21 @@ class ProfileCard final : public CardDevice {
             return known_class ? StatusWord::InstructionNotSupported
                                : StatusWord::ClassNotSupported;
         }
-        return (this->*row->handler)(*command);
+        return framed(*command, (this->*row->handler)(*command));
+    }
+
+    // ISO/IEC 7816-4 section 5.1: without Le no data come. An Le of less than there is gets 6Cxx where
+    // the command can come again (those without data, which change nothing), else as much as it asks for.
+    static CardAnswer framed(const CardCommand& command, CardAnswer answer) {
+        if (answer.data.size() <= command.expected) {
+            return answer;
+        }
+        if (command.with_le && command.data.empty()) {
+            return static_cast<StatusWord>(static_cast<std::uint16_t>(StatusWord::WrongLe) |
+                                           (answer.data.size() & 0xFF));
+        }
+        answer.data.resize(command.expected);
+        return answer;
     }
 
     // A card that is blocked in mid-transaction still ends it, with an AAC.
@@ -93,7 +110,9 @@ class ProfileCard final : public CardDevice {
         if (command.p1 != by_name || (command.p2 != 0 && command.p2 != next_occurrence)) {
             return StatusWord::WrongParameters;
         }
-        if (command.data.size() > longest_name) {
+        const bool header_and_le =
+            command.data.empty() && command.with_le && command.expected != 256;
+        if (command.data.size() > longest_name || header_and_le) {
             return StatusWord::WrongLength;
         }
         const auto found =
@@ -148,6 +167,9 @@ class ProfileCard final : public CardDevice {
         std::random_device random;
         Bytes challenge(8);
         std::ranges::generate(challenge, [&] { return static_cast<std::uint8_t>(random()); });
+        if (session_) {
+            session_->challenge = challenge;
+        }
         return challenge;
     }
 
@@ -196,12 +218,13 @@ class ProfileCard final : public CardDevice {
     std::optional<ApplicationSession> session_;
 };
 
-const std::array<ProfileCard::Row, 16> ProfileCard::rows{{
+const std::array<ProfileCard::Row, 23> ProfileCard::rows{{
     {0x00, instruction::select, &ProfileCard::select},
     {0x00, instruction::read_record, &ProfileCard::read_record},
     {0x00, instruction::get_challenge, &ProfileCard::get_challenge},
     {0x00, instruction::verify, &ProfileCard::in_application<verify>},
     {0x00, instruction::external_authenticate, &ProfileCard::in_application<external_authenticate>},
+    {0x00, instruction::internal_authenticate, &ProfileCard::in_application<internal_authenticate>},
     {0x80, instruction::get_processing_options,
      &ProfileCard::in_application<get_processing_options>},
     {0x80, instruction::generate_ac, &ProfileCard::in_application<generate_ac>},
@@ -212,6 +235,12 @@ const std::array<ProfileCard::Row, 16> ProfileCard::rows{{
     {0x84, instruction::pin_change_unblock, &ProfileCard::in_application<script_command>},
     {0x84, instruction::put_data, &ProfileCard::in_application<script_command>},
     {0x84, instruction::update_record, &ProfileCard::in_application<script_command>},
+    {0x8C, instruction::application_block, &ProfileCard::in_application<script_command>},
+    {0x8C, instruction::application_unblock, &ProfileCard::in_application<script_command>},
+    {0x8C, instruction::card_block, &ProfileCard::in_application<script_command>},
+    {0x8C, instruction::pin_change_unblock, &ProfileCard::in_application<script_command>},
+    {0x8C, instruction::put_data, &ProfileCard::in_application<script_command>},
+    {0x8C, instruction::update_record, &ProfileCard::in_application<script_command>},
     {0x04, instruction::put_data, &ProfileCard::in_application<script_command>},
     {0x04, instruction::update_record, &ProfileCard::in_application<script_command>},
 }};

@@ -23,7 +23,14 @@ constexpr std::array algorithms{NamedChoice<Algorithm>{"3des", Algorithm::Triple
                                 NamedChoice<Algorithm>{"sm4", Algorithm::Sm4}};
 constexpr std::array session_key_schemes{
     NamedChoice<SessionKeyScheme>{"pboc", SessionKeyScheme::Pboc},
-    NamedChoice<SessionKeyScheme>{"emv", SessionKeyScheme::EmvCommon}};
+    NamedChoice<SessionKeyScheme>{"emv", SessionKeyScheme::EmvCommon},
+    NamedChoice<SessionKeyScheme>{"none", SessionKeyScheme::None}};
+constexpr std::array key_derivations{
+    NamedChoice<cryptography::KeyDerivation>{"a", cryptography::KeyDerivation::OptionA},
+    NamedChoice<cryptography::KeyDerivation>{"b", cryptography::KeyDerivation::OptionB}};
+constexpr std::array script_encipherments{
+    NamedChoice<cryptography::ScriptEncipherment>{"pboc", cryptography::ScriptEncipherment::Pboc},
+    NamedChoice<cryptography::ScriptEncipherment>{"emv", cryptography::ScriptEncipherment::Emv}};
 
 Key key_field(const Section& section, std::string_view field) {
     Key key{};
@@ -106,7 +113,8 @@ void check_kind(const Section& section) {
 CardProfile load_profile(const Section& section) {
     check_kind(section);
     section.allow_only({"name", "atr", "state", "algorithm", "session_keys", "arpc_method", "ppse",
-                        "pse", "keys", "application"});
+                        "pse", "keys", "application", "key_derivation", "cryptogram_version",
+                        "script_encipherment"});
     CardProfile profile;
     profile.name = section.text("name");
     profile.answer_to_reset = section.hex("atr", 2, 33);
@@ -117,6 +125,16 @@ CardProfile load_profile(const Section& section) {
     profile.session_keys =
         choice_field_or(section, "session_keys", session_key_schemes, SessionKeyScheme::Pboc);
     profile.arpc_method = static_cast<ArpcMethod>(number_field_or(section, "arpc_method", 1, 2, 1));
+    profile.key_derivation = choice_field_or(section, "key_derivation", key_derivations,
+                                             cryptography::KeyDerivation::OptionA);
+    profile.cryptogram_version =
+        number_field_or<std::uint8_t>(section, "cryptogram_version", 0, 255, 1);
+    if (!cryptography::is_known_cryptogram_version(profile.cryptogram_version)) {
+        section.fail("cryptogram_version", "must be 1 (PBOC), 10, 17 or 18");
+    }
+    profile.script_encipherment =
+        choice_field_or(section, "script_encipherment", script_encipherments,
+                        cryptography::ScriptEncipherment::Pboc);
     profile.contactless_directory = section.optional_boolean("ppse").value_or(false);
     if (const auto directory = section.optional_section("pse")) {
         profile.contact_directory = load_directory(*directory);

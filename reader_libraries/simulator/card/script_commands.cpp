@@ -18,6 +18,48 @@ constexpr std::uint8_t counter_only = 0x00;
 constexpr std::uint8_t new_pin_under_current = 0x01;
 constexpr std::uint8_t new_pin_alone = 0x02;
 
+constexpr std::uint8_t format_1_class = 0x8C;
+
+// A script command taken apart: what the MAC covers, the MAC, and the plain or enciphered value.
+struct SealedData {
+    std::span<const std::uint8_t> covered;
+    std::span<const std::uint8_t> mac;
+    std::span<const std::uint8_t> value;
+};
+
+// EMV book 2 section 9.2.1.2: class 8C carries objects, 81 for plain data or 87 (with its padding
+// indicator) for enciphered ones, then 8E with the MAC. The others carry value and MAC as they are
+// (format 2).
+std::optional<SealedData> sealed_data(const CardCommand& command) {
+    constexpr Tag plain = 0x81;
+    constexpr Tag enciphered = 0x87;
+    constexpr Tag mac = 0x8E;
+    if (command.cla != format_1_class) {
+        if (command.data.size() < mac_size) {
+            return std::nullopt;
+        }
+        const auto value = command.data.first(command.data.size() - mac_size);
+        return SealedData{value, command.data.last(mac_size), value};
+    }
+    SealedData sealed;
+    auto rest = command.data;
+    auto object = take_object(rest);
+    if (object && (object->tag == plain || object->tag == enciphered)) {
+        const std::size_t indicator = object->tag == enciphered ? 1 : 0;
+        if (object->value.size() < indicator) {
+            return std::nullopt;
+        }
+        sealed.value = object->value.subspan(indicator);
+        object = take_object(rest);
+    }
+    if (!object || object->tag != mac || object->value.size() != mac_size || !rest.empty()) {
+        return std::nullopt;
+    }
+    sealed.mac = object->value;
+    sealed.covered = command.data.first(command.data.size() - 2 - mac_size);
+    return sealed;
+}
+
 // As many as the profile says end what the cryptogram opened.
 StatusWord wrong_mac(ApplicationSession& session) {
     ++session.wrong_script_macs;
@@ -36,17 +78,17 @@ bool taken_while_blocked(const ApplicationSession& session, const CardCommand& c
 }
 
 // The command without its MAC. Refused, and why, where the MAC is not right.
-std::optional<StatusWord> refusal(ApplicationSession& session, const CardCommand& command) {
+std::optional<StatusWord> refusal(ApplicationSession& session, const CardCommand& command,
+                                  const std::optional<SealedData>& sealed) {
     if (!session.script_macs || !taken_while_blocked(session, command)) {
         return StatusWord::ConditionsNotSatisfied;
     }
-    if (command.data.size() < mac_size) {
+    if (!sealed) {
         return StatusWord::WrongLength;
     }
     const cryptography::CommandHeader header{command.cla, command.ins, command.p1, command.p2,
                                              static_cast<std::uint8_t>(command.data.size())};
-    if (!session.script_macs->accept(header, command.data.first(command.data.size() - mac_size),
-                                     command.data.last(mac_size))) {
+    if (!session.script_macs->accept(header, sealed->covered, sealed->mac)) {
         return wrong_mac(session);
     }
     return std::nullopt;
@@ -171,12 +213,12 @@ CardAnswer script_command(ApplicationSession& session, const CardCommand& comman
     if (session.script_macs) {
         count_scripts_afresh(session);
     }
-    if (const auto refused = refusal(session, command)) {
+    const auto sealed = sealed_data(command);
+    if (const auto refused = refusal(session, command, sealed)) {
         session.state.script_failed = true;
         return *refused;
     }
-    const auto answer =
-        perform(session, command, command.data.first(command.data.size() - mac_size));
+    const auto answer = perform(session, command, sealed->value);
     count_command(session.state, answer.status);
     return answer;
 }

@@ -9,6 +9,7 @@ namespace quorrin::simulator {
 
 CardAnswer get_processing_options(ApplicationSession& session, const CardCommand& command);
 CardAnswer generate_ac(ApplicationSession& session, const CardCommand& command);
+CardAnswer internal_authenticate(ApplicationSession& session, const CardCommand& command);
 CardAnswer external_authenticate(ApplicationSession& session, const CardCommand& command);
 
 }  // namespace quorrin::simulator

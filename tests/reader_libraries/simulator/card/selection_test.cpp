@@ -101,7 +101,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Refusal{"", 0x6700}, Refusal{"00A404", 0x6700},
                     Refusal{"00A4040005A0", 0x6700},      // data cut off
                     Refusal{"00A4040001A00000", 0x6700},  // and too long
-                    Refusal{"00A40400FF", 0x6A82},        // an Le, no name
+                    Refusal{"00A40400FF", 0x6700},        // an Le, no name
                     Refusal{"00A404000000", 0x6A82},      // an empty name
                     Refusal{"00A4040011 00000000 00000000 00000000 00000000 00", 0x6700},
                     Refusal{"00A4000002 3F00", 0x6A86},  // by identifier

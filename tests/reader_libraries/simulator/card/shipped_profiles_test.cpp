@@ -2,6 +2,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "bank/test_bank.hpp"
 #include "tests/reader_libraries/simulator/card/test_profile.hpp"
 
 namespace quorrin::test {
@@ -101,7 +102,63 @@ INSTANTIATE_TEST_SUITE_P(
                     ShippedCard{"two_applications.toml", "A000000333010101", "9999040000000059"},
                     ShippedCard{"old.toml", "A0000003330101060001020304", "9999050000000000060"},
                     ShippedCard{"load_log.toml", "A000000333010101", "9999080000000097"},
+                    ShippedCard{"full.toml", "A000000333010101", "9999090000000104"},
+                    ShippedCard{"expired.toml", "A000000333010101", "9999110000000126"},
+                    ShippedCard{"old_valid.toml", "A000000333010101", "9999050000000000078"},
                     ShippedCard{"quick.toml", "A000000333010101", "9999060000000073"}));
+
+TEST(DecliningCard, GivesAnAacWhateverItIsAskedFor) {
+    for (const std::uint8_t request : hex("004080")) {
+        Terminal terminal(shipped("declines.toml"));
+        terminal.select(hex("A000000333010101"));
+        terminal.get_options();
+        terminal.read_records();
+        EXPECT_EQ(terminal.generate_ac(request).status, 0x9000U);
+        EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), hex("00"));
+    }
+}
+
+TEST(BlockedCard, IsFreedUnderItsAac) {
+    Terminal terminal(shipped("blocked.toml"));
+    const Bytes aid = hex("A000000333010101");
+    EXPECT_EQ(terminal.select(aid).status, 0x6283U);
+    EXPECT_EQ(terminal.get_options().status, 0x9000U);
+    terminal.read_records();
+    EXPECT_EQ(terminal.generate_ac(0x80).status, 0x9000U);
+    EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), hex("00"));
+    bank::Decision decision;
+    decision.scripts.push_back(
+        {bank::ScriptPhase::AfterFinalCryptogram, {}, {bank::application_unblock()}});
+    const auto answer = bank::answer_online(test_bank(), terminal.online_request(), decision);
+    EXPECT_EQ(terminal.run_scripts(answer).at(0).status, 0x9000U);
+    EXPECT_EQ(terminal.select(aid).status, 0x9000U);
+}
+
+TEST(InternationalCard, HasBothDirectoriesAndAnswersItsBank) {
+    Terminal terminal(shipped("international.toml"));
+    EXPECT_EQ(terminal.select(text_bytes("1PAY.SYS.DDF01")).status, 0x9000U);
+    const auto ppse = terminal.select(text_bytes("2PAY.SYS.DDF01"));
+    terminal.purchase(expect_element(ppse.data, "4F"));
+    EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F10"), hex("06011203A00000"));
+    const auto product = bank::test_international_product();
+    for (const auto command_class :
+         {bank::CommandClass::SecureProprietary, bank::CommandClass::SecureObjects}) {
+        terminal.purchase(hex("A000000333010101"));
+        bank::Decision decision;
+        auto pin = bank::pin_change("975318");
+        pin.command_class = command_class;
+        auto put = bank::put_data(0x9F58, hex("07"), command_class);
+        decision.scripts.push_back({bank::ScriptPhase::AfterFinalCryptogram, {}, {pin, put}});
+        const auto answer = bank::answer_online(product, terminal.online_request(), decision);
+        ASSERT_TRUE(answer.cryptogram_right) << answer.reason;
+        EXPECT_EQ(terminal.authenticate(answer).status, 0x9000U);
+        for (const auto& reply : terminal.run_scripts(answer)) {
+            EXPECT_EQ(reply.status, 0x9000U);
+        }
+        EXPECT_EQ(terminal.data_value("9F58"), hex("07"));
+        EXPECT_EQ(terminal.send("0020008008 26975318FFFFFFFF").status, 0x9000U);
+    }
+}
 
 TEST(DefaultCard, IsTheDebitCard) {
     Terminal built_in(simulator::default_card());

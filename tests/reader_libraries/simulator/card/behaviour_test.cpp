@@ -1,0 +1,162 @@
+// The table in docs/card-behaviour.md, row by row.
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "tests/reader_libraries/simulator/card/test_profile.hpp"
+
+namespace quorrin::test {
+namespace {
+
+struct Row {
+    std::string state;
+    std::string command;
+    std::string answer;
+    std::string source;
+    int line = 0;
+};
+
+std::vector<Row> documented_rows() {
+    std::ifstream page(QUORRIN_BEHAVIOUR_PAGE);
+    std::vector<Row> rows;
+    int number = 0;
+    for (std::string line; std::getline(page, line);) {
+        ++number;
+        std::vector<std::string> cells;
+        std::istringstream text(line);
+        for (std::string cell; std::getline(text, cell, '|');) {
+            const auto begin = cell.find_first_not_of(" `");
+            const auto end = cell.find_last_not_of(" `");
+            cells.push_back(begin == std::string::npos ? "" : cell.substr(begin, end - begin + 1));
+        }
+        if (cells.size() == 6 && cells[0].empty() && cells[1] != "State" && cells[1][0] != '-') {
+            rows.push_back({cells[1], cells[2], cells[4], cells[5], number});
+        }
+    }
+    return rows;
+}
+
+class CardBehaviour : public CardTest {
+  protected:
+    void options() {
+        terminal.select(first_aid);
+        terminal.get_options();
+        terminal.read_records();
+    }
+    void block_application() {
+        terminal.purchase(first_aid);
+        terminal.run_scripts(answer_with({bank::application_block()}));
+        terminal.select(first_aid);
+    }
+
+    std::optional<bank::OnlineRequest> arqc_request;  // where another cryptogram came after it
+
+    void bring_to(const std::string& state) {
+        terminal = Terminal(card_of(test_profile()));
+        arqc_request.reset();
+        const std::map<std::string, std::function<void()>> ways{
+            {"nothing selected", [] {}},
+            {"directory selected", [&] { terminal.select(text_bytes("1PAY.SYS.DDF01")); }},
+            {"application selected", [&] { terminal.select(first_aid); }},
+            {"options given", [&] { options(); }},
+            {"ARQC given", [&] { terminal.purchase(first_aid); }},
+            {"issuer authenticated",
+             [&] {
+                 terminal.purchase(first_aid);
+                 terminal.authenticate(answer());
+             }},
+            {"TC given",
+             [&] {
+                 options();
+                 terminal.generate_ac(0x40);
+             }},
+            {"second cryptogram given",
+             [&] {
+                 terminal.purchase(first_aid);
+                 arqc_request = terminal.online_request();
+                 terminal.generate_ac(0x40);
+             }},
+            {"application blocked", [&] { block_application(); }},
+            {"application blocked, AAC given",
+             [&] {
+                 block_application();
+                 terminal.get_options();
+                 terminal.generate_ac(0x80);
+             }},
+            {"card blocked after the ARQC",
+             [&] {
+                 terminal.purchase(first_aid);
+                 terminal.run_scripts(answer_with({bank::card_block()}));
+             }},
+            {"PIN tries used up",
+             [&] {
+                 terminal.select(first_aid);
+                 for (int i = 0; i < 3; ++i) {
+                     terminal.send("0020008008 241111FFFFFFFFFF");
+                 }
+             }},
+        };
+        ASSERT_TRUE(ways.contains(state)) << state;
+        ways.at(state)();
+    }
+
+    CardReply send(const std::string& command) {
+        const std::map<std::string, bank::ScriptCommand> scripts{
+            {"sealed APPLICATION BLOCK", bank::application_block()},
+            {"sealed APPLICATION UNBLOCK", bank::application_unblock()},
+            {"sealed CARD BLOCK", bank::card_block()},
+            {"sealed PIN UNBLOCK", bank::pin_unblock()},
+            {"sealed PUT DATA 9F79", bank::put_data(0x9F79, hex("000000020000"))},
+            {"sealed PUT DATA 9F6D", bank::put_data(0x9F6D, hex("000000020000"))},
+            {"sealed PUT DATA 9F79, class 8C",
+             bank::put_data(0x9F79, hex("000000020000"), bank::CommandClass::SecureObjects)},
+            {"sealed UPDATE RECORD", bank::update_record(3, 1, hex("7000"))},
+            {"sealed UPDATE RECORD without data", bank::update_record(3, 1, {})},
+        };
+        if (const auto script = scripts.find(command); script != scripts.end()) {
+            bank::Decision decision;
+            decision.scripts.push_back(
+                {bank::ScriptPhase::AfterFinalCryptogram, {}, {script->second}});
+            const auto request = arqc_request ? *arqc_request : terminal.online_request();
+            return terminal.run_scripts(bank::answer_online(test_bank(), request, decision)).at(0);
+        }
+        if (command == "GET PROCESSING OPTIONS") {
+            return terminal.get_options();
+        }
+        if (command == "EXTERNAL AUTHENTICATE, right") {
+            return terminal.authenticate(answer());
+        }
+        if (command.starts_with("GENERATE AC ")) {
+            return terminal.generate_ac(hex(command.substr(12)).at(0));
+        }
+        return terminal.send(command);
+    }
+};
+
+// "9000", "6C05", or with the cryptogram's type behind it: "9000 TC".
+std::string told(const CardReply& reply) {
+    std::string text = to_hex(Bytes{static_cast<std::uint8_t>(reply.status >> 8),
+                                    static_cast<std::uint8_t>(reply.status)});
+    if (!reply.data.empty() && reply.data[0] == 0x77) {
+        if (const auto information = element(reply.data, "9F27")) {
+            text += information->at(0) == 0x80   ? " ARQC"
+                    : information->at(0) == 0x40 ? " TC"
+                                                 : " AAC";
+        }
+    }
+    return text;
+}
+
+TEST_F(CardBehaviour, IsAsTheTableHasIt) {
+    const auto rows = documented_rows();
+    ASSERT_GE(rows.size(), 60U);
+    for (const Row& row : rows) {
+        SCOPED_TRACE("line " + std::to_string(row.line) + ": " + row.state + ", " + row.command);
+        bring_to(row.state);
+        EXPECT_EQ(told(send(row.command)), row.answer);
+        EXPECT_FALSE(row.source.empty());
+    }
+}
+
+}  // namespace
+}  // namespace quorrin::test
