@@ -185,7 +185,7 @@ TEST(OnlineAnswer, DeclinesWithTheReason) {
         {[](OnlineRequest& request) { request.arqc[7] ^= 1; },
          "the cryptogram is not the card's over these data"},
         {[](OnlineRequest& request) { request.issuer_application_data.clear(); },
-         "the issuer application data (9F10) are not those of a PBOC card"},
+         "the issuer application data (9F10) are of no layout that is known"},
         {[](OnlineRequest& request) { request.issuer_application_data[7] = 0x04; },
          "the card names another algorithm than its product has"},
         {[](OnlineRequest& request) { request.issuer_application_data[1] = 0x02; },

@@ -85,7 +85,7 @@ const std::vector<ShippedCard>& rows() {
         {.name = "international",
          .profile = "international",
          .product = bank::test_international_product,
-         .pan = "9999130000000000015",
+         .pan = "9999131234567890125",
          .holder = "TEST/INTERNATIONAL",
          .atc = 3,
          .last_online_atc = 3,
