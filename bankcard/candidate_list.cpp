@@ -17,6 +17,7 @@ constexpr char separator = '|';
 constexpr std::size_t max_aid_size = 20;
 
 void append_aid(std::span<const std::uint8_t> aid) {
+    // cppcheck-suppress redundantAssignment; it takes this for an assignment to span's `first`
     const bool first = gucAidNum == 0;
     const std::size_t text_start = first ? 0 : std::size_t{gucAidListLen} + 1;
     const std::size_t text_length = 2 * aid.size();

@@ -20,11 +20,16 @@ set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
 
 add_compile_options(-Wall -Wextra -Wshadow -Wconversion)
 
-set(QUORRIN_INSTRUMENTATION "" CACHE STRING "Instrumentation: empty, sanitize or coverage")
+set(QUORRIN_INSTRUMENTATION "" CACHE STRING "Instrumentation: empty, sanitize, coverage or fuzz")
 if(QUORRIN_INSTRUMENTATION STREQUAL "sanitize")
   # Not measured, so built fast: -O1 finds the same faults, and line numbers are what its reports need.
   add_compile_options(-O1 -g1)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(QUORRIN_INSTRUMENTATION STREQUAL "fuzz")
+  # Clang's: the sanitizers, and the edge counters by which libFuzzer sees where an input leads.
+  add_compile_options(-g1 -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 elseif(QUORRIN_INSTRUMENTATION STREQUAL "coverage")
   add_compile_options(--coverage)

@@ -21,7 +21,7 @@ struct Place {
     std::uint8_t table;
     std::uint8_t row;
 };
-constexpr auto places = [] {
+constexpr auto places = []() {
     std::array<Place, card_rows + terminal_rows + 1> all{};
     for (std::size_t number = 0; number < all.size(); ++number) {
         const Element element = Element::numbered(static_cast<std::uint8_t>(number));

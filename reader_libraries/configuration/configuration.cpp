@@ -131,6 +131,44 @@ std::size_t line_nested_too_deeply(std::string_view text) {
     return 0;
 }
 
+// The line of the first character beyond ASCII that stands neither in quotes nor in a comment, 0 for
+// none. TOML has no place for it, and the parser's own test of it is undefined behaviour for some
+// (its table of blanks).
+std::size_t line_of_foreign_character(std::string_view text) {
+    std::string_view end_of_quoted;  // what ends the text in quotes or the comment; empty outside
+    std::size_t line = 1;
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    const std::size_t start = text.starts_with(byte_order_mark) ? byte_order_mark.size() : 0;
+    for (std::size_t i = start; i < text.size(); ++i) {
+        const std::string_view rest = text.substr(i);
+        line += text[i] == '\n' ? 1 : 0;
+        if (!end_of_quoted.empty()) {
+            const bool line_ends_it = text[i] == '\n' && end_of_quoted.size() == 1;
+            if (rest.starts_with(end_of_quoted) || line_ends_it) {
+                i += line_ends_it ? 0 : end_of_quoted.size() - 1;
+                end_of_quoted = {};
+            } else if (text[i] == '\\' && end_of_quoted[0] == '"' && !rest.starts_with("\\\n")) {
+                ++i;
+            }
+            continue;
+        }
+        for (const std::string_view begin : {"\"\"\"", "'''", "\"", "'"}) {
+            if (rest.starts_with(begin)) {
+                end_of_quoted = begin;
+                i += begin.size() - 1;
+                break;
+            }
+        }
+        if (text[i] == '#' && end_of_quoted.empty()) {
+            end_of_quoted = "\n";
+        }
+        if (static_cast<unsigned char>(text[i]) > 0x7F) {
+            return line;
+        }
+    }
+    return 0;
+}
+
 struct Document {
     std::string name;
     std::filesystem::path directory;
@@ -457,6 +495,10 @@ Section Section::from_text(std::string_view text, const std::filesystem::path& f
         throw ConfigurationError(
             document->name, line, "",
             "has more than " + std::to_string(most_dots_of_a_line) + " dots in one line");
+    }
+    if (const std::size_t line = line_of_foreign_character(text); line != 0) {
+        throw ConfigurationError(document->name, line, "",
+                                 "is not TOML: a character beyond ASCII outside of quotes");
     }
     try {
         document->root = toml::parse(text);

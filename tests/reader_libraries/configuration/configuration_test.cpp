@@ -157,13 +157,35 @@ INSTANTIATE_TEST_SUITE_P(Rows, ConfigurationComplaint, testing::Values(
 // clang-format on
 
 TEST(Configuration, TextThatIsNotTomlNamesTheLine) {
-    try {
-        parse_configuration("a = 1\nb = = 2\n", "card.toml");
-        ADD_FAILURE() << "no complaint";
-    } catch (const ConfigurationError& error) {
-        EXPECT_THAT(error.what(), testing::StartsWith("card.toml: line 2: is not TOML: "));
-        EXPECT_THAT(error.what(), testing::Not(testing::HasSubstr("\n")));
+    constexpr const char* texts[] = {
+        "a = 1\nb = = 2\n",
+        "a = 1\n[!\nc = 3\n",              // a table without a name
+        "a = 1\n[[ \x02\n",                // the same of an array
+        "a = '\xC3\xA9'\n[\xC3\xA9]\n",    // beyond ASCII in quotes, and outside of them
+        "a = \"\"\"\\\n\"\"\"\xD0\x96\n",  // behind a text of two lines
+        "# \"\nb\xEF\xBB\xAF\n",           // behind a comment
+        "a = 1\n\xFF\xFE\n",
+    };
+    for (const char* text : texts) {
+        SCOPED_TRACE(text);
+        try {
+            parse_configuration(text, "card.toml");
+            ADD_FAILURE() << "no complaint";
+        } catch (const ConfigurationError& error) {
+            EXPECT_THAT(error.what(), testing::StartsWith("card.toml: line 2: is not TOML: "));
+            EXPECT_THAT(error.what(), testing::Not(testing::HasSubstr("\n")));
+        }
     }
+}
+
+TEST(Configuration, TextInQuotesAndCommentsMayBeAnything) {
+    const Section root = parse_configuration(
+        "\xEF\xBB\xBF# \xE5\x8D\xA1\nname = \"\\\"\xE5\x8D\xA1\" # \xC3\xA9\nb = '\xC3\xA9'\n"
+        "c = \"\"\"\n\xC3\xA9\"\n\"\"\"\n",
+        "card.toml");
+    EXPECT_EQ(root.text("name"), "\"\xE5\x8D\xA1");
+    EXPECT_EQ(root.text("b"), "\xC3\xA9");
+    EXPECT_EQ(root.text("c"), "\xC3\xA9\"\n");
 }
 
 TEST(Configuration, AFileThatCannotBeReadIsMissing) {
