@@ -201,3 +201,15 @@ def test_tells_pkg_config_where_profiles_and_rules_are():
     assert (profiles / "debit.toml").exists()
     rules = pathlib.Path(pkg_config("--variable=rulesdir", "quorrin-testbank")[0])
     assert (rules / "test-bank.toml").exists()
+
+
+def test_the_test_banks_page_compiles(tmp_path):
+    page = EXAMPLES.parents[1] / "docs" / "test-bank.md"
+    code = re.search(r"^```c\n(.*?)^```", page.read_text(), re.M | re.S)[1]
+    flags = pkg_config("--cflags", "quorrin-testbank")
+    finished = subprocess.run(
+        [*COMPILERS[".c"], "-Wall", "-Wextra", "-Werror", *flags, "-xc", "-c", "-", "-o",
+         str(tmp_path / "page.o")],
+        input=code, capture_output=True, text=True,
+    )  # fmt: skip
+    assert finished.returncode == 0, finished.stderr

@@ -1,5 +1,8 @@
 """The test bank from Python."""
 
+import pathlib
+import re
+
 import pytest
 
 import quorrin
@@ -56,3 +59,16 @@ def test_says_why_it_refuses(simulated_card, test_bank):
     with pytest.raises(quorrin.BankFailure) as failure:
         quorrin.TestBank("/nowhere/bank.toml")
     assert failure.value.code == quorrin.CONSTANTS["QUORRIN_BANK_NO_FILE"]
+
+
+def test_takes_the_rules_of_its_page(simulated_card):
+    page = pathlib.Path(__file__).resolve().parents[3] / "docs" / "test-bank.md"
+    rules = re.search(r"^```toml\n(.*?)^```", page.read_text(), re.M | re.S)[1]
+    bank = quorrin.TestBank(rules=rules)
+    card = simulated_card()
+    sold = {
+        amount: bank.answer(card.start_purchase(amount).online).rule
+        for amount in ("500.01", "1.23", "1.00")
+    }
+    # The card is the stolen one of the page: that rule comes before the others but the limit.
+    assert sold == {"500.01": "over the limit", "1.23": "stolen", "1.00": "stolen"}
