@@ -34,7 +34,7 @@ enum QuorrinDeviceCode {
     QUORRIN_NOT_SUPPORTED = -13,
     /** A wrong argument, judged by the reader or by this library. Mend the call. */
     QUORRIN_BAD_PARAMETER = -14,
-    /** The answer does not hold together, or exceeds 1024 bytes. Try again from PowerUp; then end. */
+    /** The answer does not hold together, or exceeds 1024 bytes. Try again from PowerUp. */
     QUORRIN_CHECK_ERROR = -15
 };
 

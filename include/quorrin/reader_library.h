@@ -78,6 +78,11 @@ int64_t ICC_Reader_PowerOff(int64_t handle, int slot);
  * @param length    command length in bytes (4 to 261).
  * @param command   the command APDU.
  * @param response  1024 bytes; receives the response data and SW1 SW2.
+ *
+ * The library fetches what a card announces with 61xx for as long as the card announces more.
+ * Ending that is the reader library's part: the simulator's takes a card that has answered 64 bare
+ * 61xx in a row, without data, for one that does not answer (-4).
+ *
  * @return the number of response bytes, SW1 SW2 included (2 to 1024); a value below 2 is a failure
  *         and reaches the host as the exchange's result; one above 1024 is a check error (-15).
  */

@@ -12,6 +12,7 @@
 #define QUORRIN_RESULTS_H
 
 #include "quorrin/device_codes.h" /* 0 and -1 to -15: the reader and its slots */
+#include "quorrin/linkage.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -24,8 +25,8 @@ extern "C" {
 enum QuorrinLibraryCode {
     /** Card identifier or specification version of a wrong format. End. */
     QUORRIN_CARD_ID_FORMAT = -20,
-    /** The card could not be authenticated, or status word 6300: after EXTERNAL AUTHENTICATE the card
-        rejects the issuer's cryptogram. Go on where the operation says so, else end. */
+    /** The card could not be authenticated, or status word 6300: after EXTERNAL AUTHENTICATE the
+        card rejects the issuer's cryptogram. Go on where the operation says so, else end. */
     QUORRIN_AUTHENTICATION_FAILED = -21,
     /** The data passed in are not those of the card. Mend the call. */
     QUORRIN_DATA_NOT_OF_CARD = -22,
@@ -51,7 +52,7 @@ enum QuorrinLibraryCode {
     QUORRIN_ILLEGAL_CHARACTERS = -41,
     /** The data to compute with have a wrong length. Mend the call. */
     QUORRIN_COMPUTED_DATA_LENGTH = -42,
-    /** Wrong PIN; the status word 63Cx in CARD_SW1 and CARD_SW2 counts the tries left. Try again. */
+    /** Wrong PIN; the status word 63Cx in CARD_SW2 counts the tries left. Try again. */
     QUORRIN_PIN_CHECK_FAILED = -51,
     /** The PIN is blocked. End. */
     QUORRIN_PIN_BLOCKED = -52,
@@ -68,8 +69,8 @@ enum QuorrinLibraryCode {
 };
 
 /**
- * The card refused a command: its status word as a code, in most cases the negated status word. Where
- * several status words share a code, CARD_SW1 and CARD_SW2 tell them apart.
+ * The card refused a command: its status word as a code, in most cases the negated status word.
+ * Where several status words share a code, CARD_SW1 and CARD_SW2 tell them apart.
  */
 enum QuorrinRefusalCode {
     /** 63C2: external authentication failed, two tries left. Mend the cryptogram, try again. */
@@ -88,8 +89,8 @@ enum QuorrinRefusalCode {
     QUORRIN_KEY_BLOCKED = -27011,
     /** 6984: the data referred to, or the random number, are not valid. Try again. */
     QUORRIN_REFERENCE_DATA_NOT_VALID = -27012,
-    /** 6200, 6281, 6282, 6985, 6A84, 9301, 9401: the conditions of use are not met, the application is
-        blocked or not selected. End; another application of the card may do. */
+    /** 6200, 6281, 6282, 6985, 6A84, 9301, 9401: the conditions of use are not met, the application
+        is blocked or not selected. End; another application of the card may do. */
     QUORRIN_CONDITIONS_NOT_SATISFIED = -27013,
     /** 6988: a secure messaging object or its MAC is wrong. Mend the command. */
     QUORRIN_SECURE_MESSAGING_WRONG = -27016,
@@ -114,8 +115,8 @@ enum QuorrinRefusalCode {
 };
 
 /**
- * What the bank card operations report of themselves. Those that are positive count as failures too:
- * test for non-zero.
+ * What the bank card operations report of themselves. Those that are positive count as failures
+ * too: test for non-zero.
  */
 enum QuorrinFlowCode {
     /** The card's answer lacks something that the next step needs: the application has no log, the
@@ -126,8 +127,8 @@ enum QuorrinFlowCode {
     QUORRIN_DATA_MALFORMED = -107,
     /** The issuer's answer comes without an ARQC before it. Mend the order: call getARQC first. */
     QUORRIN_NO_ARQC = -120,
-    /** The first GENERATE AC gives no cryptogram: its data exceed 256 bytes, or the answer cannot be
-        read. End. */
+    /** The first GENERATE AC gives no cryptogram: its data exceed 256 bytes, or the answer cannot
+        be read. End. */
     QUORRIN_NO_CRYPTOGRAM = 208,
     /** A directory FCI that does not begin with a template 6F. Mend the call. */
     QUORRIN_NO_FCI_TEMPLATE = 212,
@@ -140,6 +141,22 @@ enum QuorrinFlowCode {
     /** The card has no CDOL1: it does not take part in such transactions. End. */
     QUORRIN_NO_CDOL1 = 238
 };
+
+/**
+ * Translates a result into a message for the host and logs it.
+ *
+ * Code 0 stands for the last card status word (CARD_SW1, CARD_SW2): 90 00 gives 0, writes nothing
+ * and logs nothing; a known status word gives its code; 00 00, no status word, gives -1; an unknown
+ * one gives -40000. Code -51 names the remaining PIN tries of a 63Cx status word.
+ *
+ * @param code  result of any operation of this library.
+ * @param text  receives the UTF-8 message with terminator, at most 73 bytes; null writes nothing.
+ * @return the code, or -40000 for one that is not known.
+ */
+QUORRIN_API int64_t TransRetCode(int64_t code, char text[73]);
+
+/** As TransRetCode, without text and without logging. */
+QUORRIN_API int64_t TransRetCodeNoMsg(int64_t code);
 
 #ifdef __cplusplus
 }
