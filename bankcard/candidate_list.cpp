@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "quorrin/quorrin.h"
+#include "reader/hex_bytes.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
 char gucAidList[200] = {};
@@ -14,7 +15,6 @@ namespace quorrin {
 namespace {
 
 constexpr char separator = '|';
-constexpr std::size_t max_aid_size = 20;
 
 void append_aid(std::span<const std::uint8_t> aid) {
     // cppcheck-suppress redundantAssignment; it takes this for an assignment to span's `first`
@@ -31,7 +31,7 @@ void append_aid(std::span<const std::uint8_t> aid) {
         gucAidList[gucAidListLen] = separator;
         ++added;
     }
-    bcd_to_asc(gucAidList + text_start, aid.data(), static_cast<std::int32_t>(text_length), 0);
+    write_hex(gucAidList + text_start, aid);
     gucAidListLen = static_cast<std::uint8_t>(gucAidListLen + added);
     ++gucAidNum;
 }

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-#include "bankcard/card_step.hpp"
+#include "reader/card_step.hpp"
 
 namespace quorrin {
 
@@ -14,10 +14,16 @@ constexpr CardCommand select_by_name(std::span<const std::uint8_t> name) {
     return {0x00, 0xA4, 0x04, 0x00, name, QUORRIN_WITH_DATA_AND_LE};
 }
 
-// P2 of READ RECORD: the file's short identifier in the upper five bits, and "P1 is a record
-// number". A larger identifier loses its upper bits.
+// P2 of READ RECORD: the file's short identifier in the upper five bits, as an AFL entry has it,
+// and "P1 is a record number".
+constexpr std::uint8_t record_of_located_file(std::uint8_t file) {
+    constexpr std::uint8_t by_record_number = 0x04;
+    return static_cast<std::uint8_t>((file & 0xF8) | by_record_number);
+}
+
+// The same from the identifier itself; a larger one loses its upper bits.
 constexpr std::uint8_t record_of_file(unsigned sfi) {
-    return static_cast<std::uint8_t>(sfi << 3 | 0x04);
+    return record_of_located_file(static_cast<std::uint8_t>(sfi << 3));
 }
 
 constexpr CardCommand read_record(std::uint8_t number, std::uint8_t file) {

@@ -5,10 +5,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "bankcard/application_reading.hpp"
 #include "bankcard/card_commands.hpp"
 #include "bankcard/keyed_text.hpp"
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
+#include "reader/hex_bytes.hpp"
 
 namespace quorrin {
 namespace {
@@ -27,7 +29,7 @@ class KeyedText {
         char* item = text_.data() + length_;
         std::memcpy(item, header, item_header);
         if (as_hex) {
-            bcd_to_asc(item + item_header, value.data(), static_cast<std::int32_t>(characters), 0);
+            write_hex(item + item_header, value);
         } else {
             std::copy(value.begin(), value.end(), item + item_header);
         }
@@ -95,13 +97,7 @@ std::int64_t getIccInfo(std::int64_t handle, const char* aidHex, const char* key
     if (keys == nullptr || out == nullptr) {
         return QUORRIN_BAD_PARAMETER;
     }
-    if (const std::int64_t failure = emvSelectAid(handle, aidHex)) {
-        return failure;
-    }
-    if (const std::int64_t failure = emvGPO(handle, nullptr, nullptr)) {
-        return failure;
-    }
-    if (const std::int64_t failure = emvReadICCard(handle)) {
+    if (const std::int64_t failure = read_application(handle, aidHex, nullptr, nullptr)) {
         return failure;
     }
     return packUserInfo(keys, out);

@@ -1,5 +1,6 @@
 // Reading the card's directory: records of the payment system directory (EMV book 1,
-// section 12.2.3) and the directory FCI of quick PBOC cards, which names the applications itself.
+// section 12.2.3) and the directory FCI of quick PBOC cards (PBOC part 12), which names the
+// applications itself.
 
 #include "bankcard/candidate_list.hpp"
 #include "boundary/host_bytes.hpp"
@@ -37,8 +38,8 @@ std::int64_t append_applications_of_record(tlv::Bytes record) {
     return 0;
 }
 
-// In the directory's FCI an object is stepped over whether it is malformed or not, by the sizes that
-// could be decoded.
+// In the directory's FCI an object is stepped over whether it is malformed or not, by the sizes
+// that could be decoded.
 
 // The value of the first FCI issuer discretionary data (BF0C), empty when there is none.
 tlv::Bytes find_discretionary_data(tlv::Cursor cursor) {
@@ -62,8 +63,9 @@ void append_applications_of_discretionary_data(tlv::Bytes data) {
     }
 }
 
-// Deliberate: the codes of a directory FCI are positive, apart from those of the card and the reader:
-// hosts that get one know that their own FCI is at fault, and have to test for other than 0.
+// Deliberate: the codes of a directory FCI are positive, apart from those of the card and the
+// reader: hosts that get one know that their own FCI is at fault, and have to test for other than
+// 0.
 std::int64_t append_applications_of_fci(tlv::Bytes fci) {
     if (!tlv::is_well_formed(fci)) {
         return QUORRIN_FCI_MALFORMED;

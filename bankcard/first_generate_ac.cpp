@@ -4,9 +4,12 @@
 #include <algorithm>
 #include <array>
 
-#include "bankcard/card_step.hpp"
+#include "bankcard/application_reading.hpp"
+#include "bankcard/held_bytes.hpp"
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
+#include "reader/card_step.hpp"
+#include "reader/hex_bytes.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 #include "tlv/dol/dol.hpp"
 
@@ -19,7 +22,8 @@ namespace {
 using tlv::Bytes;
 
 // Deliberate: QUORRIN_NO_CDOL1 and QUORRIN_NO_CRYPTOGRAM are positive, unlike the codes of the
-// message table, which has no text for them. Hosts know them by these numbers and test for non-zero.
+// message table, which has no text for them. Hosts know them by these numbers and test for
+// non-zero.
 
 constexpr std::size_t max_cdol1_data = 256;
 constexpr std::uint8_t p1_arqc = 0x80;
@@ -82,37 +86,25 @@ std::int64_t accept_answer(Bytes answer) {
 
 // The list as the card gave it; its length counts in eight bits.
 Bytes cdol1() {
-    const std::size_t length = static_cast<std::uint8_t>(emvGetCDOL1Length());
-    return Bytes(gl_CDOL1).first(std::min(length, sizeof gl_CDOL1));
-}
-
-void write_hex(char* text, Bytes bytes) {
-    bcd_to_asc(text, bytes.data(), static_cast<std::int32_t>(2 * bytes.size()), 0);
+    return held_bytes(gl_CDOL1, static_cast<std::uint8_t>(emvGetCDOL1Length()));
 }
 
 }  // namespace
 
 std::int64_t getARQC(std::int64_t handle, const char* terminalData, const char* aidHex,
                      char* cryptogram, char* cdol2) {
-    if (const std::int64_t result = emvSelectAid(handle, aidHex); result != QUORRIN_SUCCESS) {
-        return result;
+    if (const std::int64_t failure =
+            read_application(handle, aidHex, terminalData, TagMapPDolTerData)) {
+        return failure;
     }
-    if (const std::int64_t result = emvGPO(handle, terminalData, TagMapPDolTerData);
-        result != QUORRIN_SUCCESS) {
-        return result;
-    }
-    if (const std::int64_t result = emvReadICCard(handle); result != QUORRIN_SUCCESS) {
-        return result;
-    }
-    if (const std::int64_t result = emvGACFrist(handle); result != QUORRIN_SUCCESS) {
-        return result;
+    if (const std::int64_t failure = emvGACFrist(handle)) {
+        return failure;
     }
     if (emvExistAC() != 0) {
         write_hex(cryptogram, gl_AC);
     }
     if (emvInCDOL2() != 0) {
-        write_hex(cdol2, Bytes(gl_CDOL2).first(
-                             std::min<std::size_t>(emvGetCDOL2Length(), sizeof gl_CDOL2)));
+        write_hex(cdol2, held_bytes(gl_CDOL2, emvGetCDOL2Length()));
     }
     // Deliberate: never cleared again, so that the issuer's answer is accepted at any later time.
     gucGetArqcFlag = 1;
@@ -134,9 +126,11 @@ std::int64_t emvGACFrist(std::int64_t handle) {
     emvSetGACCdolOne(data.data(), static_cast<std::uint16_t>(data.size()));
 
     CardAnswer answer;
-    const std::int64_t result =
-        card_step(handle, {0x80, 0xAE, p1_arqc, 0x00, data, QUORRIN_WITH_DATA_AND_LE}, answer);
-    return result == QUORRIN_SUCCESS ? accept_answer(answer.data()) : result;
+    const CardCommand command = {0x80, 0xAE, p1_arqc, 0x00, data, QUORRIN_WITH_DATA_AND_LE};
+    if (const std::int64_t failure = card_step(handle, command, answer)) {
+        return failure;
+    }
+    return accept_answer(answer.data());
 }
 
 // The second GENERATE AC is not part of this transaction.

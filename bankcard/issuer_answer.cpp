@@ -1,12 +1,12 @@
 // The issuer's answer to an online authorisation taken back to the card: EXTERNAL AUTHENTICATE and
 // the issuer scripts.
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 
-#include "bankcard/card_step.hpp"
+#include "bankcard/held_bytes.hpp"
 #include "quorrin/quorrin.h"
+#include "reader/card_step.hpp"
 
 using namespace quorrin;
 
@@ -28,7 +28,7 @@ std::int64_t ARPCExeScript(std::int64_t handle, std::int64_t /*unused*/, const c
     if (length > max_issuer_text) {
         return QUORRIN_DATA_NOT_VALID;
     }
-    // An odd last digit is converted, but its byte does not count.
+    // The whole text is converted; the byte of an odd last digit does not count.
     std::array<std::uint8_t, max_issuer_text / 2> data = {};
     asc_to_bcd(data.data(), issuerText, static_cast<std::int32_t>(length), 0);
 
@@ -45,10 +45,8 @@ std::int64_t ARPCExeScript(std::int64_t handle, std::int64_t /*unused*/, const c
 std::int64_t emvExternalAuthenticate(std::int64_t handle) {
     // Deliberate: the length decides, not the presence, so that without authentication data the
     // command goes to the card empty.
-    const std::size_t length = std::min<std::size_t>(
-        static_cast<std::uint8_t>(emvGetIssuerAuthDataLength()), sizeof gl_Tm_IssAuthDt);
+    const auto data =
+        held_bytes(gl_Tm_IssAuthDt, static_cast<std::uint8_t>(emvGetIssuerAuthDataLength()));
     CardAnswer answer;
-    return card_step(handle,
-                     {0x00, 0x82, 0x00, 0x00, {emvGetIssuerAuthData(), length}, QUORRIN_WITH_DATA},
-                     answer);
+    return card_step(handle, {0x00, 0x82, 0x00, 0x00, data, QUORRIN_WITH_DATA}, answer);
 }

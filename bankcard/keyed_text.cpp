@@ -7,6 +7,8 @@
 #include <span>
 #include <string_view>
 
+#include "emvdata/element_store.hpp"
+
 // Hosts read the rows of the exported tables byte by byte.
 static_assert(sizeof(QuorrinKeyRow) == 7);
 static_assert(offsetof(QuorrinKeyRow, key) == 0);
@@ -72,8 +74,7 @@ std::int32_t read_length(const char* text) {
 }
 
 std::int32_t store(const QuorrinKeyRow& row, std::size_t length, const std::uint8_t* value) {
-    return emvSetDataElement(nullptr, 0, row.tag, row.tagLen, static_cast<std::uint16_t>(length),
-                             value);
+    return store_element({}, {row.tag, row.tagLen}, {value, length});
 }
 
 // Digits or characters that the text does not have count as zero.

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "quorrin/quorrin.h"
+#include "reader/hex_bytes.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
 namespace quorrin::log_record {
@@ -86,9 +87,7 @@ class TextWriter {
     void put(std::size_t position, std::string_view characters) {
         std::copy(characters.begin(), characters.end(), at(position));
     }
-    void put_digits(std::size_t position, Bytes bytes) {
-        bcd_to_asc(at(position), bytes.data(), static_cast<std::int32_t>(2 * bytes.size()), 0);
-    }
+    void put_digits(std::size_t position, Bytes bytes) { write_hex(at(position), bytes); }
 
   private:
     // An item starts at its wrapped position and is written straight on from there.

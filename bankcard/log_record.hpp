@@ -1,5 +1,5 @@
-// Log records of a card (PBOC): the log format says which fields a record holds, the text for the
-// host is made of them in a fixed layout.
+// Log records of a card (PBOC part 5): the log format says which fields a record holds, the text
+// for the host is made of them in a fixed layout.
 #pragma once
 
 #include <array>

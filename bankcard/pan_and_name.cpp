@@ -5,7 +5,9 @@
 #include <array>
 #include <cstdio>
 
+#include "bankcard/application_reading.hpp"
 #include "quorrin/quorrin.h"
+#include "reader/hex_bytes.hpp"
 
 namespace quorrin {
 namespace {
@@ -18,8 +20,21 @@ enum class TracePoint {
     options_failed = 1609
 };
 
-void trace(TracePoint point) {
+void print(TracePoint point) {
     std::printf("%s %d\n", "getIcAPNName", static_cast<int>(point));
+}
+
+void trace(ReadingStep step, bool failed) {
+    switch (step) {
+        case ReadingStep::selection:
+            print(failed ? TracePoint::select_failed : TracePoint::select);
+            break;
+        case ReadingStep::options:
+            print(failed ? TracePoint::options_failed : TracePoint::options);
+            break;
+        case ReadingStep::records:
+            break;
+    }
 }
 
 // The PAN as hex text. One with an odd number of digits ends with an F pad, which becomes the
@@ -27,13 +42,14 @@ void trace(TracePoint point) {
 void write_pan(char* pan, std::int32_t* pan_length) {
     constexpr std::uint8_t max_pan_size = 10;  // EMV book 3, annex A: up to 19 digits
     std::array<std::uint8_t, 50> bytes{};
-    std::uint8_t size = 0;
-    emvGetPAN(bytes.data(), &size);
-    const std::int32_t digits = 2 * std::min(size, max_pan_size);
+    std::uint8_t stored = 0;
+    emvGetPAN(bytes.data(), &stored);
+    const std::size_t size = std::min(stored, max_pan_size);
+    const auto digits = static_cast<std::int32_t>(2 * size);
     if (digits == 0) {
         return;
     }
-    bcd_to_asc(pan, bytes.data(), digits, 0);
+    write_hex(pan, std::span(bytes).first(size));
     char& last = pan[digits - 1];
     if (last == 'F') {
         last = '\0';
@@ -56,17 +72,7 @@ std::int64_t getIcAPNName(std::int64_t handle, char* pan, std::int32_t* panLen, 
     if (any_null(pan, panLen, name, nameLen)) {
         return QUORRIN_BAD_PARAMETER;
     }
-    trace(TracePoint::select);
-    if (const std::int64_t failure = emvSelectAid(handle, nullptr)) {
-        trace(TracePoint::select_failed);
-        return failure;
-    }
-    trace(TracePoint::options);
-    if (const std::int64_t failure = emvGPO(handle, nullptr, nullptr)) {
-        trace(TracePoint::options_failed);
-        return failure;
-    }
-    if (const std::int64_t failure = emvReadICCard(handle)) {
+    if (const std::int64_t failure = read_application(handle, nullptr, nullptr, nullptr, trace)) {
         return failure;
     }
     write_pan(pan, panLen);

@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <array>
 
-#include "bankcard/card_step.hpp"
+#include "bankcard/held_bytes.hpp"
 #include "boundary/host_bytes.hpp"
 #include "emvdata/element_store.hpp"
 #include "emvdata/elements.hpp"
 #include "quorrin/quorrin.h"
+#include "reader/card_step.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 #include "tlv/dol/dol.hpp"
 
@@ -39,10 +40,6 @@ class CommandTemplate {
     std::array<std::uint8_t, header_size + max_pdol_data> bytes_;  // `size_` of them are built
     std::size_t size_ = 0;
 };
-
-Bytes stored_pdol() {
-    return Bytes(gl_PDOL).first(std::min<std::size_t>(emvGetPDOLLen(), sizeof gl_PDOL));
-}
 
 // What is wrong with the card's answer.
 namespace options_code {
@@ -127,7 +124,7 @@ std::int64_t emvGPO(std::int64_t handle, const char* text, const QuorrinKeyRow* 
     setTermDataBeforeGPO();
 
     CommandTemplate command;
-    if (!command.build(stored_pdol())) {
+    if (!command.build(held_bytes(gl_PDOL, emvGetPDOLLen()))) {
         return QUORRIN_DATA_MALFORMED;
     }
     const Bytes data = command.bytes();

@@ -32,9 +32,7 @@ class FileLocator {
     std::size_t count() const { return count_; }
     FileRange operator[](std::size_t index) const {
         const std::uint8_t* entry = &bytes_[index * FileRange::size];
-        constexpr std::uint8_t by_record_number = 0x04;
-        return {static_cast<std::uint8_t>((entry[0] & 0xF8) | by_record_number), entry[1],
-                entry[2]};
+        return {record_of_located_file(entry[0]), entry[1], entry[2]};
     }
 
   private:

@@ -5,11 +5,13 @@
 #include <array>
 #include <cstring>
 #include <span>
+#include <string_view>
 
 #include "bankcard/candidate_list.hpp"
 #include "bankcard/card_commands.hpp"
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
+#include "reader/hex_bytes.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
 namespace quorrin {
@@ -21,21 +23,9 @@ using AidText = std::array<char, 256>;
 constexpr std::uint8_t pse_name[] = {'1', 'P', 'A', 'Y', '.', 'S', 'Y',
                                      'S', '.', 'D', 'D', 'F', '0', '1'};
 
-// Leaves the first item of a candidate list.
-// Deliberate: an empty item counts. SELECT then goes out with Lc 00, and the host gets the
-// application that the card selects by default (ISO 7816-4), or its refusal, and no other of the
-// list.
-void cut_to_first_aid(AidText& candidates) {
-    if (char* const separator = std::strchr(candidates.data(), '|')) {
-        *separator = '\0';
-    }
-}
-
-std::int64_t select_application(std::int64_t handle, const char* aid_hex, CardAnswer& answer) {
+std::int64_t select_application(std::int64_t handle, std::string_view aid_hex, CardAnswer& answer) {
     std::array<std::uint8_t, sizeof(AidText) / 2> aid{};
-    const std::size_t size = std::strlen(aid_hex) / 2;  // an odd last digit is dropped
-    asc_to_bcd(aid.data(), aid_hex, static_cast<std::int32_t>(2 * size), 0);
-    return card_step(handle, select_by_name(std::span(aid).first(size)), answer);
+    return card_step(handle, select_by_name(read_hex(aid_hex, aid)), answer);
 }
 
 bool store_fci(const CardAnswer& fci) {
@@ -97,25 +87,27 @@ std::int64_t selectByPse(std::int64_t handle, char* listOut) {
 }
 
 std::int64_t emvSelectAid(std::int64_t handle, const char* aidHex) {
-    AidText aid{};
-    const std::size_t host_length = aidHex != nullptr ? strnlen(aidHex, aid.size()) : 0;
-    if (host_length == aid.size()) {
+    AidText candidates{};
+    const std::size_t host_length = aidHex != nullptr ? strnlen(aidHex, candidates.size()) : 0;
+    if (host_length == candidates.size()) {
         return QUORRIN_BAD_PARAMETER;
     }
     emvClrIccAndTermData();
-    if (host_length > 0) {
-        std::copy_n(aidHex, host_length, aid.begin());
-    } else {
-        const std::int64_t result = selectByPse(handle, aid.data());
+    std::string_view aid(aidHex, host_length);
+    if (aid.empty()) {
+        const std::int64_t result = selectByPse(handle, candidates.data());
         if (!step_succeeded(result)) {
             // Deliberate: after a transport failure within the directory this is 0, with no
             // application selected: hosts go on with what the card has selected.
             return step_code(result);
         }
-        cut_to_first_aid(aid);
+        // Deliberate: an empty item counts. SELECT then goes out with Lc 00, and the host gets the
+        // application that the card selects by default (ISO 7816-4), or its refusal, and no other
+        // of the list.
+        aid = first_aid(candidates.data());
     }
     CardAnswer fci;
-    if (const std::int64_t failure = select_application(handle, aid.data(), fci)) {
+    if (const std::int64_t failure = select_application(handle, aid, fci)) {
         return failure;
     }
     return store_fci(fci) ? 0 : QUORRIN_DATA_MALFORMED;

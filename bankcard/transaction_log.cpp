@@ -1,4 +1,4 @@
-// The card's transaction log (PBOC): log format, log entry of the FCI, log records as text.
+// The card's transaction log (PBOC part 5): log format, log entry of the FCI, log records as text.
 
 #include <algorithm>
 #include <array>
@@ -6,10 +6,12 @@
 #include <cstring>
 #include <string_view>
 
+#include "bankcard/candidate_list.hpp"
 #include "bankcard/card_commands.hpp"
-#include "bankcard/card_step.hpp"
 #include "bankcard/log_record.hpp"
 #include "quorrin/quorrin.h"
+#include "reader/card_step.hpp"
+#include "reader/hex_bytes.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 
 using namespace quorrin;
@@ -26,7 +28,6 @@ constexpr LogKind transaction_log = {{0x9F, 0x4F}, {0x9F, 0x4D}};
 constexpr LogKind load_log = {{0xDF, 0x4F}, {0xDF, 0x4D}};
 
 constexpr std::size_t aid_text_room = 100;
-constexpr std::size_t max_aid_length = 20;
 constexpr std::size_t list_text_room = 256;  // of a directory's candidate list
 
 // The application's name as bytes, with room for whatever text it comes from.
@@ -38,8 +39,7 @@ struct Aid {
 
 Aid from_hex(std::string_view text) {
     Aid aid;
-    aid.length = text.size() / 2;  // an odd last digit is dropped
-    asc_to_bcd(aid.bytes.data(), text.data(), static_cast<std::int32_t>(2 * aid.length), 0);
+    aid.length = read_hex(text, aid.bytes).size();
     return aid;
 }
 
@@ -52,8 +52,7 @@ Aid choose_application(std::int64_t handle, std::string_view aid_hex) {
     // name.
     std::array<char, list_text_room + 1> list = {};
     selectByPse(handle, list.data());
-    const std::string_view text(list.data());
-    return from_hex(text.substr(0, text.find('|')));
+    return from_hex(first_aid(list.data()));
 }
 
 // Where the log records are.
@@ -111,11 +110,10 @@ std::int64_t read_records(std::int64_t handle, const LogEntry& entry, std::int32
         if (!is_selected(selector, record)) {
             continue;
         }
-        const std::int64_t result = card_step(
-            handle, read_record(static_cast<std::uint8_t>(record), record_of_file(entry.sfi)),
-            answer);
-        if (result != QUORRIN_SUCCESS) {
-            return result;
+        const CardCommand command =
+            read_record(static_cast<std::uint8_t>(record), record_of_file(entry.sfi));
+        if (const std::int64_t failure = card_step(handle, command, answer)) {
+            return failure;
         }
         const auto format = log_record::read_format(format_answer);
         if (!format) {
@@ -141,17 +139,15 @@ std::int64_t GetIcBankCardTrDetail(std::int32_t logType, std::int64_t handle, st
     const Aid aid = choose_application(handle, {aidHex, text_length});
 
     CardAnswer fci;
-    if (const std::int64_t result = card_step(handle, select_by_name(aid.name()), fci);
-        result != QUORRIN_SUCCESS) {
-        return result;
+    if (const std::int64_t failure = card_step(handle, select_by_name(aid.name()), fci)) {
+        return failure;
     }
     CardAnswer format;
-    if (const std::int64_t result =
-            card_step(handle, get_data(kind.format_tag[0], kind.format_tag[1]), format);
-        result != QUORRIN_SUCCESS) {
-        return result;
+    if (const std::int64_t failure =
+            card_step(handle, get_data(kind.format_tag[0], kind.format_tag[1]), format)) {
+        return failure;
     }
-    if (aid.length > max_aid_length) {
+    if (aid.length > max_aid_size) {
         return QUORRIN_BAD_PARAMETER;
     }
     LogEntry entry{};

@@ -23,8 +23,9 @@ constexpr std::size_t header_size = 4;
 constexpr std::size_t command_size = 300;
 constexpr std::int64_t response_size = 1024;
 
-constexpr std::uint8_t sw1_more_data = 0x61;     // GET RESPONSE fetches SW2 bytes
-constexpr std::uint8_t sw1_wrong_length = 0x6C;  // SW2 is the length that the card wants
+// ISO 7816-3, 12.2: how T=0 carries a command with an answer.
+constexpr std::uint8_t sw1_more_data = 0x61;     // GET RESPONSE fetches SW2 bytes (12.2.5)
+constexpr std::uint8_t sw1_wrong_length = 0x6C;  // SW2 is the length that the card wants (12.2.3)
 
 // A command as it is sent. The bytes beyond it stay zero: the log reads the buffer as text.
 struct Command {
@@ -114,8 +115,8 @@ class Exchange {
         return QUORRIN_SUCCESS;
     }
 
-    // GET RESPONSE (ISO 7816-4) until the card has no more data. There is no limit on the number of
-    // rounds.
+    // GET RESPONSE (ISO 7816-3, 12.2.5) until the card has no more data. There is no limit on the
+    // number of rounds.
     std::int64_t collect_chained_response() {
         const std::uint8_t available = response_.bytes[1];
         command_ = Command{};
@@ -151,8 +152,8 @@ class Exchange {
 
         const auto length = static_cast<std::int64_t>(chained.length);
         if (length < 2) {
-            // Deliberate: the number of bytes received takes the place of the reader's code, so that
-            // a host sees 0 (wrong card type) or 1 (unknown) for a chain cut this early.
+            // Deliberate: the number of bytes received takes the place of the reader's code, so
+            // that a host sees 0 (wrong card type) or 1 (unknown) for a chain cut this early.
             return fail(length);
         }
         // Deliberate: when the reader fails in mid-chain, the last two data bytes serve as status
@@ -161,7 +162,8 @@ class Exchange {
         return deliver(length);
     }
 
-    // Sends the header once more with the length that the card asked for; its answer is final.
+    // Sends the header once more with the length that the card asked for (ISO 7816-3, 12.2.3); its
+    // answer is final.
     // Deliberate: the command data are dropped, and the length takes the place of Lc. What a host
     // then sees is the card's answer to the header alone, refusals included.
     std::int64_t repeat_with_length(std::uint8_t length) {

@@ -87,8 +87,8 @@ std::int64_t FindUserCard(std::int64_t handle, std::int32_t mode) {
 }
 
 std::int64_t CloseAllDevice() {
-    // Deliberate: the kind that is current now is powered down, whichever was powered, and also with
-    // handle 0, which PowerDown refuses silently: a host may close at any time.
+    // Deliberate: the kind that is current now is powered down, whichever was powered, and also
+    // with handle 0, which PowerDown refuses silently: a host may close at any time.
     PowerDown(ReaderHandle, EG_nUserCardType);
     return CloseDevice(&ReaderHandle);
 }

@@ -44,8 +44,8 @@ constexpr std::array<MessageRow, message_row_count> icc_msg{{
     // Catch-all.
     {QUORRIN_UNKNOWN, 0x00, 0x00, "未知错误"},
     // Status words. Most codes are the negated status word. Deliberate: several status words share
-    // the code of a related one (63C2, 9402, 9408, 6400, 6300, 6A86, 6B00, 6E00, 6F00 among them); hosts
-    // tell outcomes apart by these codes.
+    // the code of a related one (63C2, 9402, 9408, 6400, 6300, 6A86, 6B00, 6E00, 6F00 among them);
+    // hosts tell outcomes apart by these codes.
     {QUORRIN_CONDITIONS_NOT_SATISFIED, 0x62, 0x00, "不满足使用条件、应用被锁定、应用未选择、余额上溢"},
     {QUORRIN_CONDITIONS_NOT_SATISFIED, 0x62, 0x81, "不满足使用条件、应用被锁定、应用未选择、余额上溢"},
     {QUORRIN_CONDITIONS_NOT_SATISFIED, 0x62, 0x82, "不满足使用条件、应用被锁定、应用未选择、余额上溢"},

@@ -11,7 +11,6 @@
 namespace quorrin::tlv {
 
 Search find_tag(Bytes string, Bytes tag) noexcept {
-    constexpr std::uint8_t issuer_script_identifier[] = {0x9F, 0x18};
     Search search{Search::not_found, false, {}};
     if (string.size() > max_search_size) {
         search.result = Search::malformed;
@@ -35,7 +34,7 @@ Search find_tag(Bytes string, Bytes tag) noexcept {
             search = {Search::found, true, cursor.value(object)};
             // Deliberate: the first script identifier ends the search, whatever follows. Issuer
             // data may carry several scripts, each with its own (EMV book 3, 10.10).
-            if (std::ranges::equal(tag, issuer_script_identifier)) {
+            if (std::ranges::equal(tag, issuer_script_identifier_tag)) {
                 return search;
             }
         }

@@ -184,6 +184,9 @@ class Cursor {
     constexpr bool has_tag(const Object& object, std::uint8_t first, std::uint8_t second) const {
         return is_tag(tag(object), first, second);
     }
+    constexpr bool has_tag(const Object& object, const std::uint8_t (&two_byte_tag)[2]) const {
+        return is_tag(tag(object), two_byte_tag[0], two_byte_tag[1]);
+    }
 
     // Into a template: its contents come next.
     constexpr void enter(const Object& object) { advance(object.header_size()); }
@@ -203,6 +206,9 @@ class Cursor {
   private:
     Bytes rest_;
 };
+
+// The issuer script identifier, of which a search finds the first alone.
+inline constexpr std::uint8_t issuer_script_identifier_tag[] = {0x9F, 0x18};
 
 // One tag anywhere in a TLV string, inside templates too.
 struct Search {

@@ -41,7 +41,7 @@ Built build_with(Bytes list, Out out, Fill fill) noexcept {
             return built;
         }
         const Out entry = out.subspan(built.length, length.value);
-        if (tag.result == tlv::constructed) {
+        if (tag.result == tlv::constructed) {  // EMV book 3, 5.4: a template is answered with zeros
             zero(entry);
         } else if (!entry.empty()) {
             built.result = fill(cursor.rest().first(tag.length), entry);
@@ -77,7 +77,7 @@ Built build(Bytes list, Out out) noexcept {
             return store_error;
         }
         const Element element = find_element(tag);
-        if (element.is_none()) {
+        if (element.is_none()) {  // EMV book 3, 5.4: and so is an unknown tag
             zero(entry);
             return done;
         }

@@ -15,7 +15,7 @@ namespace quorrin::script {
 using tlv::Bytes;
 
 inline constexpr std::uint8_t command_tag = 0x86;
-inline constexpr std::uint8_t identifier_tag[] = {0x9F, 0x18};
+using tlv::issuer_script_identifier_tag;
 
 // A bit of the TVR or TSI: byte and bit counted from 1, bit 1 the least significant.
 struct BitAddress {
@@ -74,7 +74,7 @@ inline void mark_performed() {
 // The value of the script's first 9F18, wherever it stands; empty when there is none or when it is
 // longer than the room for it. The search never looks for a second 9F18.
 inline Bytes find_identifier(Bytes script, std::size_t room) {
-    const tlv::Search search = tlv::find_tag(script, identifier_tag);
+    const tlv::Search search = tlv::find_tag(script, issuer_script_identifier_tag);
     const bool usable = search.result == tlv::Search::found && search.value.size() <= room;
     return usable ? search.value : Bytes{};
 }

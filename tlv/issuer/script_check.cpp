@@ -15,7 +15,7 @@ constexpr std::int32_t foreign_object = -28;
 
 // Stores a script's identifier and notes it in the current result entry.
 void adopt_identifier(Bytes value, Identifier& identifier) {
-    store_element({}, identifier_tag, value);
+    store_element({}, issuer_script_identifier_tag, value);
     gl_cScptIDExist = 1;
     // What counts is the stored value, also when the store has refused this one.
     std::copy_n(emvGetIssScrptID(), identifier_size, identifier.begin());
@@ -33,7 +33,7 @@ std::int32_t check_contents(Bytes value, Identifier& identifier, bool& command_s
         if (object.is_malformed()) {
             return malformed_content;
         }
-        if (!identifier_seen && cursor.has_tag(object, identifier_tag[0], identifier_tag[1])) {
+        if (!identifier_seen && cursor.has_tag(object, issuer_script_identifier_tag)) {
             identifier_seen = true;
             if (object.value_length > 0) {
                 adopt_identifier(cursor.value(object), identifier);

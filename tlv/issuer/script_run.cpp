@@ -6,6 +6,7 @@
 
 #include "emvdata/element_store.hpp"
 #include "quorrin/quorrin.h"
+#include "reader/card_step.hpp"
 #include "tlv/codec/ber_tlv.hpp"
 #include "tlv/issuer/issuer_script.hpp"
 
@@ -44,7 +45,7 @@ void send_command(const ZeroExtended& bytes, std::size_t value_length) {
     constexpr std::size_t data_position = command_header_size + 1;
 
     std::size_t lc = 0;
-    std::int32_t le = 0;
+    std::uint8_t le = 0;
     std::array<std::uint8_t, 256> data = {};
     if (value_length > command_header_size) {
         lc = bytes.at(lc_position);
@@ -57,11 +58,11 @@ void send_command(const ZeroExtended& bytes, std::size_t value_length) {
     }
     // Deliberate: neither the status word nor a failed exchange is looked at. Every command of a
     // script is sent, and a result of successful tells the host that it was, not what the card did.
-    std::array<std::uint8_t, 1024> answer = {};
-    std::uint32_t answer_length = 0;
-    IccComm(ReaderHandle, EG_nUserCardType, bytes.at(0), bytes.at(1), bytes.at(2), bytes.at(3),
-            static_cast<std::int32_t>(lc), data.data(), le, QUORRIN_WITH_DATA_AND_LE, answer.data(),
-            &answer_length);
+    CardAnswer answer;
+    send_to_card(ReaderHandle,
+                 {bytes.at(0), bytes.at(1), bytes.at(2), bytes.at(3), Bytes(data).first(lc),
+                  QUORRIN_WITH_DATA_AND_LE, le},
+                 answer);
 }
 
 // One pass over the stored scripts for one phase.
@@ -164,9 +165,9 @@ std::int32_t run_commands(Bytes value, Bytes readable) {
         }
         const std::size_t position = value.size() - cursor.rest().size() + object.header_size();
         const ZeroExtended bytes(readable.subspan(position));
-        if (cursor.has_tag(object, identifier_tag[0], identifier_tag[1])) {
+        if (cursor.has_tag(object, issuer_script_identifier_tag)) {
             const Bytes found = cursor.value(object);
-            store_element({}, identifier_tag, found);
+            store_element({}, issuer_script_identifier_tag, found);
             Identifier identifier = {};
             bytes.copy(0, found.empty() ? 0 : identifier_size, identifier);
             write_identifier(identifier);

@@ -10,11 +10,11 @@
 
 namespace quorrin {
 
-// Le is always 00, which asks for everything that the card has.
 struct CardCommand {
     std::uint8_t cla, ins, p1, p2;
     std::span<const std::uint8_t> data;
     QuorrinCommandCase apdu_case;
+    std::uint8_t le = 0;  // 0 asks for everything that the card has
 };
 
 struct CardAnswer {

@@ -1,14 +1,13 @@
-#include "bankcard/card_step.hpp"
+#include "reader/card_step.hpp"
 
 #include "quorrin/quorrin.h"
 
 namespace quorrin {
 
 std::int64_t send_to_card(std::int64_t handle, const CardCommand& command, CardAnswer& answer) {
-    constexpr std::int32_t all_available = 0;
     return IccComm(handle, EG_nUserCardType, command.cla, command.ins, command.p1, command.p2,
-                   static_cast<std::int32_t>(command.data.size()), command.data.data(),
-                   all_available, command.apdu_case, answer.bytes, &answer.length);
+                   static_cast<std::int32_t>(command.data.size()), command.data.data(), command.le,
+                   command.apdu_case, answer.bytes, &answer.length);
 }
 
 bool step_succeeded(std::int64_t result) {
