@@ -43,8 +43,7 @@ LONG CardConnection::read_state(const std::string& reader, DWORD& state) const {
     SCARD_READERSTATE asked{};
     asked.szReader = reader.c_str();
     asked.dwCurrentState = SCARD_STATE_UNAWARE;
-    const LONG result =
-        service_.functions().get_status_change(service_.context(), 0, &asked, 1);
+    const LONG result = service_.functions().get_status_change(service_.context(), 0, &asked, 1);
     if (result != SCARD_S_SUCCESS) {
         return result;
     }
@@ -62,8 +61,7 @@ LONG CardConnection::presence(const std::string& reader) const {
 
 // A connection is asked for only when no other program is in the way: the service would let the call
 // wait, without a limit, for the end of another program's transaction.
-LONG CardConnection::wait_for_card(const std::string& reader, const PowerOn& how,
-                                   bool& unpowered) const {
+LONG CardConnection::wait_for_card(const std::string& reader, const PowerOn& how) const {
     const PcscFunctions& pcsc = service_.functions();
     const DWORD in_the_way =
         how.shared ? SCARD_STATE_EXCLUSIVE : SCARD_STATE_EXCLUSIVE | SCARD_STATE_INUSE;
@@ -73,7 +71,6 @@ LONG CardConnection::wait_for_card(const std::string& reader, const PowerOn& how
         if (const LONG result = read_state(reader, state); result != SCARD_S_SUCCESS) {
             return result;
         }
-        unpowered = (state & SCARD_STATE_UNPOWERED) != 0;
         if ((state & in_the_way) == 0) {
             return SCARD_S_SUCCESS;
         }
@@ -85,8 +82,8 @@ LONG CardConnection::wait_for_card(const std::string& reader, const PowerOn& how
         watched.szReader = reader.c_str();
         watched.dwCurrentState = state & ~DWORD{SCARD_STATE_CHANGED};
         const auto slice = std::min(left, look_again_after);
-        const LONG result = pcsc.get_status_change(
-            service_.context(), static_cast<DWORD>(slice.count()), &watched, 1);
+        const LONG result = pcsc.get_status_change(service_.context(),
+                                                   static_cast<DWORD>(slice.count()), &watched, 1);
         if (result != SCARD_S_SUCCESS && result != SCARD_E_TIMEOUT) {
             return result;
         }
@@ -94,8 +91,7 @@ LONG CardConnection::wait_for_card(const std::string& reader, const PowerOn& how
 }
 
 LONG CardConnection::connect_cold(const std::string& reader, const PowerOn& how) {
-    bool unpowered = false;
-    if (const LONG result = wait_for_card(reader, how, unpowered); result != SCARD_S_SUCCESS) {
+    if (const LONG result = wait_for_card(reader, how); result != SCARD_S_SUCCESS) {
         return result;
     }
     SCARDHANDLE card = 0;
@@ -108,7 +104,9 @@ LONG CardConnection::connect_cold(const std::string& reader, const PowerOn& how)
     card_ = card;
     reader_ = reader;
     protocol_ = {protocol, sizeof protocol_};
-    return unpowered ? SCARD_S_SUCCESS : restart(how);
+    // The service powers a card when it is inserted, and leaves it powered for a while after other
+    // programs; it does not say reliably whether it has.
+    return restart(how);
 }
 
 // Takes the power from a connected card and gives it again.

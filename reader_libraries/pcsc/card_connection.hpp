@@ -56,7 +56,7 @@ class CardConnection {
 
   private:
     LONG read_state(const std::string& reader, DWORD& state) const;
-    LONG wait_for_card(const std::string& reader, const PowerOn& how, bool& unpowered) const;
+    LONG wait_for_card(const std::string& reader, const PowerOn& how) const;
     LONG connect_cold(const std::string& reader, const PowerOn& how);
     LONG restart(const PowerOn& how);
     std::int64_t failed_exchange(LONG result);

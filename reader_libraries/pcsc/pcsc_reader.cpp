@@ -25,8 +25,8 @@ void complain(const Settings& settings, const FailedStep& failed) {
     }
     const std::string& wished = settings.readers[contact_slot];
     std::fprintf(stderr, "libquorrin-pcsc: reader %s: %s: %s (0x%08lX)\n",
-                 wished.empty() ? "(any)" : wished.c_str(), failed.function,
-                 name_of(failed.result), static_cast<unsigned long>(failed.result));
+                 wished.empty() ? "(any)" : wished.c_str(), failed.function, name_of(failed.result),
+                 static_cast<unsigned long>(failed.result));
 }
 
 }  // namespace
@@ -73,19 +73,14 @@ std::int64_t PcscReader::power_on(std::int64_t handle, int code,
         return wrong;
     }
     std::size_t length = 0;
-    LONG result = power_on(*slot, atr, length);
-    if (is_service_lost(result) || is_reader_lost(result)) {
-        recover(result);
-        result = power_on(*slot, atr, length);
-    }
+    const LONG result = with_recovery([&] { return power_on(*slot, atr, length); });
     return result == SCARD_S_SUCCESS ? static_cast<std::int64_t>(length) : device_code(result);
 }
 
 LONG PcscReader::power_on(Slot& slot, std::span<std::uint8_t, CardConnection::atr_room> atr,
                           std::size_t& length) {
     if (slot.reader.empty()) {
-        return slot.choice == SlotChoice::not_found ? SCARD_E_UNKNOWN_READER
-                                                    : SCARD_E_NO_SMARTCARD;
+        return slot.choice == SlotChoice::not_found ? SCARD_E_UNKNOWN_READER : SCARD_E_NO_SMARTCARD;
     }
     // Two slots can share a reader; its card is in the one that was powered last.
     for (Slot& other : slots_) {
@@ -104,14 +99,12 @@ std::int64_t PcscReader::power_off(std::int64_t handle, int code) {
     if (slot->reader.empty()) {
         return device::no_card;
     }
-    const LONG result = slot->card.power_off();
-    recover(result);
-    return device_code(result);
+    return device_code(slot->card.power_off());
 }
 
-std::int64_t PcscReader::exchange(
-    std::int64_t handle, int code, std::span<const std::uint8_t> command,
-    std::span<std::uint8_t, CardConnection::response_room> response) {
+std::int64_t PcscReader::exchange(std::int64_t handle, int code,
+                                  std::span<const std::uint8_t> command,
+                                  std::span<std::uint8_t, CardConnection::response_room> response) {
     Slot* slot = nullptr;
     if (const auto wrong = find_slot(handle, slot_of_code(code), slot); wrong != 0) {
         return wrong;
@@ -125,8 +118,7 @@ std::int64_t PcscReader::exchange(
     if (slot->reader.empty()) {
         return slot->choice == SlotChoice::not_found ? device::connection_error : device::no_card;
     }
-    const LONG presence = slot->card.presence(slot->reader);
-    recover(presence);
+    const LONG presence = with_recovery([&] { return slot->card.presence(slot->reader); });
     return presence == SCARD_S_SUCCESS ? device::not_powered : device_code(presence);
 }
 
@@ -172,7 +164,7 @@ std::int64_t PcscReader::find_slot(std::int64_t handle, std::optional<std::size_
 }
 
 // Reads the list of readers, from a restarted service too, and says anew which serves which slot. While
-// a card has power every slot keeps its reader.
+// a card has power, or nobody knows the readers, every slot keeps its reader.
 std::optional<FailedStep> PcscReader::update_readers() {
     std::vector<std::string> names;
     auto failed = service_.list_readers(names);
@@ -183,7 +175,7 @@ std::optional<FailedStep> PcscReader::update_readers() {
         service_.release();
         failed = service_.list_readers(names);
     }
-    if (any_card_connected()) {
+    if (failed || any_card_connected()) {
         return failed;
     }
     const SlotMap map = map_slots(names, settings_.readers);
@@ -191,14 +183,20 @@ std::optional<FailedStep> PcscReader::update_readers() {
         slots_[i].choice = map[i].choice;
         slots_[i].reader = map[i].reader ? names[*map[i].reader] : "";
     }
-    return failed;
+    return std::nullopt;
 }
 
-// After a result that says that the service or a reader is gone: what is there now.
-void PcscReader::recover(LONG result) {
-    if (is_service_lost(result) || is_reader_lost(result)) {
-        update_readers();
+// Where the result says that the service or a reader is gone: once again with what is there now.
+template <typename Call>
+LONG PcscReader::with_recovery(Call&& call) {
+    const LONG result = call();
+    if (!is_service_lost(result) && !is_reader_lost(result)) {
+        return result;
     }
+    if (const auto failed = update_readers()) {
+        return failed->result;
+    }
+    return call();
 }
 
 bool PcscReader::any_card_connected() const {

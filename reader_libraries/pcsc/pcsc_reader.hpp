@@ -42,7 +42,8 @@ class PcscReader {
 
     std::int64_t find_slot(std::int64_t handle, std::optional<std::size_t> index, Slot*& slot);
     std::optional<FailedStep> update_readers();
-    void recover(LONG result);
+    template <typename Call>
+    LONG with_recovery(Call&& call);
     LONG power_on(Slot& slot, std::span<std::uint8_t, CardConnection::atr_room> atr,
                   std::size_t& length);
     [[nodiscard]] bool any_card_connected() const;

@@ -18,8 +18,10 @@ struct ResultRow {
     Loss loss;
 };
 
-#define RESULT(name, code, loss) \
-    ResultRow { name, #name, code, Loss::loss }
+#define RESULT(name, code, loss)      \
+    ResultRow {                       \
+        name, #name, code, Loss::loss \
+    }
 
 // clang-format off
 constexpr std::array rows = {

@@ -174,9 +174,9 @@ const char* reason_of(SlotChoice choice) {
         case SlotChoice::by_name:
             return "by its name";
         case SlotChoice::first_of_rest:
-            return "the first reader whose name says nothing";
+            return "the first reader left";
         case SlotChoice::second_of_rest:
-            return "the second reader whose name says nothing";
+            return "another reader left";
     }
     return "";
 }

@@ -22,7 +22,7 @@ enum class SlotChoice {
     not_found,       // the configuration names a reader that is not there
     by_name,         // the reader's name says what it is for
     first_of_rest,   // the first reader whose name says nothing
-    second_of_rest,  // the second of these, where no name says "contactless"
+    second_of_rest,  // another of these, where no name says "contactless"
 };
 
 // The choice as a person reads it.
