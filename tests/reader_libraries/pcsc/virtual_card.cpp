@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <utility>
 
 namespace quorrin::test {
@@ -16,6 +17,7 @@ namespace {
 enum Control : std::uint8_t { power_off = 0, power_on = 1, reset = 2, get_answer_to_reset = 4 };
 
 constexpr int retry_milliseconds = 20;
+constexpr std::chrono::seconds limit{5};
 
 }  // namespace
 
@@ -36,14 +38,16 @@ void VirtualCard::pull() {
     }
 }
 
-std::vector<std::string> VirtualCard::heard() {
-    const std::scoped_lock lock(mutex_);
+std::vector<std::string> VirtualCard::heard(std::size_t at_least) {
+    std::unique_lock lock(mutex_);
+    news_.wait_for(lock, limit, [&] { return heard_.size() >= at_least; });
     return std::exchange(heard_, {});
 }
 
 void VirtualCard::note(std::string event) {
     const std::scoped_lock lock(mutex_);
     heard_.push_back(std::move(event));
+    news_.notify_all();
 }
 
 void VirtualCard::serve() {
@@ -124,7 +128,10 @@ bool VirtualCard::answer(const Bytes& message) {
         note(to_hex(message));
         return !leave_at_command_ && send(card_.transmit(message));
     }
-    switch (message.empty() ? power_off : message[0]) {
+    if (message.empty()) {
+        return false;
+    }
+    switch (message[0]) {
         case power_off:
             note("off");
             card_.power_off();

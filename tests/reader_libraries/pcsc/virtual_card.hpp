@@ -28,8 +28,9 @@ class VirtualCard {
     // From now on the card leaves the reader when a command comes, before it answers.
     void leave_at_next_command() { leave_at_command_ = true; }
 
-    // All that came since the last call: commands as hex text; "on", "off" and "reset".
-    std::vector<std::string> heard();
+    // All that came since the last call: commands as hex text; "on", "off" and "reset". Waits until it
+    // is so many (a reader does not wait until the card knows that it has lost its power).
+    std::vector<std::string> heard(std::size_t at_least = 0);
 
   private:
     void serve();
@@ -46,6 +47,7 @@ class VirtualCard {
     bool fixed_answer_to_reset_;
     std::atomic<bool> leave_at_command_ = false;
     std::mutex mutex_;
+    std::condition_variable news_;
     std::vector<std::string> heard_;
     int socket_ = -1;
     int stop_ = -1;  // becomes readable when the card is pulled

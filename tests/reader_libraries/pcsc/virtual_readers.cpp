@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <iostream>
 #include <thread>
 
 namespace quorrin::test {
@@ -102,6 +103,10 @@ void VirtualReaders::stop() {
 
 void VirtualReaders::kill() {
     end_with(SIGKILL);
+}
+
+void VirtualReaders::print_log() const {
+    std::cout << std::ifstream(folder_ / "pcscd.log").rdbuf() << std::flush;
 }
 
 void VirtualReaders::end_with(int signal) {

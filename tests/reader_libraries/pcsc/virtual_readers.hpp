@@ -33,6 +33,9 @@ class VirtualReaders {
     void stop();  // as a machine does that shuts down
     void kill();  // as a crash does
 
+    // What the service has said, to standard output.
+    void print_log() const;
+
   private:
     void end_with(int signal);
 
