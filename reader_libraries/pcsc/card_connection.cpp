@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "reader_libraries/pcsc/device_codes.hpp"
+#include "quorrin/device_codes.h"
 #include "reader_libraries/pcsc/result_codes.hpp"
 
 namespace quorrin::pcsc {
@@ -173,10 +173,10 @@ std::int64_t CardConnection::exchange(std::span<const std::uint8_t> command,
         return failed_exchange(result);
     }
     if (length < status_size) {
-        return device::mute;
+        return QUORRIN_CARD_MUTE;
     }
     if (length > response.size()) {
-        return device::check_error;
+        return QUORRIN_CHECK_ERROR;
     }
     if (length > status_size || response[0] != more_data) {
         empty_chain_ = 0;
@@ -185,7 +185,7 @@ std::int64_t CardConnection::exchange(std::span<const std::uint8_t> command,
         empty_chain_ = command[1] == get_response ? empty_chain_ + 1 : 1;
         if (empty_chain_ >= longest_empty_chain) {
             empty_chain_ = 0;
-            return device::mute;
+            return QUORRIN_CARD_MUTE;
         }
     }
     return static_cast<std::int64_t>(length);

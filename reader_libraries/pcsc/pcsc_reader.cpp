@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "reader_libraries/pcsc/device_codes.hpp"
+#include "quorrin/device_codes.h"
 #include "reader_libraries/pcsc/reader_names.hpp"
 #include "reader_libraries/pcsc/result_codes.hpp"
 
@@ -56,14 +56,14 @@ std::int64_t PcscReader::open(std::span<char, name_room> name) {
 
 std::int64_t PcscReader::close() {
     if (handle_ == 0) {
-        return device::not_connected;
+        return QUORRIN_NOT_CONNECTED;
     }
     for (Slot& slot : slots_) {
         slot.card.power_off();
     }
     service_.release();
     handle_ = 0;
-    return device::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t PcscReader::power_on(std::int64_t handle, int code,
@@ -97,7 +97,7 @@ std::int64_t PcscReader::power_off(std::int64_t handle, int code) {
         return wrong;
     }
     if (slot->reader.empty()) {
-        return device::no_card;
+        return QUORRIN_NO_CARD;
     }
     return device_code(slot->card.power_off());
 }
@@ -110,28 +110,31 @@ std::int64_t PcscReader::exchange(std::int64_t handle, int code,
         return wrong;
     }
     if (command.size() < shortest_command || command.size() > longest_command) {
-        return device::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     if (slot->card.connected()) {
         return slot->card.exchange(command, response);
     }
     if (slot->reader.empty()) {
-        return slot->choice == SlotChoice::not_found ? device::connection_error : device::no_card;
+        return slot->choice == SlotChoice::not_found ? QUORRIN_CONNECTION_ERROR : QUORRIN_NO_CARD;
     }
     const LONG presence = with_recovery([&] { return slot->card.presence(slot->reader); });
-    return presence == SCARD_S_SUCCESS ? device::not_powered : device_code(presence);
+    if (presence == SCARD_S_SUCCESS) {
+        return QUORRIN_NOT_POWERED;
+    }
+    return device_code(presence);
 }
 
 std::int64_t PcscReader::serial(std::int64_t handle, std::span<char, serial_room> serial) {
     if (handle_ == 0 || handle != handle_) {
-        return device::not_connected;
+        return QUORRIN_NOT_CONNECTED;
     }
     if (const auto failed = update_readers()) {
         return device_code(failed->result);
     }
     const std::string* reader = main_reader();
     if (reader == nullptr) {
-        return device::connection_error;
+        return QUORRIN_CONNECTION_ERROR;
     }
     const auto& slot = *std::ranges::find(slots_, *reader, &Slot::reader);
     std::array<char, attribute_room> text{};
@@ -145,22 +148,22 @@ std::int64_t PcscReader::serial(std::int64_t handle, std::span<char, serial_room
         found = serial_in_name(*reader);
     }
     if (found.empty()) {
-        return result == SCARD_S_SUCCESS ? device::unsupported : device_code(result);
+        return device_code(result == SCARD_S_SUCCESS ? SCARD_E_UNSUPPORTED_FEATURE : result);
     }
     write_cut(serial, found);
-    return device::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int64_t PcscReader::find_slot(std::int64_t handle, std::optional<std::size_t> index,
                                    Slot*& slot) {
     if (handle_ == 0 || handle != handle_) {
-        return device::not_connected;
+        return QUORRIN_NOT_CONNECTED;
     }
     if (!index) {
-        return device::bad_parameter;
+        return QUORRIN_BAD_PARAMETER;
     }
     slot = &slots_[*index];
-    return device::success;
+    return QUORRIN_SUCCESS;
 }
 
 // Reads the list of readers, from a restarted service too, and says anew which serves which slot. While

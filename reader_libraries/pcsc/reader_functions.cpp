@@ -10,7 +10,6 @@
 #include <exception>
 #include <mutex>
 
-#include "reader_libraries/pcsc/device_codes.hpp"
 #include "reader_libraries/pcsc/pcsc_reader.hpp"
 
 namespace quorrin::pcsc {
@@ -34,7 +33,7 @@ std::int64_t guarded(Call&& call) noexcept {
         const std::scoped_lock lock(reader_mutex());
         return call(reader());
     } catch (...) {
-        return device::connection_error;
+        return QUORRIN_CONNECTION_ERROR;
     }
 }
 
@@ -55,14 +54,14 @@ using namespace quorrin::pcsc;
 int64_t ICC_Reader_Open(char* name) {
     return guarded([&](PcscReader& pcsc) -> std::int64_t {
         if (name == nullptr) {
-            return device::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
         }
         try {
             return pcsc.open(std::span<char, PcscReader::name_room>(name, PcscReader::name_room));
         } catch (const ConfigurationMissing& missing) {
-            return complain(missing, device::connection_error);
+            return complain(missing, QUORRIN_CONNECTION_ERROR);
         } catch (const ConfigurationError& error) {
-            return complain(error, device::bad_parameter);
+            return complain(error, QUORRIN_BAD_PARAMETER);
         }
     });
 }
@@ -74,7 +73,7 @@ int64_t ICC_Reader_Close(void) {
 int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
     return guarded([&](PcscReader& pcsc) -> std::int64_t {
         if (atr == nullptr) {
-            return device::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
         }
         constexpr std::size_t room = CardConnection::atr_room;
         return pcsc.power_on(handle, slot, std::span<std::uint8_t, room>(atr, room));
@@ -89,7 +88,7 @@ int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t
                                uint8_t* response) {
     return guarded([&](PcscReader& pcsc) -> std::int64_t {
         if (command == nullptr || response == nullptr || length < 0) {
-            return device::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
         }
         constexpr std::size_t room = CardConnection::response_room;
         return pcsc.exchange(handle, slot, {command, static_cast<std::size_t>(length)},
@@ -100,7 +99,7 @@ int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t
 int64_t ICC_Reader_GetSerial(int64_t handle, char* serial) {
     return guarded([&](PcscReader& pcsc) -> std::int64_t {
         if (serial == nullptr) {
-            return device::bad_parameter;
+            return QUORRIN_BAD_PARAMETER;
         }
         return pcsc.serial(
             handle, std::span<char, PcscReader::serial_room>(serial, PcscReader::serial_room));

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "reader_libraries/pcsc/device_codes.hpp"
+#include "quorrin/device_codes.h"
 
 namespace quorrin::pcsc {
 namespace {
@@ -25,37 +25,37 @@ struct ResultRow {
 
 // clang-format off
 constexpr std::array rows = {
-    RESULT(SCARD_S_SUCCESS,              device::success,          nothing),
-    RESULT(SCARD_E_PROTO_MISMATCH,       device::wrong_card,       card),
-    RESULT(SCARD_W_UNSUPPORTED_CARD,     device::wrong_card,       card),
-    RESULT(SCARD_E_CARD_UNSUPPORTED,     device::wrong_card,       card),
-    RESULT(SCARD_E_NO_SMARTCARD,         device::no_card,          card),
-    RESULT(SCARD_W_REMOVED_CARD,         device::no_card,          card),
-    RESULT(SCARD_W_UNPOWERED_CARD,       device::not_powered,      card),
-    RESULT(SCARD_W_RESET_CARD,           device::not_powered,      card),
-    RESULT(SCARD_W_UNRESPONSIVE_CARD,    device::mute,             nothing),
-    RESULT(SCARD_E_NOT_TRANSACTED,       device::mute,             nothing),
-    RESULT(SCARD_E_TIMEOUT,              device::mute,             nothing),
-    RESULT(SCARD_E_NO_SERVICE,           device::connection_error, service),
-    RESULT(SCARD_E_SERVICE_STOPPED,      device::connection_error, service),
-    RESULT(SCARD_E_NO_READERS_AVAILABLE, device::connection_error, reader),
-    RESULT(SCARD_E_UNKNOWN_READER,       device::connection_error, reader),
-    RESULT(SCARD_E_READER_UNAVAILABLE,   device::connection_error, reader),
-    RESULT(SCARD_E_SHARING_VIOLATION,    device::connection_error, nothing),
-    RESULT(SCARD_F_COMM_ERROR,           device::connection_error, nothing),
-    RESULT(SCARD_F_INTERNAL_ERROR,       device::connection_error, nothing),
-    RESULT(SCARD_F_UNKNOWN_ERROR,        device::connection_error, nothing),
-    RESULT(SCARD_E_NO_MEMORY,            device::connection_error, nothing),
-    RESULT(SCARD_E_NOT_READY,            device::connection_error, nothing),
-    RESULT(SCARD_E_SERVER_TOO_BUSY,      device::connection_error, nothing),
-    RESULT(SCARD_W_SECURITY_VIOLATION,   device::connection_error, nothing),
-    RESULT(SCARD_E_INVALID_HANDLE,       device::not_connected,    service),
-    RESULT(SCARD_E_UNSUPPORTED_FEATURE,  device::unsupported,      nothing),
-    RESULT(SCARD_E_READER_UNSUPPORTED,   device::unsupported,      nothing),
-    RESULT(SCARD_E_INVALID_PARAMETER,    device::bad_parameter,    nothing),
-    RESULT(SCARD_E_INVALID_VALUE,        device::bad_parameter,    nothing),
-    RESULT(SCARD_E_INSUFFICIENT_BUFFER,  device::check_error,      nothing),
-    RESULT(SCARD_E_COMM_DATA_LOST,       device::check_error,      nothing),
+    RESULT(SCARD_S_SUCCESS,              QUORRIN_SUCCESS,          nothing),
+    RESULT(SCARD_E_PROTO_MISMATCH,       QUORRIN_WRONG_CARD_TYPE,       card),
+    RESULT(SCARD_W_UNSUPPORTED_CARD,     QUORRIN_WRONG_CARD_TYPE,       card),
+    RESULT(SCARD_E_CARD_UNSUPPORTED,     QUORRIN_WRONG_CARD_TYPE,       card),
+    RESULT(SCARD_E_NO_SMARTCARD,         QUORRIN_NO_CARD,          card),
+    RESULT(SCARD_W_REMOVED_CARD,         QUORRIN_NO_CARD,          card),
+    RESULT(SCARD_W_UNPOWERED_CARD,       QUORRIN_NOT_POWERED,      card),
+    RESULT(SCARD_W_RESET_CARD,           QUORRIN_NOT_POWERED,      card),
+    RESULT(SCARD_W_UNRESPONSIVE_CARD,    QUORRIN_CARD_MUTE,             nothing),
+    RESULT(SCARD_E_NOT_TRANSACTED,       QUORRIN_CARD_MUTE,             nothing),
+    RESULT(SCARD_E_TIMEOUT,              QUORRIN_CARD_MUTE,             nothing),
+    RESULT(SCARD_E_NO_SERVICE,           QUORRIN_CONNECTION_ERROR, service),
+    RESULT(SCARD_E_SERVICE_STOPPED,      QUORRIN_CONNECTION_ERROR, service),
+    RESULT(SCARD_E_NO_READERS_AVAILABLE, QUORRIN_CONNECTION_ERROR, reader),
+    RESULT(SCARD_E_UNKNOWN_READER,       QUORRIN_CONNECTION_ERROR, reader),
+    RESULT(SCARD_E_READER_UNAVAILABLE,   QUORRIN_CONNECTION_ERROR, reader),
+    RESULT(SCARD_E_SHARING_VIOLATION,    QUORRIN_CONNECTION_ERROR, nothing),
+    RESULT(SCARD_F_COMM_ERROR,           QUORRIN_CONNECTION_ERROR, nothing),
+    RESULT(SCARD_F_INTERNAL_ERROR,       QUORRIN_CONNECTION_ERROR, nothing),
+    RESULT(SCARD_F_UNKNOWN_ERROR,        QUORRIN_CONNECTION_ERROR, nothing),
+    RESULT(SCARD_E_NO_MEMORY,            QUORRIN_CONNECTION_ERROR, nothing),
+    RESULT(SCARD_E_NOT_READY,            QUORRIN_CONNECTION_ERROR, nothing),
+    RESULT(SCARD_E_SERVER_TOO_BUSY,      QUORRIN_CONNECTION_ERROR, nothing),
+    RESULT(SCARD_W_SECURITY_VIOLATION,   QUORRIN_CONNECTION_ERROR, nothing),
+    RESULT(SCARD_E_INVALID_HANDLE,       QUORRIN_NOT_CONNECTED,    service),
+    RESULT(SCARD_E_UNSUPPORTED_FEATURE,  QUORRIN_NOT_SUPPORTED,      nothing),
+    RESULT(SCARD_E_READER_UNSUPPORTED,   QUORRIN_NOT_SUPPORTED,      nothing),
+    RESULT(SCARD_E_INVALID_PARAMETER,    QUORRIN_BAD_PARAMETER,    nothing),
+    RESULT(SCARD_E_INVALID_VALUE,        QUORRIN_BAD_PARAMETER,    nothing),
+    RESULT(SCARD_E_INSUFFICIENT_BUFFER,  QUORRIN_CHECK_ERROR,      nothing),
+    RESULT(SCARD_E_COMM_DATA_LOST,       QUORRIN_CHECK_ERROR,      nothing),
 };
 // clang-format on
 
@@ -73,7 +73,7 @@ constexpr bool each_result_once() {
 }
 static_assert(each_result_once());
 
-constexpr ResultRow unknown{0, "unknown", device::connection_error, Loss::nothing};
+constexpr ResultRow unknown{0, "unknown", QUORRIN_CONNECTION_ERROR, Loss::nothing};
 
 const ResultRow& row_of(LONG result) {
     const auto* found = std::ranges::find(rows, result, &ResultRow::result);

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string_view>
 
+#include "quorrin/reader_library.h"
+
 namespace quorrin::pcsc {
 
 struct SlotRow {
@@ -17,14 +19,15 @@ struct SlotRow {
 
 // clang-format off
 inline constexpr std::array slot_rows = {
-    SlotRow{"contact",     "QUORRIN_PCSC_CONTACT",     0x01, 0x01},
+    SlotRow{"contact",     "QUORRIN_PCSC_CONTACT",     QUORRIN_SLOT_CONTACT, QUORRIN_SLOT_CONTACT},
     // Deliberate: the contactless slot is powered down under a code of its own, as hosts send it.
-    SlotRow{"contactless", "QUORRIN_PCSC_CONTACTLESS", 0x31, 0x03},
-    SlotRow{"mas",         "QUORRIN_PCSC_MAS",         0x02, 0x02},
-    SlotRow{"sam1",        "QUORRIN_PCSC_SAM1",        0x11, 0x11},
-    SlotRow{"sam2",        "QUORRIN_PCSC_SAM2",        0x12, 0x12},
-    SlotRow{"sam3",        "QUORRIN_PCSC_SAM3",        0x13, 0x13},
-    SlotRow{"sam4",        "QUORRIN_PCSC_SAM4",        0x14, 0x14},
+    SlotRow{"contactless", "QUORRIN_PCSC_CONTACTLESS", QUORRIN_SLOT_CONTACTLESS,
+            QUORRIN_SLOT_CONTACTLESS_OFF},
+    SlotRow{"mas",         "QUORRIN_PCSC_MAS",         QUORRIN_SLOT_FURTHER, QUORRIN_SLOT_FURTHER},
+    SlotRow{"sam1",        "QUORRIN_PCSC_SAM1",        QUORRIN_SLOT_SAM1, QUORRIN_SLOT_SAM1},
+    SlotRow{"sam2",        "QUORRIN_PCSC_SAM2",        QUORRIN_SLOT_SAM2, QUORRIN_SLOT_SAM2},
+    SlotRow{"sam3",        "QUORRIN_PCSC_SAM3",        QUORRIN_SLOT_SAM3, QUORRIN_SLOT_SAM3},
+    SlotRow{"sam4",        "QUORRIN_PCSC_SAM4",        QUORRIN_SLOT_SAM4, QUORRIN_SLOT_SAM4},
 };
 // clang-format on
 

@@ -14,11 +14,11 @@
 
 namespace quorrin::test {
 
-inline constexpr int contact = 0x01;
-inline constexpr int mas = 0x02;
-inline constexpr int contactless = 0x31;
-inline constexpr int contactless_off = 0x03;
-inline constexpr int sam1 = 0x11;
+inline constexpr int contact = QUORRIN_SLOT_CONTACT;
+inline constexpr int mas = QUORRIN_SLOT_FURTHER;
+inline constexpr int contactless = QUORRIN_SLOT_CONTACTLESS;
+inline constexpr int contactless_off = QUORRIN_SLOT_CONTACTLESS_OFF;
+inline constexpr int sam1 = QUORRIN_SLOT_SAM1;
 
 class PcscTest : public testing::Test {
   protected:
