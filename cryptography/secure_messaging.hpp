@@ -55,7 +55,8 @@ class ScriptMacChain {
     std::optional<Mac> previous_;
 };
 
-// As the context says. `card_key` is the card's encipherment key. More than 255 bytes throw std::invalid_argument.
+// As the context says. `card_key` is the card's encipherment key. More than 255 bytes throw
+// std::invalid_argument.
 std::vector<std::uint8_t> encipher_script_data(const ScriptContext& context, const Key& card_key,
                                                Bytes plain);
 

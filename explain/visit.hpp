@@ -19,7 +19,8 @@ struct ToldCall {
     std::size_t step = 0;  // index
 };
 
-// What the rules look at. Elements of the card and data of the terminal are apart: both know 9F36, 82, ...
+// What the rules look at. Elements of the card and data of the terminal are apart: both know 9F36,
+// 82, ...
 struct Visit {
     std::vector<ToldCall> calls;  // in order
     std::vector<Step> steps;

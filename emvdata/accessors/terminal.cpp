@@ -106,7 +106,8 @@ std::int32_t emvIsOnlineCap() {
 // and 10.
 std::int32_t emvIsSupportIssCodeTable(std::uint8_t index) {
     constexpr std::uint8_t common_table = 0x01;
-    const bool nothing_declared = std::ranges::all_of(gl_Tm_Cap_Ad, [](int byte) { return byte == 0; });
+    const bool nothing_declared =
+        std::ranges::all_of(gl_Tm_Cap_Ad, [](int byte) { return byte == 0; });
     if (nothing_declared && index == common_table) {
         return 1;
     }

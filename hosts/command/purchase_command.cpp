@@ -1,4 +1,5 @@
-// quorrin purchase: the whole online purchase, with the test bank or with a bank's answer from elsewhere.
+// quorrin purchase: the whole online purchase, with the test bank or with a bank's answer from
+// elsewhere.
 #include <charconv>
 #include <cstdio>
 #include <memory>

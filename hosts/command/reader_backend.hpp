@@ -15,7 +15,8 @@ struct BackendChoice {
     std::string file;  // the library
 };
 
-// Loads the library that was asked for and says on standard error which one when nobody asked. With a trace
+// Loads the library that was asked for and says on standard error which one when nobody asked.
+// With a trace
 // file everything that goes through is recorded. Throws Failed.
 BackendChoice load_backend(const std::string& asked, const std::string& trace_file,
                            bool clear_trace);

@@ -82,10 +82,10 @@ typedef struct QuorrinBankDecision {
     char response_code[3];      /**< 8A, two characters; empty: by the rules, which approve */
     char authorisation_code[7]; /**< 89, six characters; empty: by the rules */
     uint8_t arpc;               /**< a QuorrinBankArpc, where the rules ask for nothing else */
-    uint8_t arpc_method;        /**< 1 or 2 (EMV book 2, 8.2); 0: by the rules or the card product */
-    uint8_t status_update[4];   /**< method 2: the card status update, in addition to the rules' */
-    uint8_t proprietary[8];     /**< method 2: proprietary authentication data */
-    uint8_t proprietary_size;   /**< bytes of it that count; 0: by the rules */
+    uint8_t arpc_method;      /**< 1 or 2 (EMV book 2, 8.2); 0: by the rules or the card product */
+    uint8_t status_update[4]; /**< method 2: the card status update, in addition to the rules' */
+    uint8_t proprietary[8];   /**< method 2: proprietary authentication data */
+    uint8_t proprietary_size; /**< bytes of it that count; 0: by the rules */
 } QuorrinBankDecision;
 
 /** What the bank can change on a card. */
@@ -101,17 +101,17 @@ enum QuorrinBankWishKind {
 
 /** One change on the card: one command of an issuer script (EMV book 3, 10.10). */
 typedef struct QuorrinBankWish {
-    uint8_t kind;            /**< a QuorrinBankWishKind */
-    uint8_t phase;           /**< template 0x71 or 0x72; 0 is 0x72 */
-    uint8_t has_identifier;  /**< 1: the script is named by `identifier` (9F18) */
-    uint8_t identifier[4];   /**< the name */
-    char new_pin[13];        /**< 4 to 12 digits */
-    char current_pin[13];    /**< empty, or 4 to 12 digits */
-    uint16_t tag;            /**< one byte or two, 0x9F79 for example */
-    uint8_t file;            /**< short file identifier, 1 to 30 */
-    uint8_t record;          /**< record number, 1 to 255 */
-    uint8_t value[124];      /**< of the element, or of the whole record */
-    uint8_t value_size;      /**< bytes of it that count */
+    uint8_t kind;           /**< a QuorrinBankWishKind */
+    uint8_t phase;          /**< template 0x71 or 0x72; 0 is 0x72 */
+    uint8_t has_identifier; /**< 1: the script is named by `identifier` (9F18) */
+    uint8_t identifier[4];  /**< the name */
+    char new_pin[13];       /**< 4 to 12 digits */
+    char current_pin[13];   /**< empty, or 4 to 12 digits */
+    uint16_t tag;           /**< one byte or two, 0x9F79 for example */
+    uint8_t file;           /**< short file identifier, 1 to 30 */
+    uint8_t record;         /**< record number, 1 to 255 */
+    uint8_t value[124];     /**< of the element, or of the whole record */
+    uint8_t value_size;     /**< bytes of it that count */
 } QuorrinBankWish;
 
 /** The bank's answer. */

@@ -20,9 +20,9 @@ int main(int argc, char** argv) {
         }
     };
     trace.session("s2").open().power_on();
-    again(purchase({.cryptogram = "8013800013112233445566779907010103A00000019000",
-                    .authentication = "6300"},
-                   "000000000100 0156 261121 B1B2C3D4 0000008000"));
+    again(purchase(
+        {.cryptogram = "8013800013112233445566779907010103A00000019000", .authentication = "6300"},
+        "000000000100 0156 261121 B1B2C3D4 0000008000"));
     trace.power_off().close();
     trace.session("s3").open().power_on();
     trace.exchange("00A4040008A00000033301010100", CardWords{}.fci)

@@ -163,7 +163,7 @@ class FlippedBitOfScriptCommand : public PurchaseTest,
                 return bank::put_data(card.amounts.at(0), hex("000000054321"));
             case Script::UpdateRecord:
                 return bank::update_record(card.holder_file, card.holder_record,
-                                             holder_record_renamed());
+                                           holder_record_renamed());
             case Script::PinChange:
                 return bank::pin_change("97531");
             case Script::PinChangeUnderCurrent:

@@ -32,7 +32,8 @@ class PurchaseTest : public testing::Test {
 
     // A purchase up to what goes online.
     bank::OnlineRequest request_authorisation(const Purchase& purchase = {});
-    // The same with the application blocked, which the library's selection refuses: a host that wants its
+    // The same with the application blocked, which the library's selection refuses: a host that
+    // wants its
     // AAC takes the steps itself.
     bank::OnlineRequest request_of_blocked_application();
     // The bank's answer to it; a wrong cryptogram fails the test.

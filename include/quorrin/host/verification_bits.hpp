@@ -10,56 +10,55 @@
 #include <vector>
 
 /// Rows of the TVR: byte and bit, counted from 1, bit 1 the least significant; name; text.
-#define QUORRIN_TVR_BITS(ROW)                                                                      \
-    ROW(1, 8, OfflineDataAuthenticationNotPerformed,                                               \
-        "Offline data authentication was not performed")                                           \
-    ROW(1, 7, SdaFailed, "Static data authentication failed")                                      \
-    ROW(1, 6, IccDataMissing, "ICC data missing")                                                  \
-    ROW(1, 5, OnExceptionFile, "Card appears on terminal exception file")                          \
-    ROW(1, 4, DdaFailed, "Dynamic data authentication failed")                                     \
-    ROW(1, 3, CdaFailed, "CDA failed")                                                             \
-    ROW(1, 2, SdaSelected, "SDA selected")                                                         \
-    ROW(1, 1, XdaSelected, "XDA selected")                                                         \
-    ROW(2, 8, DifferentVersions, "ICC and terminal have different application versions")           \
-    ROW(2, 7, ExpiredApplication, "Expired application")                                           \
-    ROW(2, 6, ApplicationNotYetEffective, "Application not yet effective")                         \
-    ROW(2, 5, ServiceNotAllowed, "Requested service not allowed for card product")                 \
-    ROW(2, 4, NewCard, "New card")                                                                 \
-    ROW(2, 2, BiometricSuccessful, "Biometric performed and successful")                           \
-    ROW(2, 1, BiometricTemplateNotSupported, "Biometric template format not supported")            \
-    ROW(3, 8, CardholderVerificationNotSuccessful,                                                 \
-        "Cardholder verification was not successful")                                              \
-    ROW(3, 7, UnrecognisedCvm, "Unrecognised CVM")                                                 \
-    ROW(3, 6, PinTryLimitExceeded, "PIN try limit exceeded")                                       \
-    ROW(3, 5, PinPadNotWorking, "PIN entry required and PIN pad not present or not working")       \
-    ROW(3, 4, PinNotEntered, "PIN entry required, PIN pad present, but PIN was not entered")       \
-    ROW(3, 3, OnlinePinEntered, "Online PIN entered")                                              \
-    ROW(3, 2, BiometricDeviceNotWorking,                                                           \
-        "Biometric required and biometric capture device not working")                             \
-    ROW(3, 1, BiometricSubtypeNotEntered,                                                          \
-        "Biometric required, capture device present, but subtype not entered")                     \
-    ROW(4, 8, FloorLimitExceeded, "Transaction exceeds floor limit")                               \
-    ROW(4, 7, LowerConsecutiveOfflineLimitExceeded, "Lower consecutive offline limit exceeded")    \
-    ROW(4, 6, UpperConsecutiveOfflineLimitExceeded, "Upper consecutive offline limit exceeded")    \
-    ROW(4, 5, SelectedRandomly, "Transaction selected randomly for online processing")             \
-    ROW(4, 4, MerchantForcedOnline, "Merchant forced transaction online")                          \
-    ROW(4, 3, BiometricTryLimitExceeded, "Biometric try limit exceeded")                           \
-    ROW(4, 2, BiometricTypeNotSupported, "A selected biometric type not supported")                \
-    ROW(4, 1, XdaSignatureFailed, "XDA signature verification failed")                             \
-    ROW(5, 8, DefaultTdolUsed, "Default TDOL used")                                                \
-    ROW(5, 7, IssuerAuthenticationFailed, "Issuer authentication failed")                          \
-    ROW(5, 6, ScriptFailedBeforeFinalAc, "Script processing failed before final GENERATE AC")      \
-    ROW(5, 5, ScriptFailedAfterFinalAc, "Script processing failed after final GENERATE AC")        \
-    ROW(5, 4, RelayResistanceThresholdExceeded, "Relay resistance threshold exceeded")             \
+#define QUORRIN_TVR_BITS(ROW)                                                                    \
+    ROW(1, 8, OfflineDataAuthenticationNotPerformed,                                             \
+        "Offline data authentication was not performed")                                         \
+    ROW(1, 7, SdaFailed, "Static data authentication failed")                                    \
+    ROW(1, 6, IccDataMissing, "ICC data missing")                                                \
+    ROW(1, 5, OnExceptionFile, "Card appears on terminal exception file")                        \
+    ROW(1, 4, DdaFailed, "Dynamic data authentication failed")                                   \
+    ROW(1, 3, CdaFailed, "CDA failed")                                                           \
+    ROW(1, 2, SdaSelected, "SDA selected")                                                       \
+    ROW(1, 1, XdaSelected, "XDA selected")                                                       \
+    ROW(2, 8, DifferentVersions, "ICC and terminal have different application versions")         \
+    ROW(2, 7, ExpiredApplication, "Expired application")                                         \
+    ROW(2, 6, ApplicationNotYetEffective, "Application not yet effective")                       \
+    ROW(2, 5, ServiceNotAllowed, "Requested service not allowed for card product")               \
+    ROW(2, 4, NewCard, "New card")                                                               \
+    ROW(2, 2, BiometricSuccessful, "Biometric performed and successful")                         \
+    ROW(2, 1, BiometricTemplateNotSupported, "Biometric template format not supported")          \
+    ROW(3, 8, CardholderVerificationNotSuccessful, "Cardholder verification was not successful") \
+    ROW(3, 7, UnrecognisedCvm, "Unrecognised CVM")                                               \
+    ROW(3, 6, PinTryLimitExceeded, "PIN try limit exceeded")                                     \
+    ROW(3, 5, PinPadNotWorking, "PIN entry required and PIN pad not present or not working")     \
+    ROW(3, 4, PinNotEntered, "PIN entry required, PIN pad present, but PIN was not entered")     \
+    ROW(3, 3, OnlinePinEntered, "Online PIN entered")                                            \
+    ROW(3, 2, BiometricDeviceNotWorking,                                                         \
+        "Biometric required and biometric capture device not working")                           \
+    ROW(3, 1, BiometricSubtypeNotEntered,                                                        \
+        "Biometric required, capture device present, but subtype not entered")                   \
+    ROW(4, 8, FloorLimitExceeded, "Transaction exceeds floor limit")                             \
+    ROW(4, 7, LowerConsecutiveOfflineLimitExceeded, "Lower consecutive offline limit exceeded")  \
+    ROW(4, 6, UpperConsecutiveOfflineLimitExceeded, "Upper consecutive offline limit exceeded")  \
+    ROW(4, 5, SelectedRandomly, "Transaction selected randomly for online processing")           \
+    ROW(4, 4, MerchantForcedOnline, "Merchant forced transaction online")                        \
+    ROW(4, 3, BiometricTryLimitExceeded, "Biometric try limit exceeded")                         \
+    ROW(4, 2, BiometricTypeNotSupported, "A selected biometric type not supported")              \
+    ROW(4, 1, XdaSignatureFailed, "XDA signature verification failed")                           \
+    ROW(5, 8, DefaultTdolUsed, "Default TDOL used")                                              \
+    ROW(5, 7, IssuerAuthenticationFailed, "Issuer authentication failed")                        \
+    ROW(5, 6, ScriptFailedBeforeFinalAc, "Script processing failed before final GENERATE AC")    \
+    ROW(5, 5, ScriptFailedAfterFinalAc, "Script processing failed after final GENERATE AC")      \
+    ROW(5, 4, RelayResistanceThresholdExceeded, "Relay resistance threshold exceeded")           \
     ROW(5, 3, RelayResistanceTimeLimitsExceeded, "Relay resistance time limits exceeded")
 
 /// Rows of the TSI.
-#define QUORRIN_TSI_BITS(ROW)                                                                      \
-    ROW(1, 8, OfflineDataAuthenticationPerformed, "Offline data authentication was performed")     \
-    ROW(1, 7, CardholderVerificationPerformed, "Cardholder verification was performed")            \
-    ROW(1, 6, CardRiskManagementPerformed, "Card risk management was performed")                   \
-    ROW(1, 5, IssuerAuthenticationPerformed, "Issuer authentication was performed")                \
-    ROW(1, 4, TerminalRiskManagementPerformed, "Terminal risk management was performed")           \
+#define QUORRIN_TSI_BITS(ROW)                                                                  \
+    ROW(1, 8, OfflineDataAuthenticationPerformed, "Offline data authentication was performed") \
+    ROW(1, 7, CardholderVerificationPerformed, "Cardholder verification was performed")        \
+    ROW(1, 6, CardRiskManagementPerformed, "Card risk management was performed")               \
+    ROW(1, 5, IssuerAuthenticationPerformed, "Issuer authentication was performed")            \
+    ROW(1, 4, TerminalRiskManagementPerformed, "Terminal risk management was performed")       \
     ROW(1, 3, ScriptProcessingPerformed, "Script processing was performed")
 
 namespace quorrin::host {
@@ -104,7 +103,9 @@ class VerificationBits {
     /// Whether a bit is set.
     bool has(Bit bit) const { return (bytes_[index(bit)] & mask(bit)) != 0; }
     /// Sets a bit.
-    void set(Bit bit) { bytes_[index(bit)] = static_cast<std::uint8_t>(bytes_[index(bit)] | mask(bit)); }
+    void set(Bit bit) {
+        bytes_[index(bit)] = static_cast<std::uint8_t>(bytes_[index(bit)] | mask(bit));
+    }
     /// Whether no bit is set.
     bool none() const { return bytes_ == std::array<std::uint8_t, Size>{}; }
     /// The element's bytes.

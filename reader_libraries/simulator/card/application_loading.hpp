@@ -1,8 +1,8 @@
 // One application of a profile.
 #pragma once
 
-#include "reader_libraries/simulator/card/card_profile.hpp"
 #include "reader_libraries/configuration/configuration.hpp"
+#include "reader_libraries/simulator/card/card_profile.hpp"
 
 namespace quorrin::simulator {
 

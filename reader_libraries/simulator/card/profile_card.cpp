@@ -84,7 +84,8 @@ class ProfileCard final : public CardDevice {
     }
 
     // ISO/IEC 7816-4 section 5.1: without Le no data come. An Le of less than there is gets 6Cxx where
-    // the command can come again (those without data, which change nothing), else as much as it asks for.
+    // the command can come again (those without data, which change nothing), else as much as it
+    // asks for.
     static CardAnswer framed(const CardCommand& command, CardAnswer answer) {
         if (answer.data.size() <= command.expected) {
             return answer;

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <memory>
 
-#include "reader_libraries/simulator/card_device.hpp"
 #include "reader_libraries/configuration/configuration.hpp"
+#include "reader_libraries/simulator/card_device.hpp"
 
 namespace quorrin::simulator {
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "reader_libraries/simulator/card/element_notation.hpp"
 #include "reader_libraries/configuration/configuration.hpp"
+#include "reader_libraries/simulator/card/element_notation.hpp"
 
 namespace quorrin::simulator {
 

@@ -5,7 +5,8 @@
 
 namespace quorrin::simulator {
 
-// The transaction as the terminal described it, as record 1. The oldest record makes room. A declined one
+// The transaction as the terminal described it, as record 1. The oldest record makes room. A
+// declined one
 // is logged where the profile says so.
 void log_transaction(ApplicationSession& session, bool declined);
 

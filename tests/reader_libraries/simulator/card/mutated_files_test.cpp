@@ -42,7 +42,8 @@ std::string mutated(std::string text, std::mt19937& random) {
         // Half of the changes at a line's start, where tables and keys begin.
         const std::size_t line = text.rfind('\n', at) + 1;
         const std::size_t place = below(2) == 0 && line < text.size() ? line : at;
-        const char byte = below(3) == 0 ? static_cast<char>(below(256)) : structure[below(structure.size())];
+        const char byte =
+            below(3) == 0 ? static_cast<char>(below(256)) : structure[below(structure.size())];
         switch (below(6)) {
             case 0:
                 text[place] = byte;
@@ -83,8 +84,7 @@ TEST(MutatedFiles, MakeACardOrOneLine) {
     std::mt19937 random(20261121);
     int refused = 0;
     for (int i = 0; i < mutations(); ++i) {
-        const std::string text =
-            mutated(texts[static_cast<std::size_t>(i) % texts.size()], random);
+        const std::string text = mutated(texts[static_cast<std::size_t>(i) % texts.size()], random);
         try {
             const auto card = card_of(text);
             card->power_on();
