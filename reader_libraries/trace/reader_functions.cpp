@@ -38,11 +38,10 @@ std::int64_t nanoseconds(clockid_t clock) {
     return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-// Makes the call, then fills in what it left and records it. (A forced unwinding is caught by a reference
-// that GCC binds to nothing, which its own sanitizer takes amiss.)
+// Makes the call, then fills in what it left and records it.
 template <typename Function, typename FillIn, typename... Arguments>
-[[gnu::no_sanitize("null")]] std::int64_t pass_on(Call call, Function ReaderFunctions::*function,
-                                                  FillIn&& fill_in, Arguments... arguments) {
+std::int64_t pass_on(Call call, Function ReaderFunctions::*function, FillIn&& fill_in,
+                     Arguments... arguments) {
     Function next = nullptr;
     try {
         const Unnoticed unnoticed;
@@ -56,9 +55,10 @@ template <typename Function, typename FillIn, typename... Arguments>
     try {
         call.result =
             next == nullptr ? std::int64_t{QUORRIN_NO_READER_LIBRARY} : next(arguments...);
-    } catch (const abi::__forced_unwind&) {
-        throw;  // the host ends this thread (pthread_cancel): no exception, and not to be stopped
     } catch (...) {
+        if (abi::__cxa_current_exception_type() == nullptr) {
+            throw;  // the host ends this thread (pthread_cancel): no exception, and not to be stopped
+        }
         call.result = std::int64_t{QUORRIN_NO_READER_LIBRARY};
     }
     call.duration = nanoseconds(CLOCK_MONOTONIC) - start;
