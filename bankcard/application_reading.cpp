@@ -8,16 +8,16 @@ std::int64_t read_application(std::int64_t handle, const char* aid_hex, const ch
                               const QuorrinKeyRow* table, ReadingWatch watch) {
     const auto take = [&](ReadingStep step) {
         switch (step) {
-            case ReadingStep::selection:
+            case ReadingStep::Selection:
                 return emvSelectAid(handle, aid_hex);
-            case ReadingStep::options:
+            case ReadingStep::Options:
                 return emvGPO(handle, terminal_data, table);
             default:
                 return emvReadICCard(handle);
         }
     };
     for (const ReadingStep step :
-         {ReadingStep::selection, ReadingStep::options, ReadingStep::records}) {
+         {ReadingStep::Selection, ReadingStep::Options, ReadingStep::Records}) {
         if (watch != nullptr) {
             watch(step, false);
         }

@@ -8,7 +8,7 @@
 
 namespace quorrin {
 
-enum class ReadingStep { selection, options, records };
+enum class ReadingStep { Selection, Options, Records };
 
 // Told of each step before it is taken, and again when it has failed.
 using ReadingWatch = void (*)(ReadingStep step, bool failed);

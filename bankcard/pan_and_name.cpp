@@ -13,12 +13,7 @@ namespace quorrin {
 namespace {
 
 // Steps that the trace on standard output names.
-enum class TracePoint {
-    select = 1596,
-    select_failed = 1601,
-    options = 1605,
-    options_failed = 1609
-};
+enum class TracePoint { Select = 1596, SelectFailed = 1601, Options = 1605, OptionsFailed = 1609 };
 
 void print(TracePoint point) {
     std::printf("%s %d\n", "getIcAPNName", static_cast<int>(point));
@@ -26,13 +21,13 @@ void print(TracePoint point) {
 
 void trace(ReadingStep step, bool failed) {
     switch (step) {
-        case ReadingStep::selection:
-            print(failed ? TracePoint::select_failed : TracePoint::select);
+        case ReadingStep::Selection:
+            print(failed ? TracePoint::SelectFailed : TracePoint::Select);
             break;
-        case ReadingStep::options:
-            print(failed ? TracePoint::options_failed : TracePoint::options);
+        case ReadingStep::Options:
+            print(failed ? TracePoint::OptionsFailed : TracePoint::Options);
             break;
-        case ReadingStep::records:
+        case ReadingStep::Records:
             break;
     }
 }

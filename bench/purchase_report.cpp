@@ -97,17 +97,17 @@ Cost cost_of_step(std::size_t index) {
 
 void drop(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& /*text*/) {}
 
-enum class Logging { off_by_rule, null_handler, as_shipped };
+enum class Logging { OffByRule, NullHandler, AsShipped };
 
 void set_logging(Logging logging) {
-    const bool off = logging == Logging::off_by_rule;
+    const bool off = logging == Logging::OffByRule;
     QLoggingCategory::setFilterRules(off ? "default.debug=false" : "");
-    qInstallMessageHandler(logging == Logging::null_handler ? drop : nullptr);
+    qInstallMessageHandler(logging == Logging::NullHandler ? drop : nullptr);
 }
 
 void report_costs() {
-    constexpr std::array<Logging, 3> ways = {Logging::off_by_rule, Logging::null_handler,
-                                             Logging::as_shipped};
+    constexpr std::array<Logging, 3> ways = {Logging::OffByRule, Logging::NullHandler,
+                                             Logging::AsShipped};
     std::printf("%-16s %9s %6s %8s %21s %21s %21s\n", "", "exchanges", "sent", "received",
                 "logging off by rule", "null handler", "as shipped");
     const auto print = [&](const char* name, auto cost_of) {
@@ -145,7 +145,7 @@ void report_wire_times() {
         {"contactless, 212 kbit/s", carrier / 64, 9}, {"contactless, 424 kbit/s", carrier / 32, 9},
         {"contactless, 848 kbit/s", carrier / 16, 9},
     };
-    set_logging(Logging::off_by_rule);
+    set_logging(Logging::OffByRule);
     const Cost cost = cost_of_whole();
     const auto bytes = static_cast<double>(cost.traffic.sent + cost.traffic.received);
     std::printf("\n%-24s %12s %16s\n", "", "on the wire", "library's share");

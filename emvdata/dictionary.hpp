@@ -19,7 +19,7 @@ using Bytes = tlv::Bytes;
 enum class Format : std::uint8_t { n = 1, cn = 2, an = 3, ans = 4, b = 5, a = 6 };
 
 // The two tables, by the numbers that lookups report.
-enum class Table : std::uint8_t { none = 0, card = 1, terminal = 2 };
+enum class Table : std::uint8_t { None = 0, Card = 1, Terminal = 2 };
 
 inline constexpr std::size_t card_rows = std::extent_v<decltype(IccDt)>;
 inline constexpr std::size_t terminal_rows = std::extent_v<decltype(TermDt)>;
@@ -29,7 +29,7 @@ namespace dictionary {
 // Every element by its name in code, numbered as the rows stand: the card table's, then the
 // terminal table's.
 enum class Number : std::uint8_t {
-    none,
+    None,
 #define ELEMENT(tag, name, ...) name,
 #include "emvdata/card_elements.def"
 #include "emvdata/terminal_elements.def"
@@ -54,7 +54,7 @@ class Element {
     constexpr bool is_card() const { return number_ - 1u < card_rows; }
     constexpr bool is_terminal() const { return number_ > card_rows; }
     constexpr Table table() const {
-        return is_none() ? Table::none : is_card() ? Table::card : Table::terminal;
+        return is_none() ? Table::None : is_card() ? Table::Card : Table::Terminal;
     }
     // The row's index in its own table; 0 for none.
     constexpr std::uint16_t index() const {

@@ -51,7 +51,7 @@ std::uint8_t emvFindDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
                                 std::uint16_t* rowOut) {
     const Bytes wanted = host_bytes(tag, tagLen);
     if (wanted.empty() || wanted.size() > 2) {
-        return static_cast<std::uint8_t>(Table::none);
+        return static_cast<std::uint8_t>(Table::None);
     }
     const Place place = places[find_element(wanted).number()];
     if (rowOut != nullptr) {

@@ -23,7 +23,7 @@ Call call_of(const trace::Entry& entry) {
 
 // ISO 7816-3, 10.3.1: what a T=0 host has to send to get the rest of an answer.
 bool continues(const Call& before, const trace::Entry& entry) {
-    if (!before.is_exchange() || entry.action != trace::Action::exchange ||
+    if (!before.is_exchange() || entry.action != trace::Action::Exchange ||
         before.entry->slot_code != entry.slot_code || entry.command.size() < 4) {
         return false;
     }

@@ -24,7 +24,7 @@ struct Call {
     unsigned wrong_le = 0;   // 6Cxx answers on the way
     unsigned announced = 0;  // 61xx answers on the way
 
-    bool is_exchange() const { return entry->action == trace::Action::exchange; }
+    bool is_exchange() const { return entry->action == trace::Action::Exchange; }
     bool has_status() const { return answer.size() >= 2; }
     unsigned status() const;          // 0 without one
     trace::MaskedBytes data() const;  // without the status word

@@ -34,9 +34,9 @@ trace::Trace masked(trace::Trace trace) {
         if (card == nullptr) {
             card = std::make_unique<trace::CardMasking>();
         }
-        if (entry.action == trace::Action::power_on) {
+        if (entry.action == trace::Action::PowerOn) {
             card->power_on();
-        } else if (entry.action == trace::Action::exchange) {
+        } else if (entry.action == trace::Action::Exchange) {
             card->exchange(entry.command.bytes, entry.answer.bytes, secrets[reader], command_mask,
                            answer_mask);
             hide(entry.command, command_mask);

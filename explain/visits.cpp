@@ -93,15 +93,15 @@ StepKind kind_of_exchange(const Visit& visit, const Call& call) {
 
 StepKind kind_of(const Visit& visit, const Call& call) {
     switch (call.entry->action) {
-        case trace::Action::open:
-        case trace::Action::close:
-        case trace::Action::serial:
+        case trace::Action::Open:
+        case trace::Action::Close:
+        case trace::Action::Serial:
             return StepKind::Connection;
-        case trace::Action::power_on:
+        case trace::Action::PowerOn:
             return StepKind::PowerOn;
-        case trace::Action::power_off:
+        case trace::Action::PowerOff:
             return StepKind::PowerOff;
-        case trace::Action::exchange:
+        case trace::Action::Exchange:
             break;
     }
     return kind_of_exchange(visit, call);
@@ -112,10 +112,10 @@ StepKind kind_of(const Visit& visit, const Call& call) {
 bool begins_anew(const Visit& visit, const Call& call) {
     const bool has_exchanged = std::ranges::any_of(
         visit.calls, [](const ToldCall& told) { return told.call.is_exchange(); });
-    if (call.entry->action == trace::Action::open) {
+    if (call.entry->action == trace::Action::Open) {
         return visit.has(StepKind::PowerOn) || has_exchanged;
     }
-    if (call.entry->action == trace::Action::power_on) {
+    if (call.entry->action == trace::Action::PowerOn) {
         return has_exchanged || visit.has(StepKind::PowerOff);
     }
     if (!call.is_exchange() || call.header(1) != select || call.header(2) != 0x04) {
@@ -263,17 +263,17 @@ std::string instruction_name(const Call& call) {
 std::string name_of_call(const Visit& visit, const ToldCall& told) {
     const Call& call = told.call;
     switch (call.entry->action) {
-        case trace::Action::open:
+        case trace::Action::Open:
             return "Open the reader";
-        case trace::Action::close:
+        case trace::Action::Close:
             return "Close the reader";
-        case trace::Action::serial:
+        case trace::Action::Serial:
             return "Read the reader's serial number";
-        case trace::Action::power_on:
+        case trace::Action::PowerOn:
             return "Power on";
-        case trace::Action::power_off:
+        case trace::Action::PowerOff:
             return "Power off";
-        case trace::Action::exchange:
+        case trace::Action::Exchange:
             break;
     }
     if (call.command.size() < 4) {

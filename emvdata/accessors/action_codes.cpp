@@ -16,12 +16,12 @@ static_assert(sizeof gl_TAC_Denial == action_code_size &&
               sizeof gl_TAC_Default == action_code_size);
 
 enum Selector : std::uint8_t {
-    issuer_denial = 11,
-    issuer_online = 12,
-    issuer_default = 13,
-    terminal_denial = 21,
-    terminal_online = 22,
-    terminal_default = 23,
+    IssuerDenial = 11,
+    IssuerOnline = 12,
+    IssuerDefault = 13,
+    TerminalDenial = 21,
+    TerminalOnline = 22,
+    TerminalDefault = 23,
 };
 
 // A code and, for the terminal's, the flag that the host has set it.
@@ -32,12 +32,12 @@ struct ActionCode {
 };
 
 constexpr ActionCode action_codes[] = {
-    {issuer_denial, gl_IAC_Denial, nullptr},
-    {issuer_online, gl_IAC_Online, nullptr},
-    {issuer_default, gl_IAC_Default, nullptr},
-    {terminal_denial, gl_TAC_Denial, &gl_FgTAC_Denial},
-    {terminal_online, gl_TAC_Online, &gl_FgTAC_Online},
-    {terminal_default, gl_TAC_Default, &gl_FgTAC_Default},
+    {IssuerDenial, gl_IAC_Denial, nullptr},
+    {IssuerOnline, gl_IAC_Online, nullptr},
+    {IssuerDefault, gl_IAC_Default, nullptr},
+    {TerminalDenial, gl_TAC_Denial, &gl_FgTAC_Denial},
+    {TerminalOnline, gl_TAC_Online, &gl_FgTAC_Online},
+    {TerminalDefault, gl_TAC_Default, &gl_FgTAC_Default},
 };
 
 const ActionCode* find_action_code(std::uint8_t selector) {
@@ -77,26 +77,26 @@ std::int32_t emvSetTermActionCode(const std::uint8_t* code, std::uint8_t selecto
 
 std::int32_t emvInActionCode(std::uint8_t selector) {
     switch (selector) {
-        case issuer_denial:
+        case IssuerDenial:
             return presence(element::issuer_action_code_denial);
-        case issuer_online:
+        case IssuerOnline:
             return presence(element::issuer_action_code_online);
-        case issuer_default:
+        case IssuerDefault:
             return presence(element::issuer_action_code_default);
         // Deliberate: a terminal code that the host has set falls through to the next one, and a
         // default code that it has set ends as a bad selector. Hosts take 0 as "not set" and
         // everything else as "set", so the terminal codes are only ever asked for as a whole.
-        case terminal_denial:
+        case TerminalDenial:
             if (gl_FgTAC_Denial == 0) {
                 return result::absent;
             }
             [[fallthrough]];
-        case terminal_online:
+        case TerminalOnline:
             if (gl_FgTAC_Online == 0) {
                 return result::absent;
             }
             [[fallthrough]];
-        case terminal_default:
+        case TerminalDefault:
             return gl_FgTAC_Default == 0 ? result::absent : result::bad_selector;
         default:
             return result::bad_selector;

@@ -80,7 +80,7 @@ std::int64_t PcscReader::power_on(std::int64_t handle, int code,
 LONG PcscReader::power_on(Slot& slot, std::span<std::uint8_t, CardConnection::atr_room> atr,
                           std::size_t& length) {
     if (slot.reader.empty()) {
-        return slot.choice == SlotChoice::not_found ? SCARD_E_UNKNOWN_READER : SCARD_E_NO_SMARTCARD;
+        return slot.choice == SlotChoice::NotFound ? SCARD_E_UNKNOWN_READER : SCARD_E_NO_SMARTCARD;
     }
     // Two slots can share a reader; its card is in the one that was powered last.
     for (Slot& other : slots_) {
@@ -116,7 +116,7 @@ std::int64_t PcscReader::exchange(std::int64_t handle, int code,
         return slot->card.exchange(command, response);
     }
     if (slot->reader.empty()) {
-        return slot->choice == SlotChoice::not_found ? QUORRIN_CONNECTION_ERROR : QUORRIN_NO_CARD;
+        return slot->choice == SlotChoice::NotFound ? QUORRIN_CONNECTION_ERROR : QUORRIN_NO_CARD;
     }
     const LONG presence = with_recovery([&] { return slot->card.presence(slot->reader); });
     if (presence == SCARD_S_SUCCESS) {

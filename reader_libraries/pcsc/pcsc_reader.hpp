@@ -37,7 +37,7 @@ class PcscReader {
     struct Slot {
         CardConnection card;
         std::string reader = {};  // empty: none
-        SlotChoice choice = SlotChoice::no_reader;
+        SlotChoice choice = SlotChoice::NoReader;
     };
 
     std::int64_t find_slot(std::int64_t handle, std::optional<std::size_t> index, Slot*& slot);

@@ -88,21 +88,21 @@ class Mapping {
             const auto place = place_in_list(wish);
             if (exact != names_.end()) {
                 give(slot, static_cast<std::size_t>(exact - names_.begin()),
-                     SlotChoice::configured);
+                     SlotChoice::Configured);
             } else if (wish == "none") {
-                map_[slot].choice = SlotChoice::not_wanted;
+                map_[slot].choice = SlotChoice::NotWanted;
             } else if (place && *place < names_.size()) {
-                give(slot, *place, SlotChoice::configured);
+                give(slot, *place, SlotChoice::Configured);
             } else {
-                map_[slot].choice = SlotChoice::not_found;
+                map_[slot].choice = SlotChoice::NotFound;
             }
         }
     }
 
     void take_parts_of_names(const SlotWishes& wishes) {
         for (std::size_t slot = 0; slot < slot_count; ++slot) {
-            if (map_[slot].choice == SlotChoice::not_found && !place_in_list(wishes[slot])) {
-                give_first(slot, SlotChoice::configured,
+            if (map_[slot].choice == SlotChoice::NotFound && !place_in_list(wishes[slot])) {
+                give_first(slot, SlotChoice::Configured,
                            [&](std::string_view name) { return has_part(name, wishes[slot]); });
             }
         }
@@ -111,7 +111,7 @@ class Mapping {
     // The first reader that is left and fits, for a slot that nothing has been said about.
     template <typename Fits>
     void fill(std::size_t slot, SlotChoice choice, Fits&& fits) {
-        if (map_[slot].choice == SlotChoice::no_reader) {
+        if (map_[slot].choice == SlotChoice::NoReader) {
             give_first(slot, choice, fits);
         }
     }
@@ -147,7 +147,7 @@ SlotMap map_slots(std::span<const std::string> names, const SlotWishes& wishes) 
     mapping.take_parts_of_names(wishes);
 
     for (std::size_t slot = first_sam_slot; slot < slot_count; ++slot) {
-        mapping.fill(slot, SlotChoice::by_name, is_sam_reader);
+        mapping.fill(slot, SlotChoice::ByName, is_sam_reader);
     }
     const auto contactless = [](std::string_view name) {
         return is_contactless_reader(name) && !is_sam_reader(name);
@@ -155,27 +155,27 @@ SlotMap map_slots(std::span<const std::string> names, const SlotWishes& wishes) 
     const auto says_nothing = [](std::string_view name) {
         return !is_sam_reader(name) && !is_contactless_reader(name);
     };
-    mapping.fill(contactless_slot, SlotChoice::by_name, contactless);
-    mapping.fill(contact_slot, SlotChoice::first_of_rest, says_nothing);
-    mapping.fill(contactless_slot, SlotChoice::second_of_rest, says_nothing);
+    mapping.fill(contactless_slot, SlotChoice::ByName, contactless);
+    mapping.fill(contact_slot, SlotChoice::FirstOfRest, says_nothing);
+    mapping.fill(contactless_slot, SlotChoice::SecondOfRest, says_nothing);
     return mapping.map();
 }
 
 const char* reason_of(SlotChoice choice) {
     switch (choice) {
-        case SlotChoice::no_reader:
+        case SlotChoice::NoReader:
             return "no reader left";
-        case SlotChoice::not_wanted:
+        case SlotChoice::NotWanted:
             return "configured: none";
-        case SlotChoice::configured:
+        case SlotChoice::Configured:
             return "configured";
-        case SlotChoice::not_found:
+        case SlotChoice::NotFound:
             return "configured, but no such reader is there";
-        case SlotChoice::by_name:
+        case SlotChoice::ByName:
             return "by its name";
-        case SlotChoice::first_of_rest:
+        case SlotChoice::FirstOfRest:
             return "the first reader left";
-        case SlotChoice::second_of_rest:
+        case SlotChoice::SecondOfRest:
             return "another reader left";
     }
     return "";

@@ -16,13 +16,13 @@ namespace quorrin::pcsc {
 using SlotWishes = std::array<std::string, slot_count>;
 
 enum class SlotChoice {
-    no_reader,       // none is left for the slot
-    not_wanted,      // the configuration says "none"
-    configured,      // the configuration names the reader
-    not_found,       // the configuration names a reader that is not there
-    by_name,         // the reader's name says what it is for
-    first_of_rest,   // the first reader whose name says nothing
-    second_of_rest,  // another of these, where no name says "contactless"
+    NoReader,      // none is left for the slot
+    NotWanted,     // the configuration says "none"
+    Configured,    // the configuration names the reader
+    NotFound,      // the configuration names a reader that is not there
+    ByName,        // the reader's name says what it is for
+    FirstOfRest,   // the first reader whose name says nothing
+    SecondOfRest,  // another of these, where no name says "contactless"
 };
 
 // The choice as a person reads it.
@@ -30,7 +30,7 @@ const char* reason_of(SlotChoice choice);
 
 struct SlotReader {
     std::optional<std::size_t> reader = std::nullopt;  // place in the list of names
-    SlotChoice choice = SlotChoice::no_reader;
+    SlotChoice choice = SlotChoice::NoReader;
 
     bool operator==(const SlotReader&) const = default;
 };

@@ -24,7 +24,7 @@ bool FaultInjection::card_present() const {
 }
 
 Bytes FaultInjection::power_on() {
-    const Fault* fault = strike(FaultTrigger::Event::power_on, {});
+    const Fault* fault = strike(FaultTrigger::Event::PowerOn, {});
     if (fault == nullptr) {
         return card_.power_on();
     }
@@ -45,7 +45,7 @@ void FaultInjection::power_off() {
 
 Bytes FaultInjection::transmit(std::span<const std::uint8_t> command) {
     ++exchanges_;
-    const Fault* fault = strike(FaultTrigger::Event::exchange, command);
+    const Fault* fault = strike(FaultTrigger::Event::Exchange, command);
     if (fault == nullptr) {
         return card_.transmit(command);
     }
@@ -69,9 +69,9 @@ const Fault* FaultInjection::strike(FaultTrigger::Event event,
     const Fault* first = nullptr;
     for (std::size_t i = 0; i < faults_.list.size(); ++i) {
         const FaultTrigger& trigger = faults_.list[i].trigger;
-        const bool powering = event == FaultTrigger::Event::power_on;
-        if (powering != (trigger.event == FaultTrigger::Event::power_on) ||
-            (trigger.event == FaultTrigger::Event::command && !trigger.pattern.matches(command))) {
+        const bool powering = event == FaultTrigger::Event::PowerOn;
+        if (powering != (trigger.event == FaultTrigger::Event::PowerOn) ||
+            (trigger.event == FaultTrigger::Event::Command && !trigger.pattern.matches(command))) {
             continue;
         }
         const std::uint64_t number = ++seen_[i];

@@ -22,9 +22,9 @@ struct CommandPattern {
 
 // When a fault strikes. Occurrences count from 1, from the moment the reader is opened.
 struct FaultTrigger {
-    enum class Event { power_on, exchange, command };
-    Event event = Event::exchange;
-    CommandPattern pattern;  // of Event::command
+    enum class Event { PowerOn, Exchange, Command };
+    Event event = Event::Exchange;
+    CommandPattern pattern;  // of Event::Command
     std::uint64_t occurrence = 1;
     bool always = false;  // from that occurrence on, not at it alone
 };

@@ -164,7 +164,7 @@ FaultTrigger read_trigger(const Section& section) {
     FaultTrigger trigger;
     trigger.always = section.optional_boolean("always").value_or(false);
     if (key == "command") {
-        trigger.event = FaultTrigger::Event::command;
+        trigger.event = FaultTrigger::Event::Command;
         trigger.pattern = read_pattern(section);
         if (section.has("occurrence")) {
             trigger.occurrence = count(section, "occurrence");
@@ -173,7 +173,7 @@ FaultTrigger read_trigger(const Section& section) {
     }
     check_company(section, "without command", {"occurrence"});
     trigger.event =
-        key == "exchange" ? FaultTrigger::Event::exchange : FaultTrigger::Event::power_on;
+        key == "exchange" ? FaultTrigger::Event::Exchange : FaultTrigger::Event::PowerOn;
     trigger.occurrence = count(section, key);
     return trigger;
 }
@@ -237,7 +237,7 @@ bool read_lasting_fault(const Section& section, SlotFaults& faults) {
     }
     if (section.has("mute")) {
         FaultTrigger from_the_start;
-        from_the_start.event = FaultTrigger::Event::power_on;
+        from_the_start.event = FaultTrigger::Event::PowerOn;
         from_the_start.always = true;
         faults.list.push_back({from_the_start, ReaderResult{QUORRIN_CARD_MUTE}, false});
         return true;
@@ -262,7 +262,7 @@ void read_fault(const Section& section, ReaderSetup& setup) {
         return;
     }
     const FaultTrigger trigger = read_trigger(section);
-    slot.faults.list.push_back(trigger.event == FaultTrigger::Event::power_on
+    slot.faults.list.push_back(trigger.event == FaultTrigger::Event::PowerOn
                                    ? read_power_on_fault(section, trigger)
                                    : read_exchange_fault(section, trigger));
 }

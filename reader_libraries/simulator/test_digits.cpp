@@ -105,7 +105,7 @@ void fill(MaskedBytes& bytes, std::string_view expiry) {
 // The answers that GET RESPONSE puts together: from the entry, the one that is no longer of them.
 std::size_t end_of_chain(const std::vector<Entry>& entries, std::size_t first) {
     std::size_t end = first + 1;
-    while (end < entries.size() && entries[end].action == Action::exchange &&
+    while (end < entries.size() && entries[end].action == Action::Exchange &&
            entries[end].command.size() == 5 && entries[end].command.bytes[1] == 0xC0 &&
            (entries[end - 1].status().value_or(0) >> 8) == 0x61) {
         ++end;
@@ -121,7 +121,7 @@ std::size_t data_size(const Entry& entry) {
 template <typename Work>
 void for_each_chain(std::vector<Entry>& entries, Work&& work) {
     for (std::size_t first = 0; first < entries.size();) {
-        if (entries[first].action != Action::exchange) {
+        if (entries[first].action != Action::Exchange) {
             ++first;
             continue;
         }

@@ -58,9 +58,9 @@ class TraceCard final : public CardDevice {
     }
 
     Bytes power_on() override {
-        if (!is_next(Action::power_on)) {
+        if (!is_next(Action::PowerOn)) {
             depart("the card was powered on");
-            if (!go_to([](const Entry& entry) { return entry.action == Action::power_on; })) {
+            if (!go_to([](const Entry& entry) { return entry.action == Action::PowerOn; })) {
                 return smallest_atr;
             }
         }
@@ -73,18 +73,18 @@ class TraceCard final : public CardDevice {
 
     // Hosts may close the reader without it, and be recorded so.
     void power_off() override {
-        if (is_next(Action::power_off)) {
+        if (is_next(Action::PowerOff)) {
             ++next_;
-        } else if (is_next(Action::exchange)) {
+        } else if (is_next(Action::Exchange)) {
             depart("the card was powered down");
-            go_to([](const Entry& entry) { return entry.action == Action::power_off; });
-            next_ += is_next(Action::power_off) ? 1 : 0;
+            go_to([](const Entry& entry) { return entry.action == Action::PowerOff; });
+            next_ += is_next(Action::PowerOff) ? 1 : 0;
         }
     }
 
     Bytes transmit(std::span<const std::uint8_t> command) override {
         const auto is_it = [command](const Entry& entry) {
-            return entry.action == Action::exchange && is_recorded(command, entry.command);
+            return entry.action == Action::Exchange && is_recorded(command, entry.command);
         };
         if (next_ == entries_.size() || !is_it(entries_[next_])) {
             depart("the host sent " + shown(command) + first_difference(command));
@@ -120,7 +120,7 @@ class TraceCard final : public CardDevice {
     }
 
     std::string first_difference(std::span<const std::uint8_t> command) const {
-        if (!is_next(Action::exchange)) {
+        if (!is_next(Action::Exchange)) {
             return {};
         }
         const trace::MaskedBytes& recorded = entries_[next_].command;
@@ -140,9 +140,9 @@ class TraceCard final : public CardDevice {
         const Entry& entry = entries_[next_];
         const std::string line = "at line " + std::to_string(entry.line) + ": recorded was ";
         switch (entry.action) {
-            case Action::power_on:
+            case Action::PowerOn:
                 return line + "power-on";
-            case Action::power_off:
+            case Action::PowerOff:
                 return line + "power-off";
             default:
                 return line + shown(entry.command.bytes);
@@ -170,13 +170,13 @@ class TraceCard final : public CardDevice {
 
 // Calls that the simulated reader answers itself never come to a card.
 bool reaches_card(const Entry& entry, std::size_t slot) {
-    const bool is_of_cards = entry.action == Action::power_on ||
-                             entry.action == Action::power_off || entry.action == Action::exchange;
+    const bool is_of_cards = entry.action == Action::PowerOn || entry.action == Action::PowerOff ||
+                             entry.action == Action::Exchange;
     if (!is_of_cards || !entry.slot_code ||
         trace::find_slot_row(entry.action, *entry.slot_code) != slot) {
         return false;
     }
-    return entry.action != Action::exchange || entry.command.size() >= 4;
+    return entry.action != Action::Exchange || entry.command.size() >= 4;
 }
 
 }  // namespace
@@ -187,7 +187,7 @@ std::unique_ptr<CardDevice> load_trace_card(const std::filesystem::path& file, s
         if (problem.line == 0) {
             throw ConfigurationMissing(file, 0, "", problem.reason);
         }
-        if (problem.kind != trace::Problem::Kind::truncated) {  // the host died there
+        if (problem.kind != trace::Problem::Kind::Truncated) {  // the host died there
             throw ConfigurationError(file, problem.line, "", problem.reason);
         }
     }

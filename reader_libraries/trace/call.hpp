@@ -8,7 +8,7 @@
 
 namespace quorrin::trace {
 
-enum class Action : std::uint8_t { open, close, power_on, power_off, exchange, serial };
+enum class Action : std::uint8_t { Open, Close, PowerOn, PowerOff, Exchange, Serial };
 
 // What hosts and reader libraries agree on (quorrin/reader_library.h).
 inline constexpr std::size_t name_room = 32;
@@ -19,7 +19,7 @@ inline constexpr std::size_t longest_command = 261;
 inline constexpr std::size_t status_word_size = 2;
 
 struct Call {
-    Action action = Action::open;
+    Action action = Action::Open;
     std::int64_t began = 0;     // microseconds since 1970, UTC
     std::int64_t duration = 0;  // nanoseconds
     std::int64_t handle = 0;    // not of open and close

@@ -26,7 +26,7 @@ inline constexpr std::array action_rows = {
     ActionRow{"exchange", "ICC_Reader_Application"},
     ActionRow{"serial", "ICC_Reader_GetSerial"},
 };
-static_assert(action_rows[static_cast<std::size_t>(Action::serial)].action == "serial");
+static_assert(action_rows[static_cast<std::size_t>(Action::Serial)].action == "serial");
 
 constexpr const ActionRow& row_of(Action action) {
     return action_rows[static_cast<std::size_t>(action)];
@@ -75,16 +75,16 @@ constexpr std::string_view result_name(Action action, std::int64_t result) {
         return "other";
     }
     switch (action) {
-        case Action::open:
+        case Action::Open:
             return result > 0 ? "ok" : "no_answer";
-        case Action::close:
+        case Action::Close:
             return "ok";  // 0 or positive
-        case Action::power_on:
+        case Action::PowerOn:
             return length(1, atr_room);
-        case Action::exchange:
+        case Action::Exchange:
             return length(static_cast<std::int64_t>(status_word_size), response_room);
-        case Action::power_off:
-        case Action::serial:
+        case Action::PowerOff:
+        case Action::Serial:
             break;
     }
     return result == 0 ? "ok" : "other";
@@ -94,7 +94,7 @@ constexpr std::string_view result_name(Action action, std::int64_t result) {
 constexpr std::optional<std::size_t> find_slot_row(Action action, int code) {
     using simulator::SlotRow;
     return simulator::find_slot(
-        action == Action::power_off ? &SlotRow::power_off_code : &SlotRow::code, code);
+        action == Action::PowerOff ? &SlotRow::power_off_code : &SlotRow::code, code);
 }
 
 }  // namespace quorrin::trace

@@ -65,7 +65,7 @@ bool is_success(const Call& call) {
     if (result_name(call.action, call.result) != "ok") {
         return false;
     }
-    if (call.action != Action::exchange || call.answer.size() < status_word_size) {
+    if (call.action != Action::Exchange || call.answer.size() < status_word_size) {
         return true;
     }
     const std::uint8_t sw1 = call.answer[call.answer.size() - 2];
@@ -214,36 +214,36 @@ std::string_view LineWriter::line(const Call& call, const Origin& origin, std::u
     text(field::session, origin.session.substr(0, longest_identifier));
     number(field::process, origin.process);
     plain_text(field::function, row.function);
-    if (call.action != Action::open && call.action != Action::close) {
+    if (call.action != Action::Open && call.action != Action::Close) {
         number(field::handle, call.handle);
     }
     number(field::result, call.result);
     plain_text(field::result_name, result_name(call.action, call.result));
     switch (call.action) {
-        case Action::open:
+        case Action::Open:
             if (!call.text.empty()) {
                 text(field::reader_name, call.text.substr(0, name_room));
             }
             break;
-        case Action::serial:
+        case Action::Serial:
             if (!call.text.empty()) {
                 text(field::reader_serial, call.text.substr(0, serial_room));
             }
             break;
-        case Action::power_on:
+        case Action::PowerOn:
             slot(call);
             if (!call.answer.empty()) {
                 hex(field::atr, call.answer, nullptr);
             }
             break;
-        case Action::power_off:
+        case Action::PowerOff:
             slot(call);
             break;
-        case Action::exchange:
+        case Action::Exchange:
             slot(call);
             exchange(call, shown);
             break;
-        case Action::close:
+        case Action::Close:
             break;
     }
     raw("}\n");

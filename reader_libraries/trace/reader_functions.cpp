@@ -87,7 +87,7 @@ const auto nothing_more = [](Call&) {};
 
 int64_t ICC_Reader_Open(char* name) {
     return pass_on(
-        Call{.action = Action::open}, &ReaderFunctions::open,
+        Call{.action = Action::Open}, &ReaderFunctions::open,
         [name](Call& call) {
             if (call.result > 0) {
                 call.text = text_in(name, name_room);
@@ -97,25 +97,24 @@ int64_t ICC_Reader_Open(char* name) {
 }
 
 int64_t ICC_Reader_Close(void) {
-    return pass_on(Call{.action = Action::close}, &ReaderFunctions::close, nothing_more);
+    return pass_on(Call{.action = Action::Close}, &ReaderFunctions::close, nothing_more);
 }
 
 int64_t ICC_Reader_PowerOn(int64_t handle, int slot, uint8_t* atr) {
     return pass_on(
-        Call{.action = Action::power_on, .handle = handle, .slot = slot},
-        &ReaderFunctions::power_on,
+        Call{.action = Action::PowerOn, .handle = handle, .slot = slot}, &ReaderFunctions::power_on,
         [atr](Call& call) { call.answer = filled(atr, call.result, 1, atr_room); }, handle, slot,
         atr);
 }
 
 int64_t ICC_Reader_PowerOff(int64_t handle, int slot) {
-    return pass_on(Call{.action = Action::power_off, .handle = handle, .slot = slot},
+    return pass_on(Call{.action = Action::PowerOff, .handle = handle, .slot = slot},
                    &ReaderFunctions::power_off, nothing_more, handle, slot);
 }
 
 int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t* command,
                                uint8_t* response) {
-    Call call{.action = Action::exchange, .handle = handle, .slot = slot, .command_length = length};
+    Call call{.action = Action::Exchange, .handle = handle, .slot = slot, .command_length = length};
     // As it was sent: the reader library may write into it, and a host may pass one buffer for both.
     std::array<std::uint8_t, longest_command> sent;
     if (command != nullptr && length > 0 && length <= std::int64_t{sent.size()}) {
@@ -132,7 +131,7 @@ int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t
 
 int64_t ICC_Reader_GetSerial(int64_t handle, char* serial) {
     return pass_on(
-        Call{.action = Action::serial, .handle = handle}, &ReaderFunctions::serial,
+        Call{.action = Action::Serial, .handle = handle}, &ReaderFunctions::serial,
         [serial](Call& call) {
             if (call.result == 0) {
                 call.text = text_in(serial, serial_room);

@@ -56,7 +56,7 @@ void Recorder::record(const Call& call) noexcept {
     const Unnoticed unnoticed;
     try {
         const std::scoped_lock lock(mutex_);
-        if (call.action == Action::open) {
+        if (call.action == Action::Open) {
             if (sequence_ != 0) {
                 start_session();
             }
@@ -64,9 +64,9 @@ void Recorder::record(const Call& call) noexcept {
         }
         Shown shown;
         shown.masked = !settings_.clear;
-        if (call.action == Action::power_on) {
+        if (call.action == Action::PowerOn) {
             masking_of(call).power_on();
-        } else if (call.action == Action::exchange) {
+        } else if (call.action == Action::Exchange) {
             CardMasking& masking = masking_of(call);
             masking.exchange(call.command, call.answer, secrets_, command_mask_, answer_mask_);
             shown.application = masking.application();

@@ -99,7 +99,7 @@ constexpr std::array text_fields = {
     TextField{field::action, "one of open, close, power_on, power_off, exchange, serial",
               [](Entry& entry, std::string&& text) {
                   const auto action = find_action(text);
-                  entry.action = action.value_or(Action::open);
+                  entry.action = action.value_or(Action::Open);
                   return action.has_value();
               }},
     TextField{field::outcome, "success or failure",
@@ -146,7 +146,7 @@ auto find_field(const Rows& rows, std::string_view name) {
 class LineFields final : public nlohmann::json_sax<Json> {
   public:
     Entry entry;
-    Problem::Kind kind = Problem::Kind::malformed;
+    Problem::Kind kind = Problem::Kind::Malformed;
     std::string reason;
 
     bool null() override { return other(); }
@@ -186,14 +186,14 @@ class LineFields final : public nlohmann::json_sax<Json> {
     }
     bool parse_error(std::size_t position, const std::string&,
                      const nlohmann::detail::exception&) override {
-        kind = Problem::Kind::malformed;
+        kind = Problem::Kind::Malformed;
         reason = "not JSON from column " + std::to_string(position) + " on";
         return false;
     }
 
     // What only the line as a whole shows; false when it is none.
     bool is_whole() {
-        kind = Problem::Kind::foreign;
+        kind = Problem::Kind::Foreign;
         for (const auto& [present, name] :
              {std::pair{has_version_, field::version}, std::pair{has_action_, field::action},
               std::pair{has_result_, field::result}}) {
@@ -202,7 +202,7 @@ class LineFields final : public nlohmann::json_sax<Json> {
                 return false;
             }
         }
-        const auto& shown = entry.action == Action::power_on ? entry.atr : entry.answer.bytes;
+        const auto& shown = entry.action == Action::PowerOn ? entry.atr : entry.answer.bytes;
         if (!shown.empty() && static_cast<std::int64_t>(shown.size()) != entry.result) {
             reason = "reader.result is " + std::to_string(entry.result) + ", the answer has " +
                      std::to_string(shown.size()) + " bytes";
@@ -219,7 +219,7 @@ class LineFields final : public nlohmann::json_sax<Json> {
         if (key_ == field::version) {
             has_version_ = true;
             if (value != format_version) {
-                kind = Problem::Kind::foreign;
+                kind = Problem::Kind::Foreign;
                 reason = "trace.version is " + std::to_string(value) + ", only " +
                          std::to_string(format_version) + " is known here";
                 return false;
@@ -240,7 +240,7 @@ class LineFields final : public nlohmann::json_sax<Json> {
     // A value of a kind that no field of ours has.
     bool other() {
         if (depth_ == 0) {
-            kind = Problem::Kind::foreign;
+            kind = Problem::Kind::Foreign;
             reason = "no line of a trace: not an object";
             return false;
         }
@@ -258,7 +258,7 @@ class LineFields final : public nlohmann::json_sax<Json> {
     }
 
     bool refuse(std::string_view what) {
-        kind = Problem::Kind::foreign;
+        kind = Problem::Kind::Foreign;
         reason = key_ + " must be " + std::string(what);
         return false;
     }
@@ -324,7 +324,7 @@ std::optional<MaskedBytes> masked_bytes(std::string_view text) {
 }
 
 std::optional<std::uint16_t> Entry::status() const {
-    if (action != Action::exchange || answer.size() < status_word_size) {
+    if (action != Action::Exchange || answer.size() < status_word_size) {
         return std::nullopt;
     }
     const auto& bytes = answer.bytes;
@@ -348,7 +348,7 @@ TraceReader::LineEnd TraceReader::read_line() {
     bool any = false;
     for (int c = buffer->sbumpc(); c != end; c = buffer->sbumpc()) {
         if (c == '\n') {
-            return LineEnd::newline;
+            return LineEnd::Newline;
         }
         any = true;
         if (text_.size() < longest_line) {
@@ -357,7 +357,7 @@ TraceReader::LineEnd TraceReader::read_line() {
             too_long_ = true;
         }
     }
-    return any ? LineEnd::end_of_stream : LineEnd::nothing;
+    return any ? LineEnd::EndOfStream : LineEnd::Nothing;
 }
 
 void TraceReader::add(Problem problem) {
@@ -370,12 +370,12 @@ void TraceReader::add(Problem problem) {
 std::optional<Entry> TraceReader::next() {
     for (;;) {
         const LineEnd end = read_line();
-        if (end == LineEnd::nothing) {
+        if (end == LineEnd::Nothing) {
             return std::nullopt;
         }
         ++line_;
         if (too_long_) {
-            add({line_, Problem::Kind::malformed,
+            add({line_, Problem::Kind::Malformed,
                  "longer than " + std::to_string(longest_line) + " bytes"});
             continue;
         }
@@ -386,8 +386,8 @@ std::optional<Entry> TraceReader::next() {
         if (parsed.entry) {
             return std::move(parsed.entry);
         }
-        if (end == LineEnd::end_of_stream && parsed.problem->kind == Problem::Kind::malformed) {
-            add({line_, Problem::Kind::truncated, "the file ends in the middle of this line"});
+        if (end == LineEnd::EndOfStream && parsed.problem->kind == Problem::Kind::Malformed) {
+            add({line_, Problem::Kind::Truncated, "the file ends in the middle of this line"});
         } else {
             add(*std::move(parsed.problem));
         }
@@ -401,7 +401,7 @@ Trace read_trace(const std::filesystem::path& file) {
         stream.open(file, std::ios::binary);
     }
     if (!stream.is_open()) {
-        return {{}, {{0, Problem::Kind::malformed, "cannot be read"}}};
+        return {{}, {{0, Problem::Kind::Malformed, "cannot be read"}}};
     }
     TraceReader reader(stream);
     Trace trace;

@@ -38,7 +38,7 @@ struct Entry {
     std::string timestamp;
     std::int64_t began = 0;  // the same, microseconds since 1970, UTC
     bool masked = true;
-    Action action = Action::open;
+    Action action = Action::Open;
     std::int64_t sequence = 0;
     std::int64_t duration = 0;  // nanoseconds
     bool success = false;       // event.outcome
@@ -65,12 +65,12 @@ struct Entry {
 
 struct Problem {
     enum class Kind {
-        truncated,  // the file ends within this line, as after a crash
-        malformed,  // not the JSON of a line, or longer than any line is
-        foreign,    // JSON, but no line of a trace, or of a version that is not known
+        Truncated,  // the file ends within this line, as after a crash
+        Malformed,  // not the JSON of a line, or longer than any line is
+        Foreign,    // JSON, but no line of a trace, or of a version that is not known
     };
     std::size_t line = 0;  // 0 where the file itself cannot be read
-    Kind kind = Kind::malformed;
+    Kind kind = Kind::Malformed;
     std::string reason;
 };
 
@@ -99,7 +99,7 @@ class TraceReader {
     static constexpr std::size_t longest_line = 65'536;
 
   private:
-    enum class LineEnd { newline, end_of_stream, nothing };
+    enum class LineEnd { Newline, EndOfStream, Nothing };
     LineEnd read_line();
     void add(Problem problem);
 

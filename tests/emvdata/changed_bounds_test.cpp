@@ -9,33 +9,33 @@ namespace {
 class ChangedBounds : public StoreTest {};
 
 TEST_F(ChangedBounds, GovernTheNextStore) {
-    ASSERT_EQ(set_length_of("9F3B", 1, shortest), 0);
-    ASSERT_EQ(set_length_of("9F3B", 4, longest), 0);
+    ASSERT_EQ(set_length_of("9F3B", 1, Shortest), 0);
+    ASSERT_EQ(set_length_of("9F3B", 4, Longest), 0);
     EXPECT_EQ(store("9F3B", "99"), 0);
     EXPECT_EQ(held(gl_APCur, 8), "0000009900000000");
     EXPECT_EQ(read("9F3B", 0), (Read{1, 1, "99"}));
     EXPECT_EQ(store("9F3B", "1122334455"), -22);
-    ASSERT_EQ(set_length_of("9F3B", 0, shortest), 0);
+    ASSERT_EQ(set_length_of("9F3B", 0, Shortest), 0);
     EXPECT_EQ(store("9F3B", ""), -28);
 }
 
 TEST_F(ChangedBounds, StayThroughEveryReset) {
-    ASSERT_EQ(set_length_of("9F3B", 4, longest), 0);
-    ASSERT_EQ(set_length_of("9F02", 1, shortest), 0);
+    ASSERT_EQ(set_length_of("9F3B", 4, Longest), 0);
+    ASSERT_EQ(set_length_of("9F02", 1, Shortest), 0);
     emvClrIccAndTermData();
     emvInitAppData();
     emvInitTmAppData();
     emvInitTmEMVData();
-    EXPECT_EQ(length_of("9F3B", longest), 4);
-    EXPECT_EQ(length_of("9F02", shortest), 1);
+    EXPECT_EQ(length_of("9F3B", Longest), 4);
+    EXPECT_EQ(length_of("9F02", Shortest), 1);
 }
 
 TEST_F(ChangedBounds, MayReachToTheEndOfTheStorage) {
-    ASSERT_EQ(set_length_of("9F61", 41, longest), 0);
+    ASSERT_EQ(set_length_of("9F61", 41, Longest), 0);
     EXPECT_EQ(store("9F61", filled(41, 0x31)), 0);
     EXPECT_EQ(held(gl_CardHolderCert, 41), to_hex(filled(41, 0x31)));
     EXPECT_EQ(read("9F61", 0).bytes, to_hex(filled(41, 0x31)));
-    ASSERT_EQ(set_length_of("71", 512, longest), 0);
+    ASSERT_EQ(set_length_of("71", 512, Longest), 0);
     EXPECT_EQ(store("71", filled(512, 0x32)), 0);
     EXPECT_EQ(held(gl_Iss_Script, 512), to_hex(filled(512, 0x32)));
 }
@@ -53,31 +53,31 @@ TEST_F(ChangedBounds, NeverLetAnAccessLeaveTheStorage) {
             SCOPED_TRACE(element.tag);
             for (const std::uint16_t raised : {static_cast<std::uint16_t>(element.bytes + 1),
                                                std::uint16_t{1000}, std::uint16_t{0xFFFF}}) {
-                ASSERT_EQ(set_length_of(element.tag, raised, longest), 0);
-                ASSERT_EQ(set_length_of(element.tag, 1, shortest), 0);
+                ASSERT_EQ(set_length_of(element.tag, raised, Longest), 0);
+                ASSERT_EQ(set_length_of(element.tag, 1, Shortest), 0);
                 EXPECT_EQ(store(element.tag, counted(element.bytes)), 0);
                 EXPECT_EQ(held(element.storage, element.bytes), to_hex(counted(element.bytes)));
                 EXPECT_EQ(store(element.tag, counted(element.bytes + 1)), -22);
                 EXPECT_EQ(store(element.tag, counted(1)), 0);
                 EXPECT_EQ(read(element.tag, 1).bytes, "01");
-                ASSERT_EQ(set_length_of(element.tag, raised, current), 0);
+                ASSERT_EQ(set_length_of(element.tag, raised, Current), 0);
                 EXPECT_EQ(read(element.tag, 0).length, raised);
                 EXPECT_EQ(read(element.tag, 1).result, table);
                 EXPECT_EQ(read(element.tag, static_cast<std::uint16_t>(raised - 1)).result, table);
                 emvClrIccAndTermData();
                 EXPECT_EQ(held(element.storage, element.bytes), to_hex(filled(element.bytes, 0)));
-                ASSERT_EQ(set_length_of(element.tag, raised, shortest), 0);
+                ASSERT_EQ(set_length_of(element.tag, raised, Shortest), 0);
                 EXPECT_EQ(store(element.tag, counted(element.bytes)), -22);
             }
-            set_length_of(element.tag, element.shortest, shortest);
-            set_length_of(element.tag, element.longest, longest);
+            set_length_of(element.tag, element.shortest, Shortest);
+            set_length_of(element.tag, element.longest, Longest);
         }
     }
 }
 
 TEST_F(ChangedBounds, BelowTheHeldLengthStayReadable) {
     ASSERT_EQ(store("9F3B", "0102030405060708"), 0);
-    ASSERT_EQ(set_length_of("9F3B", 4, longest), 0);
+    ASSERT_EQ(set_length_of("9F3B", 4, Longest), 0);
     EXPECT_EQ(read("9F3B", 0), (Read{1, 8, "0102030405060708"}));
     EXPECT_EQ(read("9F3B", 3), (Read{1, 3, "060708"}));
     EXPECT_EQ(read("9F3B", 9).result, 1);

@@ -206,8 +206,8 @@ void store_and_read(const ListedElement& element, int table) {
     EXPECT_EQ(store(element.tag, counted(0xFFFF), home), -22) << element.tag;
     EXPECT_EQ(store(element.tag, Bytes{}, home), -28) << element.tag;
     EXPECT_EQ(length_of(element.tag), element.longest);
-    EXPECT_EQ(length_of(element.tag, shortest), element.shortest);
-    EXPECT_EQ(length_of(element.tag, longest), element.longest);
+    EXPECT_EQ(length_of(element.tag, Shortest), element.shortest);
+    EXPECT_EQ(length_of(element.tag, Longest), element.longest);
 }
 
 TEST_F(Store, EveryTerminalElementTakesItsLengthsAndFormat) {

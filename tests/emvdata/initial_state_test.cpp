@@ -76,13 +76,13 @@ TEST(StoreBeforeTheFirstReset, ReadsPadding) {
 TEST(StoreBeforeTheFirstReset, ReadsZerosUnderAnyLengthSet) {
     const auto reads_zeros = [](const ListedElement& element, int table) {
         const std::uint16_t before = length_of(element.tag);
-        ASSERT_EQ(set_length_of(element.tag, 600, current), 0);
+        ASSERT_EQ(set_length_of(element.tag, 600, Current), 0);
         const Read all = read(element.tag, 0);
         EXPECT_EQ(all.length, 600) << element.tag;
         EXPECT_EQ(all.result, table) << element.tag;
         EXPECT_EQ(all.bytes.substr(0, 2 * element.longest), std::string(2u * element.longest, '0'))
             << element.tag;
-        ASSERT_EQ(set_length_of(element.tag, before, current), 0);
+        ASSERT_EQ(set_length_of(element.tag, before, Current), 0);
     };
     for (const ListedElement& element : listed_card_elements) {
         reads_zeros(element, 1);

@@ -70,13 +70,13 @@ void fill_everything() {
 
 Bytes after(Fate fate, std::size_t size) {
     switch (fate) {
-        case Fate::kept:
+        case Fate::Kept:
             return filled(size, pattern);
-        case Fate::zero:
+        case Fate::Zero:
             return filled(size, 0x00);
-        case Fate::ones:
+        case Fate::Ones:
             return filled(size, 0xFF);
-        case Fate::one:
+        case Fate::One:
             return join(filled(1, 0x01), filled(size - 1, 0x00));
     }
     return {};
@@ -246,9 +246,9 @@ TEST_F(Resets, RowsAreClearedByTheirPresentLongestLength) {
     std::fill_n(gl_PAN, 10, pattern);
     std::fill_n(gl_Tm_Cap, 3, pattern);
     std::fill_n(gl_CardHolderCert, 41, pattern);
-    ASSERT_EQ(set_length_of("5A", 4, longest), 0);
-    ASSERT_EQ(set_length_of("9F33", 0, longest), 0);
-    ASSERT_EQ(set_length_of("9F61", 1000, longest), 0);
+    ASSERT_EQ(set_length_of("5A", 4, Longest), 0);
+    ASSERT_EQ(set_length_of("9F33", 0, Longest), 0);
+    ASSERT_EQ(set_length_of("9F61", 1000, Longest), 0);
     emvClrIccAndTermData();
     EXPECT_EQ(held(gl_PAN, 10), "00000000C3C3C3C3C3C3");
     EXPECT_EQ(held(gl_Tm_Cap, 3), "C3C3C3");
@@ -260,7 +260,7 @@ TEST_F(Resets, StatusResetsEmptyTheStorageWhateverTheLongestLength) {
     std::fill_n(gl_Tm_CntryCode, 2, pattern);
     std::fill_n(gl_Tm_MchID, 15, pattern);
     for (const char* tag : {"9F02", "9F1A", "9F16"}) {
-        ASSERT_EQ(set_length_of(tag, 1, longest), 0);
+        ASSERT_EQ(set_length_of(tag, 1, Longest), 0);
     }
     emvInitAppData();
     emvInitTmAppData();

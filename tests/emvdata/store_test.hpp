@@ -88,8 +88,8 @@ inline std::int32_t state_of(std::string_view tag) {
     const Bytes bytes = hex(tag);
     return emvGetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()));
 }
-enum Which : std::uint8_t { current = 0, shortest = 1, longest = 2 };
-inline std::uint16_t length_of(std::string_view tag, std::uint8_t which = current) {
+enum Which : std::uint8_t { Current = 0, Shortest = 1, Longest = 2 };
+inline std::uint16_t length_of(std::string_view tag, std::uint8_t which = Current) {
     const Bytes bytes = hex(tag);
     return emvGetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), which);
 }

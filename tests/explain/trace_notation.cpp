@@ -52,19 +52,19 @@ trace::Entry& TraceNotation::add(trace::Action action) {
 }
 
 TraceNotation& TraceNotation::open() {
-    trace::Entry& entry = add(trace::Action::open);
+    trace::Entry& entry = add(trace::Action::Open);
     entry.result = 1;
     entry.reader_name = "A reader";
     return *this;
 }
 
 TraceNotation& TraceNotation::close() {
-    add(trace::Action::close);
+    add(trace::Action::Close);
     return *this;
 }
 
 TraceNotation& TraceNotation::power_on(std::int64_t result) {
-    trace::Entry& entry = add(trace::Action::power_on);
+    trace::Entry& entry = add(trace::Action::PowerOn);
     entry.slot_code = slot_;
     entry.slot_name = slot_ == 1 ? "contact" : "contactless";
     entry.result = result;
@@ -77,13 +77,13 @@ TraceNotation& TraceNotation::power_on(std::int64_t result) {
 }
 
 TraceNotation& TraceNotation::power_off() {
-    trace::Entry& entry = add(trace::Action::power_off);
+    trace::Entry& entry = add(trace::Action::PowerOff);
     entry.slot_code = slot_ == 0x31 ? 0x03 : slot_;
     return *this;
 }
 
 TraceNotation& TraceNotation::exchange(std::string_view command, std::string_view answer) {
-    trace::Entry& entry = add(trace::Action::exchange);
+    trace::Entry& entry = add(trace::Action::Exchange);
     entry.slot_code = slot_;
     entry.slot_name = slot_ == 1 ? "contact" : "contactless";
     entry.command = masked(command);

@@ -47,7 +47,7 @@ constexpr const Kind* find_kind(std::uint8_t tag) {
 }
 
 // Result in the high nibble of a script result entry (EMV book 4, annex A5).
-enum class Result : std::uint8_t { not_performed = 0, failed = 1, successful = 2 };
+enum class Result : std::uint8_t { NotPerformed = 0, Failed = 1, Successful = 2 };
 
 inline constexpr std::size_t identifier_size = 4;
 using Identifier = std::array<std::uint8_t, identifier_size>;

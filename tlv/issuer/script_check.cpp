@@ -72,7 +72,7 @@ std::int32_t check(Bytes script) {
         return not_a_script;
     }
     if (!tlv::is_well_formed(script)) {
-        return record_failure(*kind, identifier, Result::not_performed, malformed_object);
+        return record_failure(*kind, identifier, Result::NotPerformed, malformed_object);
     }
     if (object.size() != script.size()) {
         return not_a_script;
@@ -82,7 +82,7 @@ std::int32_t check(Bytes script) {
     const std::int32_t code = check_contents(value, identifier, command_seen);
     if (code != valid) {
         return record_failure(*kind, identifier,
-                              command_seen ? Result::failed : Result::not_performed, code);
+                              command_seen ? Result::Failed : Result::NotPerformed, code);
     }
     return valid;
 }

@@ -122,7 +122,7 @@ class Phase {
             mark_failed(*kind);
         }
         write_identifier(running_identifier());
-        write_result(Result::not_performed);
+        write_result(Result::NotPerformed);
     }
 
     void run(const Kind& kind, Bytes value, Bytes readable) {
@@ -131,7 +131,7 @@ class Phase {
             if (gl_cScptIDExist == 0) {
                 write_identifier(running_identifier());
             }
-            write_result(Result::not_performed);
+            write_result(Result::NotPerformed);
         } else if (run_commands(value, readable) != done) {
             mark_failed(kind);
         }
@@ -145,7 +145,7 @@ class Phase {
 }  // namespace
 
 std::int32_t run_commands(Bytes value, Bytes readable) {
-    write_result(Result::not_performed);
+    write_result(Result::NotPerformed);
     std::size_t commands = 0;
     bool identifier_seen = false;
     const auto finish = [&](Result result, std::size_t failing_command, std::int32_t code) {
@@ -160,8 +160,8 @@ std::int32_t run_commands(Bytes value, Bytes readable) {
         const tlv::Object object = cursor.object();
         if (object.is_malformed()) {
             // Deliberate: a fault behind the first and only command is reported as not performed.
-            return commands > 1 ? finish(Result::failed, commands, malformed_template)
-                                : finish(Result::not_performed, 0, malformed_template);
+            return commands > 1 ? finish(Result::Failed, commands, malformed_template)
+                                : finish(Result::NotPerformed, 0, malformed_template);
         }
         const std::size_t position = value.size() - cursor.rest().size() + object.header_size();
         const ZeroExtended bytes(readable.subspan(position));
@@ -175,13 +175,13 @@ std::int32_t run_commands(Bytes value, Bytes readable) {
         } else if (cursor.has_tag(object, command_tag)) {
             ++commands;
             if (object.value_length < command_header_size) {
-                return finish(Result::failed, commands, command_too_short);
+                return finish(Result::Failed, commands, command_too_short);
             }
             send_command(bytes, object.value_length);
         }
         cursor.step_over(object);
     }
-    return finish(Result::successful, 0, done);
+    return finish(Result::Successful, 0, done);
 }
 
 }  // namespace quorrin::script

@@ -29,9 +29,9 @@ constexpr std::size_t unpredictable_number_size = 4;
 
 // Masks one value by its rule. `data` is what the value's place counts in.
 void mask_value(Rule rule, View data, std::size_t from, std::size_t to, DigitMask& mask) {
-    if (rule == Rule::secret) {
+    if (rule == Rule::Secret) {
         mask.hide(from, to);
-    } else if (rule == Rule::digits) {
+    } else if (rule == Rule::Digits) {
         for (std::size_t i = from; i < to; ++i) {
             if (data[i] >> 4 <= 9) {
                 mask.hide_digit(2 * i);
@@ -105,14 +105,14 @@ void CardMasking::power_on() {
 void CardMasking::exchange(View command, View answer, KnownSecrets& secrets,
                            DigitMask& command_mask, DigitMask& answer_mask) {
     const CommandRule* rule = find_command_rule(command);
-    const bool continues = rule != nullptr && rule->answer == AnswerData::continued;
+    const bool continues = rule != nullptr && rule->answer == AnswerData::Continued;
     if (!continues || !is_continued_) {
         rule_ = continues ? nullptr : rule;
         std::copy_n(command.begin(), std::min(command.size(), header_size), header_.begin());
         chain_size_ = 0;
         chain_overflowed_ = false;
     }
-    if (!continues && rule != nullptr && rule->answer == AnswerData::file) {
+    if (!continues && rule != nullptr && rule->answer == AnswerData::File) {
         for (List* list : {&pdol_, &cdol1_, &cdol2_, &ddol_, &log_format_, &load_log_format_}) {
             list->known = false;  // they belong to the application before
         }
@@ -149,16 +149,16 @@ void CardMasking::mask_command(View command, const CommandRule* rule, DigitMask&
     }
     const View data = command.subspan(data_start, data_size);
     const std::size_t end = data_start + data_size;
-    switch (rule == nullptr ? CommandData::secret : rule->data) {
-        case CommandData::open:
+    switch (rule == nullptr ? CommandData::Secret : rule->data) {
+        case CommandData::Open:
             return;
-        case CommandData::options:
+        case CommandData::Options:
             if (data.size() >= 2 && data[0] == command_template && data[1] == data.size() - 2 &&
                 (data[1] == 0 || mask_listed(pdol_, data.subspan(2), data_start + 2, mask))) {
                 return;
             }
             break;
-        case CommandData::cryptogram: {
+        case CommandData::Cryptogram: {
             const bool first = mask_listed(cdol1_, data, data_start, mask);
             const bool second = mask_listed(cdol2_, data, data_start, mask);
             if (first || second) {
@@ -166,21 +166,21 @@ void CardMasking::mask_command(View command, const CommandRule* rule, DigitMask&
             }
             break;
         }
-        case CommandData::dynamic:
+        case CommandData::Dynamic:
             if (mask_listed(ddol_, data, data_start, mask) ||
                 data.size() == unpredictable_number_size) {
                 return;
             }
             break;
-        case CommandData::element: {
+        case CommandData::Element: {
             const ElementRule* row = find_rule(tag_in_header(header_));
-            if (row != nullptr && row->rule == Rule::open) {
+            if (row != nullptr && row->rule == Rule::Open) {
                 return;
             }
             break;
         }
-        case CommandData::record:
-        case CommandData::secret:
+        case CommandData::Record:
+        case CommandData::Secret:
             break;
     }
     mask.hide(data_start, end);
@@ -198,9 +198,9 @@ bool CardMasking::mask_listed(const List& list, View data, std::size_t base, Dig
     while (next_listed(list.view(), at, tag, length)) {
         const View value = data.subspan(from, length);
         const Rule rule = rule_for(tag, value);
-        if (rule == Rule::secret) {
+        if (rule == Rule::Secret) {
             mask.hide(base + from, base + from + length);
-        } else if (rule == Rule::digits) {
+        } else if (rule == Rule::Digits) {
             for (std::size_t i = 0; i < 2 * length; ++i) {
                 mask.hide_digit(2 * (base + from) + i);
             }
@@ -215,8 +215,8 @@ void CardMasking::mask_answer(View data, bool more_follows, KnownSecrets& secret
     if (data.empty()) {
         return;
     }
-    const AnswerData kind = rule_ == nullptr ? AnswerData::secret : rule_->answer;
-    if (kind == AnswerData::open) {
+    const AnswerData kind = rule_ == nullptr ? AnswerData::Secret : rule_->answer;
+    if (kind == AnswerData::Open) {
         return;
     }
     if (chain_overflowed_ || data.size() > chain_room - chain_size_) {
@@ -230,12 +230,12 @@ void CardMasking::mask_answer(View data, bool more_follows, KnownSecrets& secret
     const std::uint8_t first = chain_[0];
     const bool whole = chain_size_ == data.size() && !more_follows;
     switch (kind) {
-        case AnswerData::file:
+        case AnswerData::File:
             if (first == 0x6F || first == 0x61 || first == 0x62 || first == 0x64) {
                 return mask_objects(data, more_follows, secrets, mask);
             }
             break;
-        case AnswerData::record:
+        case AnswerData::Record:
             if (whole && mask_log_record(data, mask)) {
                 return;
             }
@@ -243,7 +243,7 @@ void CardMasking::mask_answer(View data, bool more_follows, KnownSecrets& secret
                 return mask_objects(data, more_follows, secrets, mask);
             }
             break;
-        case AnswerData::result:
+        case AnswerData::Result:
             if (first == format_1 && (!whole || covers_all(data))) {
                 return;  // cryptograms, counters, locators
             }
@@ -251,7 +251,7 @@ void CardMasking::mask_answer(View data, bool more_follows, KnownSecrets& secret
                 return mask_objects(data, more_follows, secrets, mask);
             }
             break;
-        case AnswerData::element: {
+        case AnswerData::Element: {
             // The object as a whole, or, from some cards, its value alone.
             const std::uint32_t tag = tag_in_header(header_);
             const std::size_t tag_size = tag > 0xFF ? 2 : 1;
@@ -261,14 +261,14 @@ void CardMasking::mask_answer(View data, bool more_follows, KnownSecrets& secret
                 return mask_objects(data, more_follows, secrets, mask);
             }
             const ElementRule* row = find_rule(tag);
-            if (whole && row != nullptr && row->rule == Rule::open && data.size() <= row->longest) {
+            if (whole && row != nullptr && row->rule == Rule::Open && data.size() <= row->longest) {
                 return;
             }
             break;
         }
-        case AnswerData::secret:
-        case AnswerData::open:
-        case AnswerData::continued:
+        case AnswerData::Secret:
+        case AnswerData::Open:
+        case AnswerData::Continued:
             break;
     }
     mask.hide(0, data.size());
@@ -290,15 +290,15 @@ void CardMasking::mask_objects(View data, bool more_follows, KnownSecrets& secre
         const std::size_t end = walk.position();
         const View value = chain.subspan(std::min(element.value, end), end - element.value);
         const ElementRule* row = find_rule(element.tag);
-        const bool account = row != nullptr && row->rule == Rule::digits;
-        if (element.is_cut && !(more_follows && row != nullptr && row->rule == Rule::open &&
+        const bool account = row != nullptr && row->rule == Rule::Digits;
+        if (element.is_cut && !(more_follows && row != nullptr && row->rule == Rule::Open &&
                                 element.length <= row->longest)) {
             hide(element.value, end);  // not all of it is there to be judged
         } else if (!element.is_cut) {
             const Rule rule = rule_for(element.tag, value);
-            if (rule == Rule::secret) {
+            if (rule == Rule::Secret) {
                 hide(element.value, end);
-            } else if (rule == Rule::digits && end > base) {
+            } else if (rule == Rule::Digits && end > base) {
                 const std::size_t from = std::max(element.value, base) - base;
                 mask_value(rule, data, from, end - base, mask);
             }
@@ -347,7 +347,7 @@ void CardMasking::learn(std::uint32_t tag, View value, KnownSecrets& secrets) {
         case 0xDF4F:
             return load_log_format_.keep(value);
         case tag_df_name:
-            if (rule_ != nullptr && rule_->answer == AnswerData::file &&
+            if (rule_ != nullptr && rule_->answer == AnswerData::File &&
                 value.size() <= application_.size()) {
                 std::ranges::copy(value, application_.begin());
                 application_size_ = value.size();
@@ -363,7 +363,7 @@ void CardMasking::note_selection(View command, View answer) {
     const std::size_t data_size = answer.size() - status_word_size;
     const std::uint8_t sw1 = answer[data_size];
     const CommandRule* rule = find_command_rule(command);
-    const bool by_name = rule != nullptr && rule->answer == AnswerData::file && command[2] == 0x04;
+    const bool by_name = rule != nullptr && rule->answer == AnswerData::File && command[2] == 0x04;
     if (!by_name || (sw1 != 0x90 && sw1 != 0x61 && sw1 != 0x62) || command.size() <= data_start) {
         return;
     }

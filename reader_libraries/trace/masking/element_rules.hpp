@@ -8,9 +8,9 @@
 namespace quorrin::trace {
 
 enum class Rule : std::uint8_t {
-    open,    // says nothing about account or holder
-    digits,  // account or track data in BCD: decimal digits are masked; separator and filler stay
-    secret,  // text, cipher or picture: all of it is masked
+    Open,    // says nothing about account or holder
+    Digits,  // account or track data in BCD: decimal digits are masked; separator and filler stay
+    Secret,  // text, cipher or picture: all of it is masked
 };
 
 // One row a tag. A value whose length lies outside its bounds is not what the tag promises.

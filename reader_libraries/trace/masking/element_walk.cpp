@@ -65,7 +65,7 @@ bool is_template(std::uint32_t tag) {
         return false;
     }
     const ElementRule* row = find_rule(tag);
-    return row == nullptr || row->rule != Rule::secret;
+    return row == nullptr || row->rule != Rule::Secret;
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ TEST_F(Card, InterchangeProfileIsSetPresent) {
 
 TEST_F(Card, DeliberatelyASecondInterchangeProfileIsToldAndOverwrites) {
     ASSERT_EQ(emvSetAIP(hex("7C00").data()), 0);
-    set_length_of("82", 1, current);
+    set_length_of("82", 1, Current);
     EXPECT_EQ(emvSetAIP(hex("3901").data()), 1);
     EXPECT_EQ(stored("82"), hex("3901"));
     EXPECT_EQ(row("82").curLen, 1);
@@ -47,7 +47,7 @@ TEST_F(Card, DeliberatelyASecondFileLocatorKeepsTheLengthOfTheFirst) {
 
 TEST_F(Card, FileLocatorOfNoBytesIsPresentAndEmpty) {
     row("94").value[0] = 0x55;
-    set_length_of("94", 9, current);
+    set_length_of("94", 9, Current);
     EXPECT_EQ(emvSetAFL(hex("08010100").data(), 0), 0);
     EXPECT_EQ(stored("94", 1), hex("55"));
     EXPECT_EQ(row("94").curLen, 0);
@@ -80,14 +80,14 @@ TEST_F(Card, FileLocatorIsCutToItsStorage) {
 
 TEST_F(Card, FileLocatorCountsWholeEntries) {
     for (const auto& [length, entries] : {std::pair{0, 0}, {3, 0}, {4, 1}, {7, 1}, {252, 63}}) {
-        set_length_of("94", static_cast<std::uint16_t>(length), current);
+        set_length_of("94", static_cast<std::uint16_t>(length), Current);
         EXPECT_EQ(emvGetAFLNum(), entries) << length;
     }
 }
 
 TEST_F(Card, FileLocatorCountsItsEntriesInEightBits) {
     for (const auto& [length, entries] : {std::pair{0x0404, 1}, {0x0403, 0}, {0xFFFF, 255}}) {
-        set_length_of("94", static_cast<std::uint16_t>(length), current);
+        set_length_of("94", static_cast<std::uint16_t>(length), Current);
         EXPECT_EQ(emvGetAFLNum(), entries) << length;
     }
 }
@@ -207,7 +207,7 @@ TEST_F(Card, PanAndNameRefuseNullPointers) {
 TEST_F(Card, PanAndNameEndWithTheStorageWhateverLengthTheHostHasSet) {
     for (const Text& text : texts) {
         put(text.tag, pattern(text.longest));
-        set_length_of(text.tag, 0xFFFF, current);
+        set_length_of(text.tag, 0xFFFF, Current);
         GuardedBuffer out(text.longest);
         GuardedBuffer out_length(1);
         EXPECT_EQ(text.accessor(out.data(), out_length.data()), 1) << text.name;
@@ -300,7 +300,7 @@ TEST_F(Card, DeliberatelyFastDdaVersionDoesNotAskForPresence) {
 
 TEST_F(Card, FastDdaVersionIsReadFromTheStorageAlone) {
     put("9F69", pattern(32, 0x41));
-    set_length_of("9F69", 0xFFFF, current);
+    set_length_of("9F69", 0xFFFF, Current);
     GuardedBuffer out(1);
     EXPECT_EQ(emvGetCardDDAVer(out.data()), 1);
     EXPECT_TRUE(out.holds(hex("41")));

@@ -129,7 +129,7 @@ TEST_F(CopiesAndReads, EndWithTheStorageWhateverLengthTheHostHasSet) {
             const std::size_t storage = copy.tag == std::string_view("9F61") ? 41 : copy.longest;
             const Bytes value = pattern(copy.longest);
             put(copy.tag, value);
-            set_length_of(copy.tag, 0xFFFF, current);
+            set_length_of(copy.tag, 0xFFFF, Current);
             GuardedBuffer out(storage);
             GuardedBuffer out_length(1);
             EXPECT_EQ(copy.accessor(out.data(), out_length.data()), copy.result) << copy.name;

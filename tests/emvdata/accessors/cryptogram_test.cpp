@@ -83,7 +83,7 @@ TEST_F(Cryptogram, OfMoreThanEightBytesIsCut) {
 
 TEST_F(Cryptogram, OfNoBytesIsPresentAndEmpty) {
     row("9F26").value[0] = 0x55;
-    set_length_of("9F26", 9, current);
+    set_length_of("9F26", 9, Current);
     emvSetAC(hex("1122").data(), 0);
     EXPECT_EQ(stored("9F26", 1), hex("55"));
     EXPECT_EQ(row("9F26").curLen, 0);
@@ -110,7 +110,7 @@ TEST_F(Cryptogram, DeliberatelyTheTransactionCounterIsDeliveredWithZeroAndMissin
 TEST_F(Cryptogram, TransactionCounterHasTwoBytesWhateverLengthIsKept) {
     put("9F36", hex("0102"));
     for (const std::uint16_t kept : Lengths{0, 1, 2, 3, 0xFFFF}) {
-        set_length_of("9F36", kept, current);
+        set_length_of("9F36", kept, Current);
         GuardedBuffer atc(2);
         EXPECT_EQ(emvGetCardATC(atc.data()), 0) << kept;
         EXPECT_TRUE(atc.holds(hex("0102"))) << kept;
@@ -163,7 +163,7 @@ TEST_F(Cryptogram, DeliberatelyTypeOfTheFirstAnswerDoesNotAskForPresence) {
 
 TEST_F(Cryptogram, TypeOfTheFirstAnswerIsReadFromTheStorageAlone) {
     put("9F10", hex("07010103200000"));
-    set_length_of("9F10", 0xFFFF, current);
+    set_length_of("9F10", 0xFFFF, Current);
     GuardedBuffer type(1);
     EXPECT_EQ(emvGetIssAppType(type.data()), 0);
     EXPECT_TRUE(type.holds(hex("02")));

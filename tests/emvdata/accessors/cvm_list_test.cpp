@@ -96,7 +96,7 @@ TEST_F(CvmList, TheIndexIsJudgedBeforeTheItem) {
 
 TEST_F(CvmList, ShorterThanItsAmountsHasNoRules) {
     for (std::uint16_t length = 0; length <= 8; ++length) {
-        set_length_of("8E", length, current);
+        set_length_of("8E", length, Current);
         for (const std::uint8_t index : Bytes{0, 1, 127, 128, 255}) {
             EXPECT_EQ(get_rule(index), -31) << length;
             EXPECT_EQ(emvGetCVMListCVR(item.data(), index, 1), length % 2 != 0 ? -32 : -31)
@@ -116,17 +116,17 @@ TEST_F(CvmList, OfFullLengthIsReadToItsLastRule) {
 
 TEST_F(CvmList, DeliberatelyIsCountedByTheLowByteOfItsLength) {
     put_rules("4203 1F03");
-    set_length_of("8E", 0x010A, current);
+    set_length_of("8E", 0x010A, Current);
     EXPECT_EQ(get_rule(0), 0);
     EXPECT_TRUE(rule.holds(hex("4203")));
     EXPECT_EQ(get_rule(1), -31);
-    set_length_of("8E", 0x0100, current);
+    set_length_of("8E", 0x0100, Current);
     EXPECT_EQ(get_rule(0), -31);
 }
 
 TEST_F(CvmList, RulesOutsideTheStorageAreZero) {
     fill_every_element();
-    set_length_of("8E", 254, current);
+    set_length_of("8E", 254, Current);
     EXPECT_EQ(get_rule(122), 0);
     EXPECT_TRUE(rule.holds(hex("0000")));
     for (const std::uint8_t asked : Bytes{1, 2, 3}) {

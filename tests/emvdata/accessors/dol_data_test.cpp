@@ -53,7 +53,7 @@ TEST_F(DolData, CardTdolRefusesNullPointersFirst) {
 
 TEST_F(DolData, CardTdolEndsWithTheStorageWhateverLengthTheHostHasSet) {
     put("97", pattern(252));
-    set_length_of("97", 0xFFFF, current);
+    set_length_of("97", 0xFFFF, Current);
     GuardedBuffer out(252);
     GuardedBuffer out_length(1);
     EXPECT_EQ(emvGetTDOL(out.data(), out_length.data()), 1);

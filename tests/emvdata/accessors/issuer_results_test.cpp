@@ -80,14 +80,14 @@ TEST_F(IssuerResults, CashAuthorisationNeedsAReadableIndicator) {
 TEST_F(IssuerResults, CashIndicatorIsReadFromItsStorageAlone) {
     put("9F74", hex("313233343536"));
     put("9F7A", hex("01"));
-    set_length_of("9F7A", 0xFFFF, current);
+    set_length_of("9F7A", 0xFFFF, Current);
     EXPECT_EQ(emvExistISSAuth(), 1);
 }
 
 TEST_F(IssuerResults, ScriptLengthIsThatOfTheFirstTemplatePresent) {
     EXPECT_EQ(emvGetIssuerScriptLength(), 0);
-    set_length_of("71", 0x0171, current);
-    set_length_of("72", 0x0172, current);
+    set_length_of("71", 0x0171, Current);
+    set_length_of("72", 0x0172, Current);
     EXPECT_EQ(emvGetIssuerScriptLength(), 0);
     set_state_of("72", 1);
     EXPECT_EQ(emvGetIssuerScriptLength(), 0x0172);

@@ -133,7 +133,7 @@ TEST_F(Keys, SignedDynamicDataAreReadByTheirLength) {
 
 TEST_F(Keys, SignedDynamicDataEndWithTheStorageWhateverLengthTheHostHasSet) {
     put("9F4B", pattern(248));
-    set_length_of("9F4B", 0xFFFF, current);
+    set_length_of("9F4B", 0xFFFF, Current);
     GuardedBuffer out(248);
     std::uint16_t length = 0;
     EXPECT_EQ(emvGetSignDynAppData(out.data(), &length), 1);

@@ -281,7 +281,7 @@ TEST_F(PlainGetters, LengthsAreThoseOfTheOneElement) {
 
 TEST_F(PlainGetters, LengthsHaveSixteenBitsAndAreTheCurrentOnes) {
     for (const Length& length : lengths) {
-        set_length_of(length.tag, 0x1234, current);
+        set_length_of(length.tag, 0x1234, Current);
         EXPECT_EQ(length.accessor(), 0x1234) << length.name;
     }
 }

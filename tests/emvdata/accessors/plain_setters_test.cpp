@@ -11,10 +11,10 @@ using testing::IsEmpty;
 class PlainSetters : public AccessorTest {};
 
 // How a setter tells failures of the store.
-enum Style { raw, mapped };
+enum Style { Raw, Mapped };
 
 constexpr std::int32_t expected(Style style, std::int32_t store_code) {
-    return style == raw ? store_code : 49;
+    return style == Raw ? store_code : 49;
 }
 
 // ---- Fixed lengths
@@ -28,27 +28,27 @@ struct Fixed {
 };
 
 constexpr Fixed fixed_setters[] = {
-    {"emvSetTermCapability", emvSetTermCapability, "9F33", 3, raw},
-    {"emvSetTermCapabilityAd", emvSetTermCapabilityAd, "9F40", 5, raw},
-    {"emvSetTCHash", emvSetTCHash, "98", 20, raw},
-    {"emvSetDataAuthCode", emvSetDataAuthCode, "9F45", 2, raw},
-    {"emvSetIFDSn", emvSetIFDSn, "9F1E", 8, raw},
-    {"emvSetCVMResult", emvSetCVMResult, "9F34", 3, raw},
-    {"emvSetTerminalID", emvSetTerminalID, "9F1C", 8, raw},
-    {"emvSetTermTranCapa", emvSetTermTranCapa, "9F66", 4, raw},
-    {"emvSetAuthAmountB", emvSetAuthAmountB, "81", 4, mapped},
-    {"emvSetAuthAmountN", emvSetAuthAmountN, "9F02", 6, mapped},
-    {"emvSetOtherAmountB", emvSetOtherAmountB, "9F04", 4, mapped},
-    {"emvSetOtherAmountN", emvSetOtherAmountN, "9F03", 6, mapped},
-    {"emvSetTransSequenceCounter", emvSetTransSequenceCounter, "9F41", 4, mapped},
-    {"emvSetTermAppVerNo", emvSetTermAppVerNo, "9F09", 2, mapped},
-    {"emvSetTermCurCode", emvSetTermCurCode, "5F2A", 2, mapped},
-    {"emvSetFloorLimit", emvSetFloorLimit, "9F1B", 4, mapped},
-    {"emvSetMerchantID", emvSetMerchantID, "9F16", 15, mapped},
-    {"emvSetMerchantCategoryCode", emvSetMerchantCategoryCode, "9F15", 2, mapped},
-    {"emvSetTermRefCurCode", emvSetTermRefCurCode, "9F3C", 2, mapped},
-    {"emvSetTermCntryCode", emvSetTermCntryCode, "9F1A", 2, mapped},
-    {"emvSetAcquirerID", emvSetAcquirerID, "9F01", 6, mapped},
+    {"emvSetTermCapability", emvSetTermCapability, "9F33", 3, Raw},
+    {"emvSetTermCapabilityAd", emvSetTermCapabilityAd, "9F40", 5, Raw},
+    {"emvSetTCHash", emvSetTCHash, "98", 20, Raw},
+    {"emvSetDataAuthCode", emvSetDataAuthCode, "9F45", 2, Raw},
+    {"emvSetIFDSn", emvSetIFDSn, "9F1E", 8, Raw},
+    {"emvSetCVMResult", emvSetCVMResult, "9F34", 3, Raw},
+    {"emvSetTerminalID", emvSetTerminalID, "9F1C", 8, Raw},
+    {"emvSetTermTranCapa", emvSetTermTranCapa, "9F66", 4, Raw},
+    {"emvSetAuthAmountB", emvSetAuthAmountB, "81", 4, Mapped},
+    {"emvSetAuthAmountN", emvSetAuthAmountN, "9F02", 6, Mapped},
+    {"emvSetOtherAmountB", emvSetOtherAmountB, "9F04", 4, Mapped},
+    {"emvSetOtherAmountN", emvSetOtherAmountN, "9F03", 6, Mapped},
+    {"emvSetTransSequenceCounter", emvSetTransSequenceCounter, "9F41", 4, Mapped},
+    {"emvSetTermAppVerNo", emvSetTermAppVerNo, "9F09", 2, Mapped},
+    {"emvSetTermCurCode", emvSetTermCurCode, "5F2A", 2, Mapped},
+    {"emvSetFloorLimit", emvSetFloorLimit, "9F1B", 4, Mapped},
+    {"emvSetMerchantID", emvSetMerchantID, "9F16", 15, Mapped},
+    {"emvSetMerchantCategoryCode", emvSetMerchantCategoryCode, "9F15", 2, Mapped},
+    {"emvSetTermRefCurCode", emvSetTermRefCurCode, "9F3C", 2, Mapped},
+    {"emvSetTermCntryCode", emvSetTermCntryCode, "9F1A", 2, Mapped},
+    {"emvSetAcquirerID", emvSetAcquirerID, "9F01", 6, Mapped},
 };
 
 TEST_F(PlainSetters, StoreTheirOneElementInItsFixedLength) {
@@ -109,13 +109,13 @@ struct Given {
 };
 
 constexpr Given given_setters[] = {
-    {"emvSetAID", emvSetAID, "4F", 5, 16, raw},
-    {"emvSetTermAID", emvSetTermAID, "9F06", 5, 16, raw},
-    {"emvSetRandom", emvSetRandom, "9F37", 4, 4, raw},
-    {"emvSetIccDynNumber", emvSetIccDynNumber, "9F4C", 2, 8, raw},
-    {"emvSetSignDynAppData", emvSetSignDynAppData, "9F4B", 1, 248, raw},
-    {"emvSetTDOL", emvSetTDOL, "97", 1, 252, raw},
-    {"emvSetMerchantNameAndLoc", emvSetMerchantNameAndLoc, "9F4E", 1, 256, mapped},
+    {"emvSetAID", emvSetAID, "4F", 5, 16, Raw},
+    {"emvSetTermAID", emvSetTermAID, "9F06", 5, 16, Raw},
+    {"emvSetRandom", emvSetRandom, "9F37", 4, 4, Raw},
+    {"emvSetIccDynNumber", emvSetIccDynNumber, "9F4C", 2, 8, Raw},
+    {"emvSetSignDynAppData", emvSetSignDynAppData, "9F4B", 1, 248, Raw},
+    {"emvSetTDOL", emvSetTDOL, "97", 1, 252, Raw},
+    {"emvSetMerchantNameAndLoc", emvSetMerchantNameAndLoc, "9F4E", 1, 256, Mapped},
 };
 
 void expect_stored(const Given& setter, std::uint16_t length) {

@@ -34,11 +34,11 @@ struct OperationRow {
     const char* name;
 };
 constexpr OperationRow operations[] = {
-    {Operation::card_holder_information, "getIccInfo"},
-    {Operation::cryptogram, "getARQC"},
-    {Operation::issuer_answer, "ARPCExeScript"},
-    {Operation::transaction_log, "GetIcBankCardTrDetail"},
-    {Operation::pan_and_name, "ICRT_GetICPanName"},
+    {Operation::CardHolderInformation, "getIccInfo"},
+    {Operation::Cryptogram, "getARQC"},
+    {Operation::IssuerAnswer, "ARPCExeScript"},
+    {Operation::TransactionLog, "GetIcBankCardTrDetail"},
+    {Operation::PanAndName, "ICRT_GetICPanName"},
 };
 
 // A card in the reader of which one exchange goes wrong.
@@ -108,15 +108,15 @@ class FaultMatrix : public LibraryTest, public testing::WithParamInterface<std::
         std::vector<char> more(1024);
         Outcome outcome;
         switch (operation) {
-            case Operation::card_holder_information:
+            case Operation::CardHolderInformation:
                 outcome.result = getIccInfo(ReaderHandle, aid.c_str(), "ABCDEFGHIJKL", out.data());
                 break;
-            case Operation::cryptogram:
+            case Operation::Cryptogram:
                 outcome.result =
                     getARQC(ReaderHandle, terminal_data, aid.c_str(), out.data(), more.data());
                 out.assign(out.size(), '\0');  // counts: it differs each time
                 break;
-            case Operation::issuer_answer:
+            case Operation::IssuerAnswer:
                 card.begin(std::nullopt, nullptr);
                 EXPECT_EQ(
                     getARQC(ReaderHandle, terminal_data, aid.c_str(), out.data(), more.data()), 0);
@@ -125,11 +125,11 @@ class FaultMatrix : public LibraryTest, public testing::WithParamInterface<std::
                 outcome.result = ARPCExeScript(ReaderHandle, 0, issuer_text);
                 EXPECT_EQ(gl_Iss_NumScriptRslt, 2) << "both scripts have a result";
                 break;
-            case Operation::transaction_log:
+            case Operation::TransactionLog:
                 outcome.result = GetIcBankCardTrDetail(QUORRIN_TRANSACTION_LOG, ReaderHandle, 0,
                                                        aid.c_str(), out.data());
                 break;
-            case Operation::pan_and_name: {
+            case Operation::PanAndName: {
                 std::int32_t length = 0;
                 std::uint8_t name_length = 0;
                 outcome.result =
@@ -258,12 +258,12 @@ TEST_P(FaultMatrix, EveryFailureOfEveryExchangeHasItsResult) {
     DisturbedCard card(GetParam());
     for (const Bytes& aid : applications(GetParam())) {
         for (const OperationRow& row : operations) {
-            if (row.operation == Operation::pan_and_name && !aid.empty()) {
+            if (row.operation == Operation::PanAndName && !aid.empty()) {
                 continue;  // takes the directory's
             }
             const std::string aid_text = to_hex(aid);
-            if (row.operation == Operation::issuer_answer &&
-                run(Operation::cryptogram, aid_text, card, std::nullopt, nullptr).result != 0) {
+            if (row.operation == Operation::IssuerAnswer &&
+                run(Operation::Cryptogram, aid_text, card, std::nullopt, nullptr).result != 0) {
                 continue;  // a card that gives no cryptogram gets no answer
             }
             const Outcome good = run(row.operation, aid_text, card, std::nullopt, nullptr);

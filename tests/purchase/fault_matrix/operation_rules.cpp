@@ -339,26 +339,26 @@ Verdict follow(Operation operation, const Bytes& aid, const std::deque<Exchange>
     std::int64_t result = 0;
     std::map<unsigned, Bytes> elements;
     switch (operation) {
-        case Operation::card_holder_information:
+        case Operation::CardHolderInformation:
             if (read_application(card, aid, result, elements)) {
                 for (const char* tag : {"9F79", "9F77", "9F78"}) {
                     card.step(join(hex("80CA"), hex(tag)));  // refused: left out of the text
                 }
             }
             break;
-        case Operation::cryptogram:
+        case Operation::Cryptogram:
             result = first_cryptogram(card, aid);
             break;
-        case Operation::issuer_answer:
+        case Operation::IssuerAnswer:
             // Whatever the card answers, the host looks at the script results.
             for (const char* header : {"00820000", "04DA9F78", "841E0000"}) {
                 card.step_with_any_data(hex(header));
             }
             break;
-        case Operation::transaction_log:
+        case Operation::TransactionLog:
             result = log_records(card, aid);
             break;
-        case Operation::pan_and_name:
+        case Operation::PanAndName:
             read_application(card, aid, result, elements);
             break;
     }

@@ -17,11 +17,11 @@ struct Exchange {
 };
 
 enum class Operation : std::uint8_t {
-    card_holder_information,
-    cryptogram,
-    issuer_answer,
-    transaction_log,
-    pan_and_name,
+    CardHolderInformation,
+    Cryptogram,
+    IssuerAnswer,
+    TransactionLog,
+    PanAndName,
 };
 
 struct Verdict {

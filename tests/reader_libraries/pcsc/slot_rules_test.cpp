@@ -34,7 +34,7 @@ std::string text_of(const SlotMap& map) {
     std::string text;
     for (std::size_t slot = 0; slot < slot_count; ++slot) {
         const auto& [reader, choice] = map[slot];
-        if (choice == SlotChoice::no_reader && !reader) {
+        if (choice == SlotChoice::NoReader && !reader) {
             continue;
         }
         text += text.empty() ? "" : ", ";

@@ -14,7 +14,7 @@
 namespace quorrin::test {
 namespace {
 
-enum Control : std::uint8_t { power_off = 0, power_on = 1, reset = 2, get_answer_to_reset = 4 };
+enum Control : std::uint8_t { PowerOff = 0, PowerOn = 1, Reset = 2, GetAnswerToReset = 4 };
 
 constexpr int retry_milliseconds = 20;
 constexpr std::chrono::seconds limit{5};
@@ -132,18 +132,18 @@ bool VirtualCard::answer(const Bytes& message) {
         return false;
     }
     switch (message[0]) {
-        case power_off:
+        case PowerOff:
             note("off");
             card_.power_off();
             return true;
-        case power_on:
-        case reset:
-            note(message[0] == reset ? "reset" : "on");
+        case PowerOn:
+        case Reset:
+            note(message[0] == Reset ? "reset" : "on");
             if (const Bytes own = card_.power_on(); !fixed_answer_to_reset_) {
                 answer_to_reset_ = own;
             }
             return true;
-        case get_answer_to_reset:
+        case GetAnswerToReset:
             return send(answer_to_reset_);
         default:
             return true;

@@ -24,15 +24,15 @@ constexpr const char* first = "00A4040000";
 constexpr const char* second = "80CA9F3600";
 
 FaultTrigger at_exchange(std::uint64_t number, bool always = false) {
-    return {FaultTrigger::Event::exchange, {}, number, always};
+    return {FaultTrigger::Event::Exchange, {}, number, always};
 }
 
 FaultTrigger at_command(const CommandPattern& pattern, std::uint64_t number, bool always = false) {
-    return {FaultTrigger::Event::command, pattern, number, always};
+    return {FaultTrigger::Event::Command, pattern, number, always};
 }
 
 FaultTrigger at_power_on(std::uint64_t number, bool always = false) {
-    return {FaultTrigger::Event::power_on, {}, number, always};
+    return {FaultTrigger::Event::PowerOn, {}, number, always};
 }
 
 class FaultInjectionTest : public testing::Test {

@@ -15,21 +15,21 @@ class Recording {
     Recording& power_on(std::string_view atr, std::int64_t failure = 0) {
         const Bytes bytes = hex(atr);
         masking_.power_on();
-        add({.action = trace::Action::power_on,
+        add({.action = trace::Action::PowerOn,
              .slot = slot_,
              .result = failure != 0 ? failure : static_cast<std::int64_t>(bytes.size()),
              .answer = bytes});
         return *this;
     }
     Recording& power_off() {
-        add({.action = trace::Action::power_off, .slot = slot_ == 0x31 ? 3 : slot_});
+        add({.action = trace::Action::PowerOff, .slot = slot_ == 0x31 ? 3 : slot_});
         return *this;
     }
     Recording& exchange(std::string_view command, std::string_view answer,
                         std::int64_t failure = 0) {
         const Bytes sent = hex(command);
         const Bytes received = hex(answer);
-        add({.action = trace::Action::exchange,
+        add({.action = trace::Action::Exchange,
              .slot = slot_,
              .result = failure != 0 ? failure : static_cast<std::int64_t>(received.size()),
              .command_length = static_cast<std::int64_t>(sent.size()),
@@ -52,7 +52,7 @@ class Recording {
         trace::DigitMask command;
         trace::DigitMask answer;
         trace::Shown shown{.masked = masked_};
-        if (call.action == trace::Action::exchange && masked_) {
+        if (call.action == trace::Action::Exchange && masked_) {
             masking_.exchange(call.command, call.answer, secrets_, command, answer);
             shown.command = &command;
             shown.answer = &answer;

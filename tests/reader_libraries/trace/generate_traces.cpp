@@ -129,7 +129,7 @@ class Terminal {
         call.duration = microseconds * 1000;
         now_ += microseconds + 50;
         Shown shown;
-        if (call.action == Action::exchange) {
+        if (call.action == Action::Exchange) {
             masking_.exchange(call.command, call.answer, secrets_, command_mask_, answer_mask_);
             shown = {true, &command_mask_, &answer_mask_, masking_.application()};
         }
@@ -139,7 +139,7 @@ class Terminal {
     }
 
     void exchange(const Bytes& command, const Bytes& answer, std::int64_t microseconds) {
-        record({.action = Action::exchange,
+        record({.action = Action::Exchange,
                 .handle = 1,
                 .slot = 1,
                 .result = static_cast<std::int64_t>(answer.size()),
@@ -171,10 +171,10 @@ class Terminal {
         sequence_ = 0;
         session_ = name_ + "-" + std::to_string(number + 1);
         const char* reader = number_ == 31 && day == days - 1 ? "Desk reader 2" : "Desk reader 1";
-        record({.action = Action::open, .result = 1, .text = reader}, 900 + random_.below(200));
+        record({.action = Action::Open, .result = 1, .text = reader}, 900 + random_.below(200));
         const Bytes atr = bytes("3B6D000053494D20544553542043415244");
         masking_.power_on();
-        record({.action = Action::power_on,
+        record({.action = Action::PowerOn,
                 .handle = 1,
                 .slot = 1,
                 .result = static_cast<std::int64_t>(atr.size()),
@@ -196,7 +196,7 @@ class Terminal {
                 break;
             }
             if (number_ == 23 && i == 10 && number % 7 == 0) {
-                record({.action = Action::exchange,
+                record({.action = Action::Exchange,
                         .handle = 1,
                         .slot = 1,
                         .result = -2,
@@ -207,8 +207,8 @@ class Terminal {
             }
             step(steps[i], time);
         }
-        record({.action = Action::power_off, .handle = 1, .slot = 1}, 1000);
-        record({.action = Action::close}, 300);
+        record({.action = Action::PowerOff, .handle = 1, .slot = 1}, 1000);
+        record({.action = Action::Close}, 300);
     }
 
     int number_;

@@ -39,7 +39,7 @@ TEST(TraceLine, OfEachCall) {
     mask.hide_digit(7);
 
     EXPECT_EQ(
-        line({.action = Action::open,
+        line({.action = Action::Open,
               .began = began,
               .duration = 1500,
               .result = 1,
@@ -48,63 +48,61 @@ TEST(TraceLine, OfEachCall) {
             "open", "success",
             R"("ICC_Reader_Open","reader.result":1,"reader.result_name":"ok","reader.name":"Desk")"));
     EXPECT_EQ(
-        line({.action = Action::close, .began = began, .duration = 1500, .result = -12}),
+        line({.action = Action::Close, .began = began, .duration = 1500, .result = -12}),
         expected("close", "failure",
                  R"("ICC_Reader_Close","reader.result":-12,"reader.result_name":"not_connected")"));
+    EXPECT_EQ(line({.action = Action::PowerOn,
+                    .began = began,
+                    .duration = 1500,
+                    .handle = 1,
+                    .slot = 0x31,
+                    .result = 2,
+                    .answer = atr}),
+              expected("power_on", "success",
+                       R"("ICC_Reader_PowerOn","reader.handle":1,"reader.result":2,)"
+                       R"("reader.result_name":"ok","slot.code":49,"slot.name":"contactless",)"
+                       R"("card.atr":"3B00")"));
     EXPECT_EQ(
-        line({.action = Action::power_on,
-              .began = began,
-              .duration = 1500,
-              .handle = 1,
-              .slot = 0x31,
-              .result = 2,
-              .answer = atr}),
-        expected(
-            "power_on", "success",
-            R"("ICC_Reader_PowerOn","reader.handle":1,"reader.result":2,"reader.result_name":"ok","slot.code":49,"slot.name":"contactless","card.atr":"3B00")"));
+        line(
+            {.action = Action::PowerOff, .began = began, .duration = 1500, .handle = 1, .slot = 3}),
+        expected("power_off", "success",
+                 R"("ICC_Reader_PowerOff","reader.handle":1,"reader.result":0,)"
+                 R"("reader.result_name":"ok","slot.code":3,"slot.name":"contactless")"));
+    EXPECT_EQ(line({.action = Action::Exchange,
+                    .began = began,
+                    .duration = 1500,
+                    .handle = 1,
+                    .slot = 9,
+                    .result = 6,
+                    .command_length = 5,
+                    .command = command,
+                    .answer = answer},
+                   {.answer = &mask, .application = application}),
+              expected("exchange", "success",
+                       R"("ICC_Reader_Application","reader.handle":1,"reader.result":6,)"
+                       R"("reader.result_name":"ok","slot.code":9,"card.application":"A000000333",)"
+                       R"("apdu.instruction":"READ RECORD","apdu.command":"00B2010C00",)"
+                       R"("apdu.answer":"5A02**3*9000","apdu.status":"9000")"));
     EXPECT_EQ(
-        line({.action = Action::power_off,
-              .began = began,
-              .duration = 1500,
-              .handle = 1,
-              .slot = 3}),
-        expected(
-            "power_off", "success",
-            R"("ICC_Reader_PowerOff","reader.handle":1,"reader.result":0,"reader.result_name":"ok","slot.code":3,"slot.name":"contactless")"));
-    EXPECT_EQ(
-        line({.action = Action::exchange,
-              .began = began,
-              .duration = 1500,
-              .handle = 1,
-              .slot = 9,
-              .result = 6,
-              .command_length = 5,
-              .command = command,
-              .answer = answer},
-             {.answer = &mask, .application = application}),
-        expected(
-            "exchange", "success",
-            R"("ICC_Reader_Application","reader.handle":1,"reader.result":6,"reader.result_name":"ok","slot.code":9,"card.application":"A000000333","apdu.instruction":"READ RECORD","apdu.command":"00B2010C00","apdu.answer":"5A02**3*9000","apdu.status":"9000")"));
-    EXPECT_EQ(
-        line({.action = Action::exchange,
+        line({.action = Action::Exchange,
               .began = began,
               .duration = 1500,
               .handle = 1,
               .slot = 1,
               .result = -14,
               .command_length = -1}),
-        expected(
-            "exchange", "failure",
-            R"("ICC_Reader_Application","reader.handle":1,"reader.result":-14,"reader.result_name":"bad_parameter","slot.code":1,"slot.name":"contact","apdu.command_length":-1)"));
-    EXPECT_EQ(
-        line({.action = Action::serial,
-              .began = began,
-              .duration = 1500,
-              .handle = 1,
-              .text = "471100"}),
-        expected(
-            "serial", "success",
-            R"("ICC_Reader_GetSerial","reader.handle":1,"reader.result":0,"reader.result_name":"ok","reader.serial":"471100")"));
+        expected("exchange", "failure",
+                 R"("ICC_Reader_Application","reader.handle":1,"reader.result":-14,)"
+                 R"("reader.result_name":"bad_parameter","slot.code":1,"slot.name":"contact",)"
+                 R"("apdu.command_length":-1)"));
+    EXPECT_EQ(line({.action = Action::Serial,
+                    .began = began,
+                    .duration = 1500,
+                    .handle = 1,
+                    .text = "471100"}),
+              expected("serial", "success",
+                       R"("ICC_Reader_GetSerial","reader.handle":1,"reader.result":0,)"
+                       R"("reader.result_name":"ok","reader.serial":"471100")"));
 }
 
 TEST(TraceLine, NamesEveryResult) {
@@ -114,28 +112,28 @@ TEST(TraceLine, NamesEveryResult) {
         std::string_view name;
     };
     const Row rows[] = {
-        {Action::open, 1, "ok"},
-        {Action::open, 0, "no_answer"},
-        {Action::close, 5, "ok"},
-        {Action::power_on, 0, "no_answer"},
-        {Action::power_on, 512, "ok"},
-        {Action::power_on, 513, "too_long"},
-        {Action::power_off, 1, "other"},
-        {Action::exchange, 1, "no_answer"},
-        {Action::exchange, 1024, "ok"},
-        {Action::exchange, 1025, "too_long"},
-        {Action::serial, 1, "other"},
-        {Action::exchange, -1, "wrong_card_type"},
-        {Action::exchange, -2, "no_card"},
-        {Action::exchange, -3, "card_not_powered"},
-        {Action::exchange, -4, "card_mute"},
-        {Action::open, -5, "library_not_loaded"},
-        {Action::open, -11, "connection_error"},
-        {Action::open, -12, "not_connected"},
-        {Action::open, -13, "not_supported"},
-        {Action::open, -14, "bad_parameter"},
-        {Action::exchange, -15, "check_error"},
-        {Action::exchange, -99, "other"},
+        {Action::Open, 1, "ok"},
+        {Action::Open, 0, "no_answer"},
+        {Action::Close, 5, "ok"},
+        {Action::PowerOn, 0, "no_answer"},
+        {Action::PowerOn, 512, "ok"},
+        {Action::PowerOn, 513, "too_long"},
+        {Action::PowerOff, 1, "other"},
+        {Action::Exchange, 1, "no_answer"},
+        {Action::Exchange, 1024, "ok"},
+        {Action::Exchange, 1025, "too_long"},
+        {Action::Serial, 1, "other"},
+        {Action::Exchange, -1, "wrong_card_type"},
+        {Action::Exchange, -2, "no_card"},
+        {Action::Exchange, -3, "card_not_powered"},
+        {Action::Exchange, -4, "card_mute"},
+        {Action::Open, -5, "library_not_loaded"},
+        {Action::Open, -11, "connection_error"},
+        {Action::Open, -12, "not_connected"},
+        {Action::Open, -13, "not_supported"},
+        {Action::Open, -14, "bad_parameter"},
+        {Action::Exchange, -15, "check_error"},
+        {Action::Exchange, -99, "other"},
     };
     for (const Row& row : rows) {
         const auto parsed = parse_line(line({.action = row.action, .result = row.result}), 1);
@@ -153,7 +151,7 @@ TEST(TraceLine, CountsRefusalsByTheCardAsFailures) {
                            Row{"6A82", false}, Row{"63C2", false}, Row{"9001", false}}) {
         const test::Bytes answer = test::hex(row.answer);
         const auto parsed =
-            parse_line(line({.action = Action::exchange, .result = 2, .answer = answer}), 1);
+            parse_line(line({.action = Action::Exchange, .result = 2, .answer = answer}), 1);
         ASSERT_TRUE(parsed.entry);
         EXPECT_EQ(parsed.entry->success, row.success) << row.answer;
     }
@@ -161,7 +159,7 @@ TEST(TraceLine, CountsRefusalsByTheCardAsFailures) {
 
 TEST(TraceLine, WritesAnyTextAsJson) {
     const std::string_view name = "\"\\\n\x7F ä€😀 \x80\xC3(\xED\xA0\x80";
-    const auto parsed = parse_line(line({.action = Action::open, .result = 1, .text = name}), 1);
+    const auto parsed = parse_line(line({.action = Action::Open, .result = 1, .text = name}), 1);
     ASSERT_TRUE(parsed.entry) << parsed.problem->reason;
     // Bytes that are no UTF-8 become the characters of their value.
     EXPECT_EQ(parsed.entry->reader_name, "\"\\\n\x7F ä€😀 \u0080\u00C3(\u00ED\u00A0\u0080");
@@ -173,7 +171,7 @@ TEST(TraceLine, HoldsTheLargestExchange) {
     const std::string all_escaped(200, '\x01');
     LineWriter writer;
     const std::string_view written =
-        writer.line({.action = Action::exchange,
+        writer.line({.action = Action::Exchange,
                      .handle = INT64_MIN,
                      .slot = INT32_MIN,
                      .result = 1024,

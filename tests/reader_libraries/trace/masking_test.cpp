@@ -215,7 +215,7 @@ TEST(Masking, MasksTheElementsThatThePageNames) {
     }
     std::set<std::uint32_t> masked;
     for (const ElementRule& row : element_rules()) {
-        if (row.rule != Rule::open) {
+        if (row.rule != Rule::Open) {
             masked.insert(row.tag);
         }
     }

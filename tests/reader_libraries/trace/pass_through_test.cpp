@@ -110,7 +110,7 @@ TEST_F(PassThrough, Open) {
     EXPECT_EQ(recorder().open(name.data()), INT64_C(0x7FFFFFFF12345678));
     EXPECT_STREQ(name.data(), "Odd reader");
     const Entry entry = only_entry();
-    EXPECT_EQ(entry.action, Action::open);
+    EXPECT_EQ(entry.action, Action::Open);
     EXPECT_EQ(entry.reader_name, "Odd reader");
     EXPECT_EQ(entry.result, INT64_C(0x7FFFFFFF12345678));
     EXPECT_EQ(entry.terminal, "T \"7\"");
@@ -135,7 +135,7 @@ TEST_F(PassThrough, Close) {
     reader().close = [] { return std::int64_t{-12}; };
     EXPECT_EQ(recorder().close(), -12);
     const Entry entry = only_entry();
-    EXPECT_EQ(entry.action, Action::close);
+    EXPECT_EQ(entry.action, Action::Close);
     EXPECT_EQ(entry.result, -12);
     EXPECT_FALSE(entry.success);
 }
@@ -178,7 +178,7 @@ TEST_F(PassThrough, PowerOff) {
     };
     EXPECT_EQ(recorder().power_off(2, 3), 203);
     const Entry entry = only_entry();
-    EXPECT_EQ(entry.action, Action::power_off);
+    EXPECT_EQ(entry.action, Action::PowerOff);
     EXPECT_EQ(entry.slot_name, "contactless");
     EXPECT_EQ(entry.result_name, "other");
 }
@@ -419,7 +419,7 @@ TEST_F(PassThrough, LosesNoWholeLineWhenTheProcessIsKilled) {
     waitpid(child, nullptr, 0);
     const Trace trace = read_trace(recorder().file);
     EXPECT_TRUE(trace.problems.empty() ||
-                (trace.problems.size() == 1 && trace.problems[0].kind == Problem::Kind::truncated));
+                (trace.problems.size() == 1 && trace.problems[0].kind == Problem::Kind::Truncated));
     std::int64_t last = 0;
     for (const Entry& entry : trace.entries) {
         if (entry.process == child) {

@@ -48,7 +48,7 @@ TEST(TraceFormat, ReadsEveryFieldOfAnExchange) {
     EXPECT_EQ(entry.timestamp, "2026-11-21T09:30:00.123456Z");
     EXPECT_EQ(entry.began, 1795253400123456);
     EXPECT_TRUE(entry.masked);
-    EXPECT_EQ(entry.action, Action::exchange);
+    EXPECT_EQ(entry.action, Action::Exchange);
     EXPECT_EQ(entry.sequence, 9);
     EXPECT_EQ(entry.duration, 1062);
     EXPECT_TRUE(entry.success);

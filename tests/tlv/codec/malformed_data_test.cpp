@@ -204,7 +204,7 @@ TEST_F(MalformedData, ListsGiveTheReferenceAnswers) {
         for (const char* key_index : {"9F22", "8F"}) {
             ASSERT_EQ(set_state_of(key_index, static_cast<std::uint8_t>(source.below(2))), 0);
             ASSERT_EQ(
-                set_length_of(key_index, static_cast<std::uint16_t>(source.below(2)), current), 0);
+                set_length_of(key_index, static_cast<std::uint16_t>(source.below(2)), Current), 0);
         }
         Bytes list;
         for (std::size_t entries = source.below(8); entries > 0; --entries) {
