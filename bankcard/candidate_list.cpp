@@ -17,9 +17,8 @@ namespace {
 constexpr char separator = '|';
 
 void append_aid(std::span<const std::uint8_t> aid) {
-    // cppcheck-suppress redundantAssignment; it takes this for an assignment to span's `first`
-    const bool first = gucAidNum == 0;
-    const std::size_t text_start = first ? 0 : std::size_t{gucAidListLen} + 1;
+    const bool is_first = gucAidNum == 0;
+    const std::size_t text_start = is_first ? 0 : gucAidListLen + 1U;
     const std::size_t text_length = 2 * aid.size();
     if (aid.size() > max_aid_size || text_start + text_length > std::size(gucAidList)) {
         return;
@@ -27,7 +26,7 @@ void append_aid(std::span<const std::uint8_t> aid) {
     // Deliberate: the first AID replaces the start of the text, yet its length is added to what the
     // counter holds: a host that sets gucAidNum back alone gets a longer list, not a cleared one.
     std::size_t added = text_length;
-    if (!first) {
+    if (!is_first) {
         gucAidList[gucAidListLen] = separator;
         ++added;
     }

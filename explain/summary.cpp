@@ -159,7 +159,8 @@ Ending cryptogram_ending(const Visit& visit) {
         case Tc:
             return {"approved offline by the card (TC)"};
         default:
-            return visit.quick ? Ending{"the card asked for online authorisation (ARQC); its part ends there"}
+            return visit.quick ? Ending{"the card asked for online authorisation (ARQC); its part "
+                                        "ends there"}
                                : online_ending(visit);
     }
 }

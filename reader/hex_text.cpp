@@ -19,7 +19,7 @@ constexpr unsigned digit_value(char character) noexcept {
     return byte <= 0x60 ? byte - 0x37U : byte - 0x57U;
 }
 
-constexpr auto digit_values = [] {
+constexpr auto digit_values = []() {
     std::array<std::uint8_t, 256> values{};
     for (std::size_t i = 0; i < values.size(); ++i) {
         values[i] = static_cast<std::uint8_t>(digit_value(static_cast<char>(i)));

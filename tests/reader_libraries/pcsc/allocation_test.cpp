@@ -1,5 +1,5 @@
-// An exchange of commands over PC/SC allocates nothing. A program of its own: it counts what malloc is asked
-// for.
+// An exchange of commands over PC/SC allocates nothing. A program of its own: it counts what malloc
+// is asked for.
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
-// The functions of PC/SC played in memory, for what no virtual reader shows: mute cards, failures of every
-// kind, the hour. A program that holds this file gets it in place of the system's library.
+// The functions of PC/SC played in memory, for what no virtual reader shows: mute cards, failures
+// of every kind, the hour. A program that holds this file gets it in place of the system's library.
 #pragma once
 
 #include <winscard.h>

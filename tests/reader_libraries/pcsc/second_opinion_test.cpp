@@ -22,8 +22,8 @@ std::string output_of(const std::string& command) {
     return output;
 }
 
-// What opensc-tool prints of the answer to one command: the status word in words, then lines of 16 bytes,
-// as hex digits in 48 columns and as characters.
+// What opensc-tool prints of the answer to one command: the status word in words, then lines of 16
+// bytes, as hex digits in 48 columns and as characters.
 std::string answer_in(const std::string& output) {
     std::istringstream lines(output);
     std::string line;
