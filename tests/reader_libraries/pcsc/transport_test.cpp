@@ -58,9 +58,7 @@ TEST_F(RealTransport, EverySlotReachesItsOwnCard) {
         EXPECT_EQ(power_off(slot.power_off_code), 0);
     }
     for (std::size_t i = 0; i < plugs.size(); ++i) {
-        const auto heard = plugs[i]->heard();
-        ASSERT_FALSE(heard.empty());
-        EXPECT_EQ(heard.back(), "off");
+        EXPECT_TRUE(plugs[i]->heard_at_last("off"));
         plugs[i].reset();
         EXPECT_TRUE(wait_for_card(slots[i].place.reader, false));
         EXPECT_EQ(power_on(slots[i].code), "result -2");

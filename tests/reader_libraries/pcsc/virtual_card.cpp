@@ -44,6 +44,11 @@ std::vector<std::string> VirtualCard::heard(std::size_t at_least) {
     return std::exchange(heard_, {});
 }
 
+bool VirtualCard::heard_at_last(const std::string& event) {
+    std::unique_lock lock(mutex_);
+    return news_.wait_for(lock, limit, [&] { return !heard_.empty() && heard_.back() == event; });
+}
+
 void VirtualCard::note(std::string event) {
     const std::scoped_lock lock(mutex_);
     heard_.push_back(std::move(event));

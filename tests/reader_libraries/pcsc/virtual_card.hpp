@@ -32,6 +32,9 @@ class VirtualCard {
     // is so many (a reader does not wait until the card knows that it has lost its power).
     std::vector<std::string> heard(std::size_t at_least = 0);
 
+    // Waits until this is the last that came; whether it is.
+    bool heard_at_last(const std::string& event);
+
   private:
     void serve();
     bool connect_to_reader();
