@@ -12,6 +12,7 @@
 #include "tests/support/cards.hpp"
 #include "tests/support/library_test.hpp"
 #include "tests/support/scripted_card.hpp"
+#include "tests/support/stored_elements.hpp"
 
 namespace quorrin::test {
 
@@ -32,15 +33,6 @@ inline std::optional<Bytes> element(std::string_view tag_digits) {
 
 inline std::optional<Bytes> value(std::string_view hex_text) {
     return hex(hex_text);
-}
-
-// Stores an element as the host would, without a template.
-inline void store(std::string_view tag_digits, const Bytes& bytes) {
-    const Bytes tag = hex(tag_digits);
-    ASSERT_EQ(emvSetDataElement(nullptr, 0, tag.data(), static_cast<std::uint8_t>(tag.size()),
-                                static_cast<std::uint16_t>(bytes.size()), bytes.data()),
-              0)
-        << tag_digits;
 }
 
 // Every element that is present: tag and value.
@@ -87,21 +79,6 @@ inline void set_candidates(const CandidateList& list) {
     gucAidListLen = static_cast<std::uint8_t>(list.length);
     gucAidNum = static_cast<std::uint8_t>(list.count);
 }
-
-// Bytes in a heap buffer of their exact size: the address sanitizer sees a read beyond them, which
-// a vector with room to spare would hide.
-class ExactInput {
-  public:
-    explicit ExactInput(const Bytes& bytes) : buffer_(bytes.size()) {
-        std::copy(bytes.begin(), bytes.end(), buffer_.data());
-    }
-
-    const std::uint8_t* data() { return buffer_.data(); }
-    std::uint16_t length() const { return static_cast<std::uint16_t>(buffer_.size()); }
-
-  private:
-    GuardedBuffer buffer_;
-};
 
 // A test name from what a case says about itself.
 inline std::string test_name(std::string text) {

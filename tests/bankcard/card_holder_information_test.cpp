@@ -23,8 +23,8 @@ class PackedInformation : public BankCardTest {
 };
 
 TEST_F(PackedInformation, NamesHexAndRawValues) {
-    store("5A", hex("6222334455667788"));
-    store("5F20", text_bytes("TEST/HOLDER"));
+    put("5A", hex("6222334455667788"));
+    put("5F20", text_bytes("TEST/HOLDER"));
     insert("");
     EXPECT_TRUE(packs("AB", "A0166222334455667788B011TEST/HOLDER"));
     EXPECT_TRUE(packs("BA", "B011TEST/HOLDERA0166222334455667788"));
@@ -32,15 +32,15 @@ TEST_F(PackedInformation, NamesHexAndRawValues) {
 }
 
 TEST_F(PackedInformation, HoldsEveryElementOfTheTable) {
-    store("5A", hex("6205500000000000004F"));
-    store("5F20", hex("54455354 00 C4E3"));
-    store("9F62", hex("01"));
-    store("9F61", text_bytes("TEST00000000000018"));
-    store("9F42", hex("0156"));
-    store("5F24", hex("301231"));
-    store("5F34", hex("01"));
-    store("57", hex("6205500000000000004D30122200000123456F"));
-    store("9F1F", text_bytes("0102030405"));
+    put("5A", hex("6205500000000000004F"));
+    put("5F20", hex("54455354 00 C4E3"));
+    put("9F62", hex("01"));
+    put("9F61", text_bytes("TEST00000000000018"));
+    put("9F42", hex("0156"));
+    put("5F24", hex("301231"));
+    put("5F34", hex("01"));
+    put("57", hex("6205500000000000004D30122200000123456F"));
+    put("9F1F", text_bytes("0102030405"));
     insert(R"(
 80CA9F7900
     9F79[000000012345] 9000
@@ -67,13 +67,13 @@ TEST_F(PackedInformation, HoldsEveryElementOfTheTable) {
 }
 
 TEST_F(PackedInformation, KeepsTheOrderOfTheKeysAndRepeatsThem) {
-    store("5F34", hex("01"));
-    store("9F42", hex("0156"));
+    put("5F34", hex("01"));
+    put("9F42", hex("0156"));
     EXPECT_TRUE(packs("JHJ", "J00201H0040156J00201"));
 }
 
 TEST_F(PackedInformation, LeavesOutUnknownKeysAndAbsentElements) {
-    store("5F34", hex("01"));
+    put("5F34", hex("01"));
     insert("80CA *\n    6A88\n");
     EXPECT_TRUE(packs("Z", ""));
     EXPECT_TRUE(packs("ZJ ja\xFF\tPA", "J00201"));
@@ -85,7 +85,7 @@ TEST_F(PackedInformation, LeavesOutUnknownKeysAndAbsentElements) {
 }
 
 TEST_F(PackedInformation, AsksForTheStateAndNotForTheValue) {
-    store("5F34", hex("01"));
+    put("5F34", hex("01"));
     const Bytes tag = hex("5F34");
     ASSERT_EQ(emvSetDataElementState(tag.data(), 2, 0), 0);
     EXPECT_TRUE(packs("J", ""));
@@ -104,7 +104,7 @@ TEST_F(PackedInformation, FetchesTheElementEveryTime) {
 TEST_F(PackedInformation, TakesTheStoredValueWhenTheCardRefusesANewOne) {
     for (const Refusal& refusal : refusals()) {
         emvClrIccAndTermData();
-        store("9F79", hex("000000000700"));
+        put("9F79", hex("000000000700"));
         insert("").at_step(0, refusal.answer);
         EXPECT_TRUE(packs("E", "E012000000000700")) << refusal.name;
         EXPECT_EQ(commands(), Commands{"80CA9F7900"}) << refusal.name;
@@ -120,25 +120,25 @@ TEST_F(PackedInformation, DeliberatelyFetchesFromTheOpenReader) {
 
 TEST_F(PackedInformation, LeavesOutAnItemThatDoesNotFit) {
     // Seven items of 260 characters are 1820.
-    store("9F1F", Bytes(256, 'T'));
+    put("9F1F", Bytes(256, 'T'));
     const std::string track = "L256" + std::string(256, 'T');
     std::string seven;
     for (int i = 0; i < 7; ++i) {
         seven += track;
     }
-    store("5F20", Bytes(224, 'N'));
-    store("5F34", hex("01"));
+    put("5F20", Bytes(224, 'N'));
+    put("5F34", hex("01"));
     const std::string name = "B224" + std::string(224, 'N');
     EXPECT_TRUE(packs("LLLLLLLB", seven + name)) << "2048 characters";
     EXPECT_TRUE(packs("LLLLLLLBJ", seven + name));
     EXPECT_TRUE(packs("LLLLLLLLJLB", seven + "J00201")) << "a shorter one still fits";
-    store("5F20", Bytes(225, 'N'));
+    put("5F20", Bytes(225, 'N'));
     EXPECT_TRUE(packs("LLLLLLLBJ", seven + "J00201")) << "one character too many";
 }
 
 TEST_F(PackedInformation, WalksTheWholeKeyString) {
-    store("5F34", hex("01"));
-    store("9F62", hex("00"));
+    put("5F34", hex("01"));
+    put("9F62", hex("00"));
     EXPECT_TRUE(packs(std::string(255, 'Z') + "J", "J00201"));
     EXPECT_TRUE(packs(std::string(256, 'Z') + "J", "J00201"));
     EXPECT_TRUE(packs(std::string(10000, 'Z') + "JC", "J00201C00200"));
@@ -150,10 +150,10 @@ TEST_F(PackedInformation, WalksTheWholeKeyString) {
 }
 
 TEST_F(PackedInformation, StaysInsideItsBuffersWhateverLengthTheHostLeft) {
-    store("9F1F", Bytes(256, 'T'));
+    put("9F1F", Bytes(256, 'T'));
     const Bytes tag = hex("9F1F");
     ASSERT_EQ(emvSetDataElementLength(tag.data(), 2, 0xFFFF, 0), 0);
-    store("5F34", hex("01"));
+    put("5F34", hex("01"));
     EXPECT_TRUE(packs("LJ", "J00201"));
 }
 
@@ -225,9 +225,9 @@ TEST_F(CardHolderInformation, WritesNothingForNoKeys) {
 }
 
 TEST_F(CardHolderInformation, StartsFromAnEmptyStore) {
-    store("9F02", hex("000000001000"));
-    store("9F66", hex("26000080"));
-    store("5F34", hex("01"));
+    put("9F02", hex("000000001000"));
+    put("9F66", hex("26000080"));
+    put("5F34", hex("01"));
     insert(small_card);
     GuardedBuffer out(2048);
     EXPECT_EQ(getIccInfo(handle, "A000000333", "J", out.text()), 0);
@@ -287,7 +287,7 @@ TEST_F(CardHolderInformation, DeliberatelyGoesOnWithoutASelectionAfterALostDirec
     };
     for (const std::size_t lost : {1u, 2u}) {
         for (const Case& c : cases) {
-            store("9F38", hex("9F0206"));
+            put("9F38", hex("9F0206"));
             insert(card_with_directory(directory)).with(c.rows).at_step(lost, failure(-11));
             GuardedBuffer out(2048);
             EXPECT_EQ(getIccInfo(handle, nullptr, "A", out.text()), c.result) << c.what;
@@ -311,7 +311,7 @@ TEST_F(CardHolderInformation, GoesOnWhenARecordOrGetDataIsRefused) {
 }
 
 TEST_F(CardHolderInformation, RefusesNullPointersBeforeAnythingIsSent) {
-    store("5F34", hex("01"));
+    put("5F34", hex("01"));
     insert("");
     GuardedBuffer out(16);
     EXPECT_EQ(getIccInfo(handle, "A000000333", nullptr, out.text()), -14);

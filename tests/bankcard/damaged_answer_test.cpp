@@ -122,8 +122,8 @@ class DamagedInput : public BankCardTest {
         const auto give = [&](const Bytes& damaged) {
             emvClrIccAndTermData();
             set_candidates(candidates("", 0));
-            ExactInput input(damaged);
-            ++codes[process(input.data(), input.length())];
+            ExactBytes input(damaged);
+            ++codes[process(input.data(), input.size16())];
         };
         for (std::size_t length = 0; length < whole.size(); ++length) {
             give(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));

@@ -8,15 +8,15 @@ namespace {
 class Directory : public BankCardTest {
   protected:
     static std::int64_t process_record(const Bytes& record) {
-        ExactInput input(record);
-        return emvProcessSFIofDDF(input.data(), input.length());
+        ExactBytes input(record);
+        return emvProcessSFIofDDF(input.data(), input.size16());
     }
     static std::int64_t process_record(std::string_view record) {
         return process_record(card_bytes(record));
     }
     static std::int64_t process_fci(const Bytes& fci) {
-        ExactInput input(fci);
-        return qPBOCProcessDDF(input.data(), input.length());
+        ExactBytes input(fci);
+        return qPBOCProcessDDF(input.data(), input.size16());
     }
     static std::int64_t process_fci(std::string_view fci) { return process_fci(card_bytes(fci)); }
 
@@ -138,7 +138,7 @@ TEST_F(Directory, ReadsRecordsOfTheLongestAnswer) {
 }
 
 TEST_F(Directory, SendsNothingAndKeepsTheStore) {
-    store("5A", hex("6205500000000000004F"));
+    put("5A", hex("6205500000000000004F"));
     insert("");
     EXPECT_EQ(process_record("70[ 61[ 4F[A000000001] ] 5A[11] ]"), 0);
     EXPECT_EQ(process_fci("6F[ 84[A0] A5[ BF0C[ 61[ 4F[A000000002] ] ] ] ]"), 0);

@@ -15,7 +15,7 @@ class FirstGenerateAc : public BankCardTest {
     FirstGenerateAc() { gucGetArqcFlag = no_arqc; }
 
     static std::int64_t generate_ac(const Bytes& cdol1, Answer card_answer) {
-        store("8C", cdol1);
+        put("8C", cdol1);
         reader().answers = {std::move(card_answer)};
         return emvGACFrist(handle);
     }
@@ -46,7 +46,7 @@ TEST_F(FirstGenerateAc, DeliberatelyAnswersAMissingCdol1WithAPositiveCode) {
 }
 
 TEST_F(FirstGenerateAc, NeedsAPresentCdol1) {
-    store("8C", hex("9A03"));
+    put("8C", hex("9A03"));
     const std::uint8_t tag = 0x8C;
     emvSetDataElementState(&tag, 1, 0);
     EXPECT_EQ(emvGACFrist(handle), 238);
@@ -54,11 +54,11 @@ TEST_F(FirstGenerateAc, NeedsAPresentCdol1) {
 }
 
 TEST_F(FirstGenerateAc, AsksForAnArqcWithTheDataThatTheCardLists) {
-    store("9F02", hex("000000001000"));
-    store("9A", hex("250102"));
-    store("5F2A", hex("0156"));
-    store("9F37", hex("A1A2A3A4"));
-    store("82", hex("7C00"));
+    put("9F02", hex("000000001000"));
+    put("9A", hex("250102"));
+    put("5F2A", hex("0156"));
+    put("9F37", hex("A1A2A3A4"));
+    put("82", hex("7C00"));
     EXPECT_EQ(generate_ac(hex("9F0206 9F0306 9F1A02 9505 5F2A02 9A03 9F3704 8202 DF8001"), good()),
               0);
     const std::string data =
@@ -98,7 +98,7 @@ struct DataCase {
 class Cdol1Data : public FirstGenerateAc, public testing::WithParamInterface<DataCase> {};
 
 TEST_P(Cdol1Data, AreSentWhileTheyFitIntoOneCommand) {
-    store("9A", hex("250102"));
+    put("9A", hex("250102"));
     EXPECT_EQ(generate_ac(card_bytes(GetParam().cdol1), good()), GetParam().code);
     if (*GetParam().sent == '\0') {
         EXPECT_THAT(commands(), IsEmpty());
@@ -148,14 +148,14 @@ TEST_F(FirstGenerateAc, TakesTheLongestCdol1) {
     for (int i = 0; i < 126; ++i) {
         cdol1 = join(cdol1, hex("9A01"));
     }
-    store("9A", hex("250102"));
+    put("9A", hex("250102"));
     ASSERT_EQ(cdol1.size(), 252u);
     EXPECT_EQ(generate_ac(cdol1, good()), 0);
     EXPECT_THAT(commands(), ElementsAre("80AE80007E" + to_hex(filled(126, 0x02)) + "00"));
 }
 
 TEST_F(FirstGenerateAc, CountsTheLengthOfCdol1InEightBits) {
-    store("8C", hex("9A03 9C01"));
+    put("8C", hex("9A03 9C01"));
     const std::uint8_t tag = 0x8C;
     emvSetDataElementLength(&tag, 1, 0x102, 0);
     reader().answers = {good()};

@@ -152,7 +152,7 @@ TEST_F(IssuerAnswer, ExternalAuthenticateReportsHowTheCardRefuses) {
 }
 
 TEST_F(IssuerAnswer, ExternalAuthenticateDeliberatelySendsWhatIsStoredPresentOrNot) {
-    store("91", hex("0102030405060708"));
+    put("91", hex("0102030405060708"));
     EXPECT_EQ(emvExternalAuthenticate(5), 0);
     // The length counts, not the presence.
     const std::uint8_t tag = 0x91;
@@ -163,7 +163,7 @@ TEST_F(IssuerAnswer, ExternalAuthenticateDeliberatelySendsWhatIsStoredPresentOrN
 }
 
 TEST_F(IssuerAnswer, ExternalAuthenticateNeverSendsMoreThanTheElementHolds) {
-    store("91", hex("000102030405060708090A0B0C0D0E0F"));
+    put("91", hex("000102030405060708090A0B0C0D0E0F"));
     const std::uint8_t tag = 0x91;
     emvSetDataElementLength(&tag, 1, 0xFF, 0);
     EXPECT_EQ(emvExternalAuthenticate(handle), 0);

@@ -76,7 +76,7 @@ TEST_F(LogReading, DeliberatelyGivesTheFirstTextsLengthOnceAndAllTexts) {
 
 TEST_F(LogReading, LeavesTheStoreAlone) {
     insert(card_with_log(usual_entry, usual_format, 2));
-    store("9F02", hex("000000012300"));
+    put("9F02", hex("000000012300"));
     EXPECT_EQ(read(1), 0);
     EXPECT_EQ(present_elements(), (Elements{{"9F02", "000000012300"}}));
 }

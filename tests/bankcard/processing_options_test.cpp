@@ -15,13 +15,13 @@ TEST_F(TerminalDefaults, SetTheTransactionQualifiersWhenTheyAreAbsent) {
 }
 
 TEST_F(TerminalDefaults, KeepTheQualifiersOfTheHost) {
-    store("9F66", hex("26000080"));
+    put("9F66", hex("26000080"));
     setTermDataBeforeGPO();
     EXPECT_EQ(present_elements(), (Elements{{"9F66", "26000080"}}));
 }
 
 TEST_F(TerminalDefaults, AskForTheStateOfTheQualifiersAlone) {
-    store("9F66", hex("26000080"));
+    put("9F66", hex("26000080"));
     const Bytes tag = hex("9F66");
     ASSERT_EQ(emvSetDataElementState(tag.data(), 2, 0), 0);
     setTermDataBeforeGPO();
@@ -50,7 +50,7 @@ TEST_F(ProcessingOptions, SendsAnEmptyTemplateToACardWithoutAPdol) {
 }
 
 TEST_F(ProcessingOptions, AnswersThePdolWithTheDataOfTheHost) {
-    store("9F38", hex("9F6604 9F0206 9F0306 9F1A02 9505 5F2A02 9A03 9C01 9F3704 9F2103 9F4E08"));
+    put("9F38", hex("9F6604 9F0206 9F0306 9F1A02 9505 5F2A02 9A03 9C01 9F3704 9F2103 9F4E08"));
     insert(answers_format_1);
     EXPECT_EQ(emvGPO(handle,
                      "P012000000001000 Q012000000000050R0040156S006250101T00201U006235959"
@@ -87,11 +87,11 @@ TEST_F(ProcessingOptions, FitsThePdolDataByTheirFormats) {
     };
     for (const Case& c : cases) {
         emvClrIccAndTermData();
-        store("9F1A", hex("0156"));
-        store("9F33", hex("E0F8C8"));
-        store("5A", hex("6205500000000000004F"));
-        store("4F", hex("A000000333010101"));
-        store("9F38", hex(c.pdol));
+        put("9F1A", hex("0156"));
+        put("9F33", hex("E0F8C8"));
+        put("5A", hex("6205500000000000004F"));
+        put("4F", hex("A000000333010101"));
+        put("9F38", hex(c.pdol));
         insert("80A80000 *\n    77[] 9000\n");
         EXPECT_EQ(emvGPO(handle, nullptr, nullptr), 0) << c.what;
         const Bytes data = object("83", hex(c.data));
@@ -115,7 +115,7 @@ TEST_F(ProcessingOptions, RefusesAPdolThatCannotBeAnswered) {
     };
     for (const auto& [what, pdol] : cases) {
         emvClrIccAndTermData();
-        store("9F38", pdol);
+        put("9F38", pdol);
         insert("");
         EXPECT_EQ(emvGPO(handle, nullptr, nullptr), -107) << what;
         EXPECT_EQ(reader().calls, Commands{}) << what;
@@ -141,7 +141,7 @@ TEST_F(ProcessingOptions, DeliberatelyCountsTheDataInOneByte) {
     };
     for (const Case& c : cases) {
         emvClrIccAndTermData();
-        store("9F38", hex(c.pdol));
+        put("9F38", hex(c.pdol));
         insert("80A80000 *\n    77[] 9000\n");
         EXPECT_EQ(emvGPO(handle, nullptr, nullptr), 0) << c.data;
         EXPECT_EQ(commands(),
@@ -152,7 +152,7 @@ TEST_F(ProcessingOptions, DeliberatelyCountsTheDataInOneByte) {
 }
 
 TEST_F(ProcessingOptions, DeliberatelyGoesOnAfterABadItemOfTheHost) {
-    store("9F38", hex("9F0206 9C01 9A03"));
+    put("9F38", hex("9F0206 9C01 9A03"));
     insert(answers_format_1);
     EXPECT_EQ(emvGPO(handle, "P012000000001000X004ABCDT00201", TagMapPDolTerData), 0);
     EXPECT_EQ(commands(), Commands{"80A800000C830A0000000010000000000000"});
@@ -165,8 +165,8 @@ TEST_F(ProcessingOptions, IgnoresTextWithoutATable) {
 }
 
 TEST_F(ProcessingOptions, KeepsTheQualifiersThatTheHostSet) {
-    store("9F38", hex("9F6604"));
-    store("9F66", hex("26000080"));
+    put("9F38", hex("9F6604"));
+    put("9F66", hex("26000080"));
     insert(answers_format_1);
     EXPECT_EQ(emvGPO(handle, nullptr, nullptr), 0);
     EXPECT_EQ(commands(), Commands{"80A80000068304260000"
@@ -174,8 +174,8 @@ TEST_F(ProcessingOptions, KeepsTheQualifiersThatTheHostSet) {
 }
 
 TEST_F(ProcessingOptions, ReadsThePdolNoFurtherThanItsStorage) {
-    store("9F38", hex("9C01"));
-    store("9C", hex("20"));
+    put("9F38", hex("9C01"));
+    put("9C", hex("20"));
     const Bytes tag = hex("9F38");
     ASSERT_EQ(emvSetDataElementLength(tag.data(), 2, 0xFFFF, 0), 0);
     insert("");
@@ -267,8 +267,8 @@ void PrintTo(const AnswerCase& c, std::ostream* out) {
 class OptionsAnswer : public BankCardTest, public testing::WithParamInterface<AnswerCase> {};
 
 TEST_P(OptionsAnswer, IsStored) {
-    ExactInput bytes(card_bytes(GetParam().answer));
-    EXPECT_EQ(emvExtractAipAfl(bytes.data(), bytes.length()), GetParam().result);
+    ExactBytes bytes(card_bytes(GetParam().answer));
+    EXPECT_EQ(emvExtractAipAfl(bytes.data(), bytes.size16()), GetParam().result);
     EXPECT_EQ(present_elements(), GetParam().elements);
 }
 
@@ -337,29 +337,29 @@ INSTANTIATE_TEST_SUITE_P(Answers, OptionsAnswer, testing::ValuesIn(answer_cases)
 class StoredOptions : public BankCardTest {
   protected:
     static int extract(std::string_view text) {
-        ExactInput bytes(card_bytes(text));
-        return emvExtractAipAfl(bytes.data(), bytes.length());
+        ExactBytes bytes(card_bytes(text));
+        return emvExtractAipAfl(bytes.data(), bytes.size16());
     }
 };
 
 TEST_F(StoredOptions, DeliberatelyReplaceAnOlderAipAndKeepTheOlderAfl) {
-    store("82", hex("0000"));
+    put("82", hex("0000"));
     EXPECT_EQ(extract("80[ 7C00 08010300 ]"), -30);
     EXPECT_EQ(present_elements(), (Elements{{"82", "7C00"}}));
-    store("94", hex("10010100"));
+    put("94", hex("10010100"));
     EXPECT_EQ(extract("80[ 5800 08010300 ]"), -30);
     EXPECT_EQ(present_elements(), (Elements{{"82", "5800"}, {"94", "10010100"}}));
 }
 
 TEST_F(StoredOptions, DeliberatelyReplaceTheBytesOfAnOlderAflAndKeepItsLength) {
-    store("94", hex("10010100 18010100"));
+    put("94", hex("10010100 18010100"));
     EXPECT_EQ(extract("80[ 7C00 08010300 ]"), -29);
     EXPECT_EQ(present_elements(), (Elements{{"82", "7C00"}, {"94", "0801030018010100"}}));
 }
 
 TEST_F(StoredOptions, AreReplacedByFormat2) {
-    store("82", hex("0000"));
-    store("94", hex("10010100"));
+    put("82", hex("0000"));
+    put("94", hex("10010100"));
     EXPECT_EQ(extract("77[ 82[7C00] 94[08010300] ]"), 0);
     EXPECT_EQ(present_elements(), (Elements{{"82", "7C00"}, {"94", "08010300"}}));
 }

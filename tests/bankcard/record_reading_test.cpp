@@ -40,7 +40,7 @@ TEST_F(RecordReading, SendsOneCommandForEveryRecord) {
         {"three bytes too many", "08010100100101", read_records({"010C"})},
     };
     for (const Case& c : cases) {
-        store("94", hex(c.afl));
+        put("94", hex(c.afl));
         insert("00B2 *\n    70[] 9000\n");
         EXPECT_EQ(emvReadICCard(handle), 0) << c.what;
         EXPECT_EQ(commands(), c.commands) << c.what;
@@ -49,7 +49,7 @@ TEST_F(RecordReading, SendsOneCommandForEveryRecord) {
 
 TEST_F(RecordReading, GoesToTheUserCardWithTheHostsHandle) {
     EG_nUserCardType = 12;
-    store("94", hex("08010100"));
+    put("94", hex("08010100"));
     insert("00B2 *\n    70[] 9000\n");
     EXPECT_EQ(emvReadICCard(99), 0);
     EXPECT_EQ(reader().calls, Commands{"Send 99 31: 00B2010C00"});
@@ -62,7 +62,7 @@ TEST_F(RecordReading, ReadsNothingWithoutAnAfl) {
 }
 
 TEST_F(RecordReading, ReadsEveryRecordThatAnEntryCanName) {
-    store("94", hex("0800FF00"));
+    put("94", hex("0800FF00"));
     insert("00B2 *\n    9000\n");
     EXPECT_EQ(emvReadICCard(handle), 0);
     ASSERT_EQ(commands().size(), 256u);
@@ -79,7 +79,7 @@ TEST_F(RecordReading, WalksTheLongestAfl) {
         afl.insert(afl.end(), {0x10, number, number, 0});
         expected.push_back("00B2" + to_hex(Bytes{number}) + "1400");
     }
-    store("94", afl);
+    put("94", afl);
     insert("00B2 *\n    70[] 9000\n");
     EXPECT_EQ(emvReadICCard(handle), 0);
     EXPECT_EQ(commands(), expected);
@@ -97,7 +97,7 @@ TEST_F(RecordReading, WalksTheLongestAfl) {
 }
 
 TEST_F(RecordReading, StoresWhatTheRecordsHold) {
-    store("94", hex("08010300"));
+    put("94", hex("08010300"));
     insert(R"(
 00B2010C00
     70[ 5A[6205500000000000004F] 5F24[301231] DF11[01020304] 5F20['TEST/HOLDER'] ] 9000
@@ -117,7 +117,7 @@ TEST_F(RecordReading, StoresWhatTheRecordsHold) {
 }
 
 TEST_F(RecordReading, StoresARecordOfTheLongestAnswer) {
-    store("94", hex("08010100"));
+    put("94", hex("08010100"));
     insert("00B2 *\n    70[ 90[11*248] 9F46[22*248] 93[33*248] 5F20[44*252] DF11[55*1] ] 9000\n");
     EXPECT_EQ(emvReadICCard(handle), 0);
     EXPECT_EQ(element("90"), filled(248, 0x11));
@@ -136,7 +136,7 @@ TEST_F(RecordReading, StoresARecordOfTheLongestAnswer) {
 TEST_F(RecordReading, DeliberatelyPassesOverTheRestOfAnEntryThatIsRefused) {
     for (const Refusal& refusal : refusals()) {
         emvClrIccAndTermData();
-        store("94", hex("08010300 10010100"));
+        put("94", hex("08010300 10010100"));
         insert(R"(
 00B2010C00
     70[ 5F34[01] ] 9000
@@ -155,7 +155,7 @@ TEST_F(RecordReading, DeliberatelyPassesOverTheRestOfAnEntryThatIsRefused) {
 }
 
 TEST_F(RecordReading, FetchesRecordsThatWait) {
-    store("94", hex("08010200"));
+    put("94", hex("08010200"));
     insert(R"(
 00B2010C00
     6106
@@ -173,7 +173,7 @@ TEST_F(RecordReading, FetchesRecordsThatWait) {
 }
 
 TEST_F(RecordReading, PassesOverARecordWithAWarning) {
-    store("94", hex("08010200"));
+    put("94", hex("08010200"));
     insert("00B2 *\n    70[ 5F34[01] ] 6282\n");
     EXPECT_EQ(emvReadICCard(handle), 0);
     EXPECT_EQ(commands(), read_records({"010C"}));
@@ -196,7 +196,7 @@ TEST_F(RecordReading, EndsAtARecordThatDoesNotParse) {
     };
     for (const auto& [what, record] : cases) {
         emvClrIccAndTermData();
-        store("94", hex("08010300 10010100"));
+        put("94", hex("08010300 10010100"));
         insert("00B2010C00\n    70[ 5F25[200101] ] 9000\n00B2020C00\n    " + std::string(record) +
                " 9000\n");
         EXPECT_EQ(emvReadICCard(handle), -107) << what;
@@ -207,7 +207,7 @@ TEST_F(RecordReading, EndsAtARecordThatDoesNotParse) {
 }
 
 TEST_F(RecordReading, WalksTheAflAsItWasAtTheStart) {
-    store("94", hex("08010200 10010100"));
+    put("94", hex("08010200 10010100"));
     insert(R"(
 00B2010C00
     77[ 94[F8010500] ] 9000

@@ -66,8 +66,8 @@ TEST_F(SelectAid, LeavesTheCandidateListAloneWhenTheHostNamesTheAid) {
 
 TEST_F(SelectAid, EmptiesTheStoreFirstAlsoWhenTheSelectionFails) {
     for (const char* aid : {"A000000333010101", ""}) {
-        store("9F02", hex("000000001000"));
-        store("5A", hex("6205500000000000004F"));
+        put("9F02", hex("000000001000"));
+        put("5A", hex("6205500000000000004F"));
         gl_TAC_Online[0] = 0;
         gl_Tm_RmCheckFlg = 0;
         insert("00A40400 *\n    6A82");
@@ -103,7 +103,7 @@ TEST_F(SelectAid, ConvertsTheTextDigitByDigit) {
 
 TEST_F(SelectAid, RefusesATextOf256CharactersBeforeAnythingIsClearedOrSent) {
     insert("00A40400 *\n    9000");
-    store("9F02", hex("000000001000"));
+    put("9F02", hex("000000001000"));
     CARD_STATUS = -4;
     CARD_SW1 = 0x6A;
     for (const std::size_t length : {256, 257, 5000}) {
@@ -290,7 +290,7 @@ TEST_F(SelectAid, DeliberatelySucceedsWithoutSelectingAfterATransportFailureInTh
     for (const auto& [step, sent, list] : steps) {
         for (const std::int64_t result : {-2, -4, -11, -99, 1}) {
             insert(card_with_directory(two_applications)).at_step(step, failure(result));
-            store("5F34", hex("01"));
+            put("5F34", hex("01"));
             EXPECT_EQ(emvSelectAid(handle, nullptr), 0) << step;
             EXPECT_EQ(commands(), sent) << step;
             EXPECT_EQ(CARD_STATUS, result) << step;

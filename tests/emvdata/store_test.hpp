@@ -6,32 +6,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "quorrin/quorrin.h"
 #include "tests/emvdata/element_listing.hpp"
 #include "tests/support/guarded_buffer.hpp"
+#include "tests/support/stored_elements.hpp"
 
 namespace quorrin::test {
-
-// Bytes in a heap block of exactly their size, so that the sanitizers see any read beyond them.
-class ExactBytes {
-  public:
-    explicit ExactBytes(const Bytes& bytes)
-        : size_(bytes.size()), bytes_(std::make_unique<std::uint8_t[]>(bytes.size())) {
-        std::copy(bytes.begin(), bytes.end(), bytes_.get());
-    }
-    std::uint8_t* data() const { return bytes_.get(); }
-    std::size_t size() const { return size_; }
-    std::uint8_t size8() const { return static_cast<std::uint8_t>(size_); }
-    std::uint16_t size16() const { return static_cast<std::uint16_t>(size_); }
-
-  private:
-    std::size_t size_;
-    std::unique_ptr<std::uint8_t[]> bytes_;
-};
 
 // 01 02 03 ...
 inline Bytes counted(std::size_t size) {
@@ -40,19 +23,6 @@ inline Bytes counted(std::size_t size) {
         bytes[i] = static_cast<std::uint8_t>(i + 1);
     }
     return bytes;
-}
-
-inline std::int32_t store(std::string_view tag, const Bytes& value,
-                          std::string_view parent_template = "") {
-    const ExactBytes parent(hex(parent_template));
-    const ExactBytes tag_bytes(hex(tag));
-    const ExactBytes value_bytes(value);
-    return emvSetDataElement(parent.data(), parent.size8(), tag_bytes.data(), tag_bytes.size8(),
-                             value_bytes.size16(), value_bytes.data());
-}
-inline std::int32_t store(std::string_view tag, std::string_view value,
-                          std::string_view parent_template = "") {
-    return store(tag, hex(value), parent_template);
 }
 
 inline std::int32_t walk(const Bytes& response) {

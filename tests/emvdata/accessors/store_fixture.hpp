@@ -27,13 +27,6 @@ inline QuorrinDataElement& row(std::string_view tag) {
     }
 }
 
-// Puts a value into the store as the host or a card response would.
-inline void put(std::string_view tag, const Bytes& value) {
-    if (store(tag, value) != 0) {
-        throw std::invalid_argument("not stored: " + std::string(tag));
-    }
-}
-
 // The first bytes of an element's storage; all of it (its longest length) unless a count is given.
 inline Bytes stored(std::string_view tag) {
     const QuorrinDataElement& element = row(tag);

@@ -7,6 +7,7 @@
 
 #include "tests/support/card_notation.hpp"
 #include "tests/support/library_test.hpp"
+#include "tests/support/stored_elements.hpp"
 
 namespace quorrin::test {
 
@@ -51,12 +52,7 @@ class IssuerScriptTest : public LibraryTest {
         extract_bytes(data);
     }
     // Puts a script buffer into the store that no issuer data would give.
-    static void store_buffer(const Bytes& buffer) {
-        const std::uint8_t tag = 0x71;
-        ASSERT_EQ(emvSetDataElement(nullptr, 0, &tag, 1, static_cast<std::uint16_t>(buffer.size()),
-                                    buffer.data()),
-                  0);
-    }
+    static void store_buffer(const Bytes& buffer) { put("71", buffer); }
 
     // An element as "state length value", the value over its current length; "absent" for one that
     // is as the reset left it.
