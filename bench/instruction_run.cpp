@@ -12,7 +12,7 @@ using namespace quorrin::bench;
 
 namespace {
 
-std::size_t walk(const Bytes& answer, std::size_t elements, int runs) {
+std::size_t walk(const ByteString& answer, std::size_t elements, int runs) {
     emvClrIccAndTermData();
     for (int i = 0; i < runs; ++i) {
         if (emvExtractDataElement(answer.data(), static_cast<std::uint16_t>(answer.size())) != 0) {
@@ -26,7 +26,7 @@ std::size_t walk(const Bytes& answer, std::size_t elements, int runs) {
 }
 
 std::size_t build_cdol1(int runs) {
-    const Bytes list = cdol1();
+    const ByteString list = cdol1();
     std::uint8_t out[256];
     std::uint16_t out_length = 0;
     emvClrIccAndTermData();
@@ -49,7 +49,7 @@ std::size_t reset(int runs) {
 }
 
 std::size_t find(const char* tag_text, unsigned table, int runs) {
-    const Bytes tag = quorrin::test::hex(tag_text);
+    const ByteString tag = quorrin::test::hex(tag_text);
     std::uint16_t row = 0;
     for (int i = 0; i < runs; ++i) {
         if (emvFindDataElement(tag.data(), 2, &row) != table) {

@@ -25,11 +25,11 @@ constexpr char issuer_answer[] =
     "8A023030910A0102030405060708303071129F180411223344860984240000041A2B3C4D";
 
 struct RecordedExchange {
-    Bytes command;
-    Bytes answer;
+    ByteString command;
+    ByteString answer;
 };
 
-Bytes ended_well(Bytes data) {
+ByteString ended_well(ByteString data) {
     data.push_back(0x90);
     data.push_back(0x00);
     return data;
@@ -37,7 +37,7 @@ Bytes ended_well(Bytes data) {
 
 std::vector<RecordedExchange> record_exchanges() {
     std::vector<RecordedExchange> all;
-    const auto expect = [&](const char* command, const Bytes& answer) {
+    const auto expect = [&](const char* command, const ByteString& answer) {
         all.push_back({hex(command), ended_well(answer)});
     };
     expect("00A404000E 315041592E5359532E4444463031 00",
@@ -134,7 +134,7 @@ void check_purchase() {
     demand(result == 0, "a step failed");
     demand(card().next == &*recorded_exchanges().end(), "not every exchange was made");
     demand(test::to_hex(gl_AC) == "1122334455667788", "the cryptogram");
-    demand(test::to_hex(Bytes(gl_Iss_ScriptRslt, gl_Iss_ScriptRslt + 5)) == "2011223344",
+    demand(test::to_hex(ByteString(gl_Iss_ScriptRslt, gl_Iss_ScriptRslt + 5)) == "2011223344",
            "the script's result");
     card().checks = false;
 }
@@ -168,7 +168,7 @@ int64_t ICC_Reader_Application(int64_t /*handle*/, int /*slot*/, int64_t length,
     Card& inserted = card();
     const RecordedExchange& exchange = *inserted.next++;
     if (inserted.checks) {
-        const Bytes sent(command, command + length);
+        const ByteString sent(command, command + length);
         if (sent != exchange.command && inserted.mismatch.empty()) {
             inserted.mismatch = quorrin::test::to_hex(sent) + " sent for " +
                                 quorrin::test::to_hex(exchange.command);

@@ -12,12 +12,13 @@ namespace quorrin::bench {
 struct RecordedExchange {
     const char* name;
     const char* command;
-    test::Bytes answer;
+    test::ByteString answer;
 };
 
 inline const std::vector<RecordedExchange>& recorded_exchanges() {
     static const std::vector<RecordedExchange> rows = [] {
-        test::Bytes longest = test::hex("7082 03FA 57 13 9999010000000011D30122010000012300000F");
+        test::ByteString longest =
+            test::hex("7082 03FA 57 13 9999010000000011D30122010000012300000F");
         while (longest.size() < 1022) {  // 1006 bytes more, as certificates are
             longest.insert(longest.end(), {0x9F, 0x46, 0x60});
             for (int i = 0; i < 0x60; ++i) {
@@ -47,7 +48,7 @@ inline const std::vector<RecordedExchange>& recorded_exchanges() {
     return rows;
 }
 
-inline const test::Bytes& answer_to(const std::uint8_t* command) {
+inline const test::ByteString& answer_to(const std::uint8_t* command) {
     static const std::vector<RecordedExchange>& rows = recorded_exchanges();
     const bool record = command[1] == 0xB2;
     const std::size_t row = command[1] == 0xCA          ? 0

@@ -85,13 +85,13 @@ BENCHMARK_CAPTURE(linear_lookup, last, last_tag, &TermDt[47])->Apply(show_fastes
 BENCHMARK_CAPTURE(linear_lookup, unknown, unknown_tag, nullptr)->Apply(show_fastest);
 
 // Into an empty store; whether every element arrived.
-bool walks(const Bytes& answer, std::size_t elements) {
+bool walks(const ByteString& answer, std::size_t elements) {
     emvClrIccAndTermData();
     return emvExtractDataElement(answer.data(), static_cast<std::uint16_t>(answer.size())) == 0 &&
            present_elements() == elements;
 }
 
-void walk(benchmark::State& state, const Bytes& answer, std::size_t elements) {
+void walk(benchmark::State& state, const ByteString& answer, std::size_t elements) {
     if (!is_right(state, walks(answer, elements))) {
         return;
     }
@@ -106,7 +106,7 @@ BENCHMARK_CAPTURE(walk, record, record_answer(), record_elements)->Apply(show_fa
 BENCHMARK_CAPTURE(walk, fci, fci_answer(), fci_elements)->Apply(show_fastest);
 
 // The tags that a walk stores, found by linear search alone.
-void linear_walk(benchmark::State& state, const Bytes& answer, std::size_t elements) {
+void linear_walk(benchmark::State& state, const ByteString& answer, std::size_t elements) {
     if (!is_right(state, walks(answer, elements))) {
         return;
     }
@@ -127,8 +127,8 @@ BENCHMARK_CAPTURE(linear_walk, record, record_answer(), record_elements)->Apply(
 BENCHMARK_CAPTURE(linear_walk, fci, fci_answer(), fci_elements)->Apply(show_fastest);
 
 void copy(benchmark::State& state, std::size_t size, std::size_t things) {
-    const Bytes from(size, 0x5A);
-    Bytes to(size);
+    const ByteString from(size, 0x5A);
+    ByteString to(size);
     for (auto _ : state) {
         benchmark::DoNotOptimize(size);
         std::memcpy(to.data(), from.data(), size);
@@ -141,7 +141,7 @@ BENCHMARK_CAPTURE(copy, record, 200, record_elements)->Apply(show_fastest);
 BENCHMARK_CAPTURE(copy, fci, 150, fci_elements)->Apply(show_fastest);
 
 void build_cdol1(benchmark::State& state) {
-    const Bytes list = cdol1();
+    const ByteString list = cdol1();
     std::uint8_t out[256];
     std::uint16_t out_length = 0;
     emvClrIccAndTermData();

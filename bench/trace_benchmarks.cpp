@@ -58,10 +58,10 @@ void show_fastest(benchmark::internal::Benchmark* b) {
 void exchanges(benchmark::State& state, Exchange exchange) {
     const RecordedExchange& row = recorded_exchanges()[static_cast<std::size_t>(state.range(0))];
     state.SetLabel(row.name);
-    test::Bytes command = test::hex(row.command);
+    test::ByteString command = test::hex(row.command);
     std::array<std::uint8_t, 1024> response{};
     // The lists come first, so that the cryptogram's data are understood.
-    test::Bytes lists = test::hex("00B2021400");
+    test::ByteString lists = test::hex("00B2021400");
     exchange(1, 1, 5, lists.data(), response.data());
     for (auto _ : state) {
         const auto size = exchange(1, 1, static_cast<std::int64_t>(command.size()), command.data(),

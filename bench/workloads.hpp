@@ -12,10 +12,10 @@
 
 namespace quorrin::bench {
 
-using test::Bytes;
+using test::ByteString;
 
-inline Bytes sized(std::size_t size, std::string_view hex_text) {
-    Bytes bytes = test::hex(hex_text);
+inline ByteString sized(std::size_t size, std::string_view hex_text) {
+    ByteString bytes = test::hex(hex_text);
     if (bytes.size() != size) {
         throw std::logic_error("a workload does not have its size");
     }
@@ -23,12 +23,12 @@ inline Bytes sized(std::size_t size, std::string_view hex_text) {
 }
 
 // A CDOL1 of ten entries.
-inline Bytes cdol1() {
+inline ByteString cdol1() {
     return sized(27, "9F0206 9F0306 9F1A02 9505 5F2A02 9A03 9C01 9F3704 9F2103 9F4E14");
 }
 
 // A record of 200 bytes with 19 elements.
-inline Bytes record_answer() {
+inline ByteString record_answer() {
     return sized(200,
                  "70 81C5"
                  "57 13 6200000000000000005D29122010000000000F"
@@ -53,7 +53,7 @@ inline Bytes record_answer() {
 }
 
 // An FCI of 150 bytes with 12 elements that are stored and two that the store drops.
-inline Bytes fci_answer() {
+inline ByteString fci_answer() {
     return sized(150,
                  "6F 8193"
                  "84 08 A000000333010101"
@@ -101,8 +101,8 @@ inline std::size_t present_elements() {
 // The terminal's data of a purchase, for the CDOL1.
 inline void set_terminal_data() {
     const auto set = [](std::string_view tag_text, std::string_view value_text) {
-        const Bytes tag = test::hex(tag_text);
-        const Bytes value = test::hex(value_text);
+        const ByteString tag = test::hex(tag_text);
+        const ByteString value = test::hex(value_text);
         if (emvSetDataElement(nullptr, 0, tag.data(), static_cast<std::uint8_t>(tag.size()),
                               static_cast<std::uint16_t>(value.size()), value.data()) != 0) {
             throw std::logic_error("terminal data refused");

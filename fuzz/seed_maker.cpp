@@ -20,37 +20,37 @@
 namespace {
 
 using namespace quorrin;
-using Bytes = std::vector<std::uint8_t>;
+using ByteString = std::vector<std::uint8_t>;
 
 // The reader: one card, and what went to and fro since it was inserted.
 struct Exchange {
-    Bytes command;
-    Bytes answer;
+    ByteString command;
+    ByteString answer;
 };
 std::unique_ptr<simulator::CardDevice> inserted;
-Bytes blocks;
+ByteString blocks;
 std::vector<Exchange> exchanges;
 
-void append_block(const Bytes& bytes) {
+void append_block(const ByteString& bytes) {
     blocks.push_back(static_cast<std::uint8_t>(bytes.size() >> 8));
     blocks.push_back(static_cast<std::uint8_t>(bytes.size()));
     blocks.insert(blocks.end(), bytes.begin(), bytes.end());
 }
 
-Bytes joined(std::initializer_list<Bytes> parts) {
-    Bytes whole;
-    for (const Bytes& part : parts) {
+ByteString joined(std::initializer_list<ByteString> parts) {
+    ByteString whole;
+    for (const ByteString& part : parts) {
         whole.insert(whole.end(), part.begin(), part.end());
     }
     return whole;
 }
 
-Bytes from_text(const std::string& text) {
+ByteString from_text(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
 // Behind its length in one byte.
-Bytes piece(const Bytes& bytes) {
+ByteString piece(const ByteString& bytes) {
     return joined({{static_cast<std::uint8_t>(bytes.size())}, bytes});
 }
 
@@ -58,7 +58,7 @@ class Seeds {
   public:
     explicit Seeds(std::filesystem::path place) : place_(std::move(place)) {}
 
-    void add(const std::string& target, const std::string& name, const Bytes& bytes) const {
+    void add(const std::string& target, const std::string& name, const ByteString& bytes) const {
         std::filesystem::create_directories(place_ / target);
         std::ofstream file(place_ / target / name, std::ios::binary);
         std::ranges::copy(bytes, std::ostreambuf_iterator<char>(file));
@@ -76,7 +76,7 @@ void insert(const std::filesystem::path& profile) {
     inserted = simulator::load_card_file(profile);
     blocks.clear();
     exchanges.clear();
-    Bytes atr(512);
+    ByteString atr(512);
     std::uint32_t length = 0;
     OpenDevice(EG_szDev_Name, &ReaderHandle);
     PowerUp(ReaderHandle, EG_nUserCardType, atr.data(), &length);
@@ -107,9 +107,9 @@ void add_operations(const Seeds& seeds, const std::filesystem::path& profile,
         seeds.add("card_log", name + (kind == 0 ? "-purchases" : "-loads"),
                   joined({{static_cast<std::uint8_t>(how | kind), 0}, blocks}));
         // The format is the answer to GET DATA, a record each that is read after it.
-        Bytes format;
+        ByteString format;
         for (const Exchange& exchange : exchanges) {
-            Bytes data = exchange.answer;
+            ByteString data = exchange.answer;
             data.resize(data.size() - 2);
             if (exchange.command[1] == 0xCA) {
                 format = data;
@@ -125,11 +125,11 @@ void add_operations(const Seeds& seeds, const std::filesystem::path& profile,
     seeds.add(
         "online_purchase", name,
         joined({{how}, piece(from_text(issuer_text)), piece(from_text(terminal_data)), blocks}));
-    Bytes commands{0};
+    ByteString commands{0};
     unsigned number = 0;
     for (const Exchange& exchange : exchanges) {
         commands = joined({commands, piece(exchange.command)});
-        Bytes data = exchange.answer;
+        ByteString data = exchange.answer;
         data.resize(data.size() - 2);
         if (data.empty()) {
             continue;
@@ -139,10 +139,11 @@ void add_operations(const Seeds& seeds, const std::filesystem::path& profile,
         seeds.add("store_walk", step, joined({{0, 0, 2, 0x9F, 0x38, 0, 0}, data}));
         seeds.add("keyed_text", step,
                   joined({piece(from_text("ABCDHIJKL")), piece(data), from_text(terminal_data)}));
-        for (const Bytes& list : {Bytes(gl_CDOL1, gl_CDOL1 + 60), Bytes(gl_PDOL, gl_PDOL + 20)}) {
+        for (const ByteString& list :
+             {ByteString(gl_CDOL1, gl_CDOL1 + 60), ByteString(gl_PDOL, gl_PDOL + 20)}) {
             const auto end =
                 std::find_if(list.rbegin(), list.rend(), [](auto b) { return b != 0; });
-            const Bytes used(list.begin(), end.base());
+            const ByteString used(list.begin(), end.base());
             seeds.add(
                 "dol", step + "-" + std::to_string(used.size()),
                 joined({{static_cast<std::uint8_t>(used.size() < 20 ? 1 : 0)}, piece(data), used}));
@@ -156,20 +157,20 @@ void add_operations(const Seeds& seeds, const std::filesystem::path& profile,
         blocks.clear();
         std::int32_t length = 0;
         std::uint8_t name_length = 0;
-        Bytes holder(252);
+        ByteString holder(252);
         ICRT_GetICPanName(QUORRIN_USER_CONTACT, 0, text.data(), &length, holder.data(),
                           &name_length);
         seeds.add("pan_and_name", name, joined({{0}, blocks}));
     }
 }
 
-std::string hex_text(const Bytes& bytes) {
+std::string hex_text(const ByteString& bytes) {
     std::string text(2 * bytes.size(), '\0');
     bcd_to_asc(text.data(), bytes.data(), static_cast<std::int32_t>(text.size()), 0);
     return text;
 }
 
-Bytes contents(const std::filesystem::path& file) {
+ByteString contents(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
 }
@@ -188,7 +189,7 @@ void make_seeds(const std::filesystem::path& profiles, const Seeds& seeds) {
         }
         seeds.add("card_profile", name, contents(entry.path()));
     }
-    Bytes issuer_data(issuer_text.size() / 2);
+    ByteString issuer_data(issuer_text.size() / 2);
     asc_to_bcd(issuer_data.data(), issuer_text.c_str(),
                static_cast<std::int32_t>(issuer_text.size()), 0);
     const auto size = static_cast<std::uint8_t>(issuer_data.size());
@@ -233,7 +234,7 @@ int64_t ICC_Reader_GetSerial(int64_t /*handle*/, char* /*serial*/) {
 }
 
 int64_t ICC_Reader_PowerOn(int64_t /*handle*/, int /*slot*/, uint8_t* atr) {
-    const Bytes answer = inserted->power_on();
+    const ByteString answer = inserted->power_on();
     append_block(answer);
     std::ranges::copy(answer, atr);
     return static_cast<std::int64_t>(answer.size());
@@ -241,8 +242,8 @@ int64_t ICC_Reader_PowerOn(int64_t /*handle*/, int /*slot*/, uint8_t* atr) {
 
 int64_t ICC_Reader_Application(int64_t /*handle*/, int /*slot*/, int64_t length, uint8_t* command,
                                uint8_t* response) {
-    const Bytes sent(command, command + length);
-    const Bytes answer = inserted->transmit(sent);
+    const ByteString sent(command, command + length);
+    const ByteString answer = inserted->transmit(sent);
     append_block(answer);
     exchanges.push_back({sent, answer});
     std::ranges::copy(answer, response);

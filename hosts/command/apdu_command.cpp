@@ -44,8 +44,8 @@ std::vector<host::Command> commands_of(const ApduOptions& options) {
     return commands;
 }
 
-host::Bytes bytes_of(const host::Command& command) {
-    host::Bytes bytes = {command.cla, command.ins, command.p1, command.p2};
+host::ByteString bytes_of(const host::Command& command) {
+    host::ByteString bytes = {command.cla, command.ins, command.p1, command.p2};
     if (!command.data.empty()) {
         bytes.push_back(static_cast<std::uint8_t>(command.data.size()));
         bytes.insert(bytes.end(), command.data.begin(), command.data.end());
@@ -66,8 +66,8 @@ int run_apdu(const ApduOptions& options, const Common& common) {
     decoding.show_sensitive = common.show_sensitive;
     for (const host::Command& command : commands) {
         const host::Response response = session.card().transmit(command);
-        const host::Bytes sent = bytes_of(command);
-        host::Bytes answer = response.data;
+        const host::ByteString sent = bytes_of(command);
+        host::ByteString answer = response.data;
         answer.push_back(response.status_word.sw1);
         answer.push_back(response.status_word.sw2);
         const decode::Node node = decode::answer(answer, sent, decoding);

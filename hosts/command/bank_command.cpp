@@ -25,7 +25,7 @@ struct BankOptions {
     std::vector<std::string> wishes;
 };
 
-host::Bytes hex_of(const std::string& text, const char* what) {
+host::ByteString hex_of(const std::string& text, const char* what) {
     const decode::Input input = decode::read_hex(text);
     if (!input.error.empty()) {
         throw Failed(std::string(what) + ": " + input.error);
@@ -79,7 +79,7 @@ int run_bank(const BankOptions& options, const Common& common) {
             "the card number is masked: make the request with --show-sensitive, or give --pan");
     }
     if (!options.sequence.empty()) {
-        const host::Bytes sequence = hex_of(options.sequence, "--sequence");
+        const host::ByteString sequence = hex_of(options.sequence, "--sequence");
         online.pan_sequence_number = sequence.empty() ? std::uint8_t{0} : sequence.front();
     }
     host::BankDecision decision;

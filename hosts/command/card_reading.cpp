@@ -29,11 +29,12 @@ unsigned ReadAnswer::status() const {
                : static_cast<unsigned>(answer[answer.size() - 2] << 8 | answer.back());
 }
 
-host::Bytes ReadAnswer::data() const {
-    return answer.size() < 2 ? host::Bytes() : host::Bytes(answer.begin(), answer.end() - 2);
+host::ByteString ReadAnswer::data() const {
+    return answer.size() < 2 ? host::ByteString()
+                             : host::ByteString(answer.begin(), answer.end() - 2);
 }
 
-ReadAnswer select_by_name(host::Card& card, const host::Bytes& name) {
+ReadAnswer select_by_name(host::Card& card, const host::ByteString& name) {
     return transmit(card, {0x00, 0xA4, 0x04, 0x00, name, 0});
 }
 
@@ -52,9 +53,9 @@ ReadAnswer read_data(host::Card& card, host::Tag tag) {
         {0x80, 0xCA, static_cast<std::uint8_t>(tag >> 8), static_cast<std::uint8_t>(tag), {}, 0});
 }
 
-std::optional<host::Bytes> find_value(const host::Bytes& data, std::uint32_t tag) {
+std::optional<host::ByteString> find_value(const host::ByteString& data, std::uint32_t tag) {
     explain::ElementsSeen seen;
-    seen.add_objects({data, host::Bytes(data.size())}, 0);
+    seen.add_objects({data, host::ByteString(data.size())}, 0);
     const explain::SeenElement* element = seen.find(tag);
     return element != nullptr ? std::optional(element->value.bytes) : std::nullopt;
 }

@@ -11,20 +11,20 @@ namespace quorrin::command {
 
 // A command and its whole answer, status word included.
 struct ReadAnswer {
-    host::Bytes command;
-    host::Bytes answer;
+    host::ByteString command;
+    host::ByteString answer;
 
     bool ok() const { return status() == 0x9000; }
     unsigned status() const;
-    host::Bytes data() const;
+    host::ByteString data() const;
 };
 
-ReadAnswer select_by_name(host::Card& card, const host::Bytes& name);
+ReadAnswer select_by_name(host::Card& card, const host::ByteString& name);
 ReadAnswer read_record(host::Card& card, unsigned file, unsigned record);
 ReadAnswer read_data(host::Card& card, host::Tag tag);
 
 // The value of the first primitive object of a tag, templates opened.
-std::optional<host::Bytes> find_value(const host::Bytes& data, std::uint32_t tag);
+std::optional<host::ByteString> find_value(const host::ByteString& data, std::uint32_t tag);
 
 // The application that was asked for, else the first of the directory. Throws Failed.
 std::string chosen_application(host::Card& card, const std::string& asked);

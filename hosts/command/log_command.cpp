@@ -26,12 +26,12 @@ constexpr LogKind loads = {0xDF4F, 0xDF4D, "loads"};
 std::string refusal(const ReadAnswer& read) {
     const auto word = decode::status_word(static_cast<std::uint8_t>(read.status() >> 8),
                                           static_cast<std::uint8_t>(read.status()));
-    return host::to_hex(host::Bytes(read.answer.end() - 2, read.answer.end())) + ": " +
+    return host::to_hex(host::ByteString(read.answer.end() - 2, read.answer.end())) + ": " +
            word.meaning;
 }
 
 // A card may answer with the tag that was asked for, or with the other one.
-std::optional<host::Bytes> format_of(const ReadAnswer& read, const LogKind& kind) {
+std::optional<host::ByteString> format_of(const ReadAnswer& read, const LogKind& kind) {
     const auto own = find_value(read.data(), kind.format);
     return own ? own : find_value(read.data(), transactions.format);
 }
@@ -83,8 +83,8 @@ int run_log(const LogOptions& options, const Common& common) {
             break;
         }
         explain::ElementsSeen fields;
-        const host::Bytes data = record.data();
-        explain::add_list_data(fields, *format, {data, host::Bytes(data.size())}, 0);
+        const host::ByteString data = record.data();
+        explain::add_list_data(fields, *format, {data, host::ByteString(data.size())}, 0);
         const auto currency = fields.bytes(0x5F2A);
         if (currency.size() == 2) {
             decoding.currency = static_cast<std::uint16_t>(

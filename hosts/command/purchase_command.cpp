@@ -53,19 +53,19 @@ host::PurchaseTerms terms_of(const PurchaseOptions& options) {
         terms.amount =
             host::Amount::parse(options.amount, exponent ? static_cast<unsigned>(*exponent) : 2);
         if (!options.date.empty()) {
-            const host::Bytes date = host::from_hex(options.date);
+            const host::ByteString date = host::from_hex(options.date);
             if (date.size() != 3) {
                 throw std::invalid_argument("a date is YYMMDD");
             }
             terms.elements[0x9A] = date;
         }
-        const host::Bytes type = host::from_hex(options.type);
+        const host::ByteString type = host::from_hex(options.type);
         if (type.size() != 1) {
             throw std::invalid_argument("a type has two digits");
         }
         terms.type = type.front();
         if (!options.unpredictable_number.empty()) {
-            const host::Bytes number = host::from_hex(options.unpredictable_number);
+            const host::ByteString number = host::from_hex(options.unpredictable_number);
             if (number.size() != 4) {
                 throw std::invalid_argument("an unpredictable number has four bytes");
             }
@@ -158,8 +158,9 @@ void say_request(Report& report, const host::Purchase& purchase, const host::Pur
     decoding.show_sensitive = common.show_sensitive;
     decoding.currency = static_cast<std::uint16_t>(terms.currency);
     report.heading("Purchase");
-    report.say("application", element_text(purchase, 0x50, decoding) + ", AID " +
-                                  host::to_hex(purchase.element(0x84).value_or(host::Bytes())));
+    report.say("application",
+               element_text(purchase, 0x50, decoding) + ", AID " +
+                   host::to_hex(purchase.element(0x84).value_or(host::ByteString())));
     report.say("card number", common.show_sensitive ? online.pan.reveal() : online.pan.masked());
     report.say("valid to", element_text(purchase, 0x5F24, decoding));
     report.say("amount", element_text(purchase, 0x9F02, decoding));

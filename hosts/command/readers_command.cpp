@@ -15,7 +15,7 @@ struct SlotView {
     std::string reader;
     std::string why;
     std::string card;
-    host::Bytes atr;
+    host::ByteString atr;
 };
 
 // As the PC/SC reader library maps them, by the environment and the names.

@@ -96,7 +96,8 @@ void journal_outcome(const Outcome& outcome) {
     }
     for (const Tag tag : outcome.not_taken) {
         journal("  the bank sent something that was not taken: " +
-                to_hex(Bytes{static_cast<std::uint8_t>(tag >> 8), static_cast<std::uint8_t>(tag)}));
+                to_hex(ByteString{static_cast<std::uint8_t>(tag >> 8),
+                                  static_cast<std::uint8_t>(tag)}));
     }
 }
 

@@ -45,7 +45,7 @@ struct BankAnswer {
     bool cryptogram_right = false;   ///< the card made it, over these data
     bool approved = false;           ///< response code 00, 10 or 11
     int arpc_method = 0;             ///< 1 or 2; 0 without authentication
-    Bytes authentication;            ///< 91
+    ByteString authentication;       ///< 91
     std::string response_code;       ///< 8A
     std::string authorisation_code;  ///< 89
     std::string product;             ///< the card product's name
@@ -99,7 +99,7 @@ class TestBank {
         return {made.cryptogram_right != 0,
                 made.approved != 0,
                 made.arpc_method,
-                Bytes(made.authentication, made.authentication + made.authentication_size),
+                ByteString(made.authentication, made.authentication + made.authentication_size),
                 made.response_code,
                 made.authorisation_code,
                 made.product,

@@ -10,19 +10,19 @@
 
 namespace quorrin::simulator {
 
-using Bytes = std::vector<std::uint8_t>;
+using ByteString = std::vector<std::uint8_t>;
 
 class CardDevice {
   public:
     virtual ~CardDevice() = default;
 
     // Answer to reset (ISO 7816-3). The card starts a new session; an empty answer is a mute card.
-    virtual Bytes power_on() = 0;
+    virtual ByteString power_on() = 0;
     virtual void power_off() = 0;
 
     // One command APDU (header; Lc and data, Le where present) and its whole answer: response data
     // and SW1 SW2. A card sees it as over T=1; 61xx and 6Cxx are made in front of it.
-    virtual Bytes transmit(std::span<const std::uint8_t> command) = 0;
+    virtual ByteString transmit(std::span<const std::uint8_t> command) = 0;
 };
 
 // Thrown by a device in place of an answer: what the reader reports, one of the device codes.

@@ -23,7 +23,7 @@ bool FaultInjection::card_present() const {
     return !faults_.absent && (!faults_.removed_after || exchanges_ < *faults_.removed_after);
 }
 
-Bytes FaultInjection::power_on() {
+ByteString FaultInjection::power_on() {
     const Fault* fault = strike(FaultTrigger::Event::PowerOn, {});
     if (fault == nullptr) {
         return card_.power_on();
@@ -31,7 +31,7 @@ Bytes FaultInjection::power_on() {
     if (const auto* failure = std::get_if<ReaderResult>(&fault->effect)) {
         throw ReaderFailure(failure->result);
     }
-    Bytes atr = card_.power_on();
+    ByteString atr = card_.power_on();
     if (const auto* other = std::get_if<OtherAnswer>(&fault->effect)) {
         return other->bytes;
     }
@@ -43,14 +43,14 @@ void FaultInjection::power_off() {
     card_.power_off();
 }
 
-Bytes FaultInjection::transmit(std::span<const std::uint8_t> command) {
+ByteString FaultInjection::transmit(std::span<const std::uint8_t> command) {
     ++exchanges_;
     const Fault* fault = strike(FaultTrigger::Event::Exchange, command);
     if (fault == nullptr) {
         return card_.transmit(command);
     }
     if (const auto* cut = std::get_if<CutAnswer>(&fault->effect)) {
-        Bytes answer = card_.transmit(command);
+        ByteString answer = card_.transmit(command);
         answer.resize(std::min(answer.size(), cut->kept));
         return answer;
     }

@@ -34,7 +34,7 @@ struct ReaderResult {
 };
 // In place of the card's answer: a status word, any bytes, or an answer to reset.
 struct OtherAnswer {
-    Bytes bytes;
+    ByteString bytes;
 };
 // The first bytes of the card's answer only, its status word counted.
 struct CutAnswer {
@@ -62,9 +62,9 @@ class FaultInjection final : public CardDevice {
     // Whether the reader still sees a card; the reader asks before it does anything with the slot.
     bool card_present() const;
 
-    Bytes power_on() override;
+    ByteString power_on() override;
     void power_off() override;
-    Bytes transmit(std::span<const std::uint8_t> command) override;
+    ByteString transmit(std::span<const std::uint8_t> command) override;
 
   private:
     const Fault* strike(FaultTrigger::Event event, std::span<const std::uint8_t> command);

@@ -38,7 +38,7 @@ void write_text(std::span<char, Room> out, const std::string& text) {
 template <std::size_t Room, typename Call>
 std::int64_t take_answer(std::span<std::uint8_t, Room> out, Call&& call) {
     try {
-        const Bytes answer = call();
+        const ByteString answer = call();
         if (answer.size() > Room) {
             return QUORRIN_CHECK_ERROR;
         }
@@ -123,7 +123,7 @@ std::int64_t SimulatedReader::exchange(std::int64_t handle, int code,
         return QUORRIN_NOT_POWERED;
     }
     return take_answer(response, [&] {
-        Bytes answer = slot->front->transmit(command);
+        ByteString answer = slot->front->transmit(command);
         end_endless_chain(*slot, command, answer);
         return answer;
     });

@@ -26,7 +26,7 @@ std::uint8_t length_byte(std::size_t length) {
 
 }  // namespace
 
-Bytes T0Framing::power_on() {
+ByteString T0Framing::power_on() {
     forget();
     return card_.power_on();
 }
@@ -36,7 +36,7 @@ void T0Framing::power_off() {
     card_.power_off();
 }
 
-Bytes T0Framing::transmit(std::span<const std::uint8_t> command) {
+ByteString T0Framing::transmit(std::span<const std::uint8_t> command) {
     const bool only_le = command.size() == short_command_size;
     if (!waiting_.empty()) {
         if (repeat_.empty()) {
@@ -45,14 +45,14 @@ Bytes T0Framing::transmit(std::span<const std::uint8_t> command) {
             }
         } else if (only_le && std::ranges::equal(command.first(header_size), repeat_) &&
                    wanted_by(command[4]) == waiting_.size() - status_size) {
-            Bytes answer = std::move(waiting_);
+            ByteString answer = std::move(waiting_);
             forget();
             return answer;
         }
         forget();
     }
 
-    Bytes answer = card_.transmit(with_full_le(command));
+    ByteString answer = card_.transmit(with_full_le(command));
     if (answer.size() <= status_size) {
         return answer;
     }
@@ -73,8 +73,8 @@ Bytes T0Framing::transmit(std::span<const std::uint8_t> command) {
 }
 
 // Over T=0 a command with data has no Le: what the card has is announced, not cut.
-Bytes T0Framing::with_full_le(std::span<const std::uint8_t> command) const {
-    Bytes whole(command.begin(), command.end());
+ByteString T0Framing::with_full_le(std::span<const std::uint8_t> command) const {
+    ByteString whole(command.begin(), command.end());
     if (command.size() > short_command_size) {
         if (command.size() == short_command_size + command[4]) {
             whole.push_back(0x00);
@@ -87,22 +87,22 @@ Bytes T0Framing::with_full_le(std::span<const std::uint8_t> command) const {
     return whole;
 }
 
-Bytes T0Framing::announce() const {
+ByteString T0Framing::announce() const {
     return {0x61, length_byte(std::min(waiting_.size() - status_size, settings_.portion))};
 }
 
-Bytes T0Framing::next_portion(std::size_t wanted) {
+ByteString T0Framing::next_portion(std::size_t wanted) {
     const std::size_t rest = waiting_.size() - status_size;
     const std::size_t given = std::min({wanted, rest, settings_.portion});
     if (given == rest) {
-        Bytes answer = std::move(waiting_);
+        ByteString answer = std::move(waiting_);
         forget();
         return answer;
     }
     const auto end = waiting_.begin() + static_cast<std::ptrdiff_t>(given);
-    Bytes answer(waiting_.begin(), end);
+    ByteString answer(waiting_.begin(), end);
     waiting_.erase(waiting_.begin(), end);
-    const Bytes more = announce();
+    const ByteString more = announce();
     answer.insert(answer.end(), more.begin(), more.end());
     return answer;
 }

@@ -18,20 +18,20 @@ class T0Framing final : public CardDevice {
   public:
     T0Framing(CardDevice& card, const T0Settings& settings) : card_(card), settings_(settings) {}
 
-    Bytes power_on() override;
+    ByteString power_on() override;
     void power_off() override;
-    Bytes transmit(std::span<const std::uint8_t> command) override;
+    ByteString transmit(std::span<const std::uint8_t> command) override;
 
   private:
-    Bytes with_full_le(std::span<const std::uint8_t> command) const;
-    Bytes announce() const;
-    Bytes next_portion(std::size_t wanted);
+    ByteString with_full_le(std::span<const std::uint8_t> command) const;
+    ByteString announce() const;
+    ByteString next_portion(std::size_t wanted);
     void forget();
 
     CardDevice& card_;
     T0Settings settings_;
-    Bytes waiting_;  // an answer, status word included, that the host has yet to fetch
-    Bytes repeat_;   // header of the command that must come again with the right Le; else empty
+    ByteString waiting_;  // an answer, status word included, that the host has yet to fetch
+    ByteString repeat_;  // header of the command that must come again with the right Le; else empty
 };
 
 }  // namespace quorrin::simulator

@@ -18,8 +18,8 @@ namespace {
 using trace::Action;
 using trace::Entry;
 
-const Bytes no_precise_diagnosis = {0x6F, 0x00};
-const Bytes smallest_atr = {0x3B, 0x00};
+const ByteString no_precise_diagnosis = {0x6F, 0x00};
+const ByteString smallest_atr = {0x3B, 0x00};
 
 // A masked digit of the recording stands for any.
 bool is_recorded(std::span<const std::uint8_t> command, const trace::MaskedBytes& recorded) {
@@ -57,7 +57,7 @@ class TraceCard final : public CardDevice {
         replace_masked_digits(entries_);
     }
 
-    Bytes power_on() override {
+    ByteString power_on() override {
         if (!is_next(Action::PowerOn)) {
             depart("the card was powered on");
             if (!go_to([](const Entry& entry) { return entry.action == Action::PowerOn; })) {
@@ -82,7 +82,7 @@ class TraceCard final : public CardDevice {
         }
     }
 
-    Bytes transmit(std::span<const std::uint8_t> command) override {
+    ByteString transmit(std::span<const std::uint8_t> command) override {
         const auto is_it = [command](const Entry& entry) {
             return entry.action == Action::Exchange && is_recorded(command, entry.command);
         };

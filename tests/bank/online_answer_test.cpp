@@ -150,7 +150,7 @@ TEST(OnlineAnswer, DeclinesCoveredDataWithAnyBitFlipped) {
         };
         for (const auto& element : elements) {
             SCOPED_TRACE(element.tag);
-            const test::Bytes original(element.value.begin(), element.value.end());
+            const test::ByteString original(element.value.begin(), element.value.end());
             test::for_each_flipped_bit(original, [&](const auto& changed, std::size_t bit) {
                 SCOPED_TRACE(bit);
                 std::ranges::copy(changed, element.value.begin());

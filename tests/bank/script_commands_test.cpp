@@ -12,8 +12,8 @@ using test::to_hex;
 
 // Header without Lc, then the data.
 std::string clear_text(const ScriptCommand& command) {
-    const test::Bytes header{static_cast<std::uint8_t>(command.command_class), command.instruction,
-                             command.p1, command.p2};
+    const test::ByteString header{static_cast<std::uint8_t>(command.command_class),
+                                  command.instruction, command.p1, command.p2};
     return to_hex(header) + " " + to_hex(command.data);
 }
 

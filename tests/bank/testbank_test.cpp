@@ -45,7 +45,7 @@ Bank bank_of(const TestCard& card, const std::string& more = "") {
 }
 
 // Field 55 of the printed example, in an order of its own, with objects that a bank passes over.
-Bytes field_55_of(const TestCard& card) {
+ByteString field_55_of(const TestCard& card) {
     const bool sm4 = card.algorithm == cryptography::Algorithm::Sm4;
     return join(hex("9F26 08"), hex(card.arqc), hex("9F27 01 80  9F10 08 07010103A04002"),
                 hex(sm4 ? "04" : "01"),
@@ -56,7 +56,7 @@ Bytes field_55_of(const TestCard& card) {
 
 QuorrinBankRequest request_of(const TestCard& card) {
     QuorrinBankRequest request = {};
-    const Bytes field = field_55_of(card);
+    const ByteString field = field_55_of(card);
     EXPECT_EQ(quorrin_bank_read_field55(field.data(), field.size(), &request), QUORRIN_BANK_OK)
         << quorrin_bank_error();
     return request;
@@ -99,11 +99,11 @@ TEST(TestBank, ReadsField55) {
 }
 
 TEST(TestBank, TakesTheCardNumberFromTrack2OrFromTheCaller) {
-    const Bytes full = field_55_of(test_cards[0]);
-    const Bytes rest(full.begin(), full.end() - 9);  // without 5A
+    const ByteString full = field_55_of(test_cards[0]);
+    const ByteString rest(full.begin(), full.end() - 9);  // without 5A
 
     QuorrinBankRequest request = {};
-    const Bytes track_2 = join(rest, hex("57 0D 6228000100001D301220112345"));
+    const ByteString track_2 = join(rest, hex("57 0D 6228000100001D301220112345"));
     EXPECT_EQ(quorrin_bank_read_field55(track_2.data(), track_2.size(), &request), 0);
     EXPECT_STREQ(request.pan, "6228000100001");
 
@@ -119,8 +119,8 @@ struct BadField {
 };
 
 TEST(TestBank, RefusesAFieldThatABankCannotUse) {
-    const Bytes full = field_55_of(test_cards[0]);
-    const std::string rest = to_hex(Bytes(full.begin(), full.end() - 9));
+    const ByteString full = field_55_of(test_cards[0]);
+    const std::string rest = to_hex(ByteString(full.begin(), full.end() - 9));
     const std::string no_pan = "the card number is missing: neither 5A nor 57";
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"", "9F02 is missing"},
@@ -138,7 +138,7 @@ TEST(TestBank, RefusesAFieldThatABankCannotUse) {
         SCOPED_TRACE(field);
         QuorrinBankRequest request = {};
         request.type = 0x77;
-        const Bytes data = hex(field);
+        const ByteString data = hex(field);
         EXPECT_EQ(quorrin_bank_read_field55(data.data(), data.size(), &request),
                   QUORRIN_BANK_BAD_REQUEST);
         EXPECT_EQ(quorrin_bank_error(), error);

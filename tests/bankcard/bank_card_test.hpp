@@ -17,21 +17,21 @@
 namespace quorrin::test {
 
 // The value of an element that is present, by its tag as hex digits.
-inline std::optional<Bytes> element(std::string_view tag_digits) {
-    const Bytes tag = hex(tag_digits);
+inline std::optional<ByteString> element(std::string_view tag_digits) {
+    const ByteString tag = hex(tag_digits);
     const auto tag_length = static_cast<std::uint8_t>(tag.size());
     if (emvGetDataElementState(tag.data(), tag_length) != 1) {
         return std::nullopt;
     }
     std::uint16_t length = emvGetDataElementLength(tag.data(), tag_length, 0);
-    Bytes value(length);
+    ByteString value(length);
     if (length > 0) {
         emvGetDataElement(tag.data(), tag_length, &length, value.data());
     }
     return value;
 }
 
-inline std::optional<Bytes> value(std::string_view hex_text) {
+inline std::optional<ByteString> value(std::string_view hex_text) {
     return hex(hex_text);
 }
 
@@ -41,7 +41,7 @@ inline std::map<std::string, std::string> present_elements() {
     const auto look_at = [&](const QuorrinDataElement& row) {
         if (row.state != 0) {
             const std::string tag = to_hex({row.tag, row.tagLen});
-            present[tag] = to_hex(element(tag).value_or(Bytes{}));
+            present[tag] = to_hex(element(tag).value_or(ByteString{}));
         }
     };
     std::for_each(std::begin(IccDt), std::end(IccDt), look_at);
@@ -51,7 +51,7 @@ inline std::map<std::string, std::string> present_elements() {
 
 // The whole candidate list as the host sees it: all 200 characters, length and count.
 struct CandidateList {
-    Bytes characters;
+    ByteString characters;
     unsigned length;
     unsigned count;
 
@@ -69,7 +69,7 @@ inline CandidateList candidates() {
 
 // A list with this text, zeros behind it and its length.
 inline CandidateList candidates(std::string_view text, unsigned count) {
-    CandidateList list{Bytes(sizeof gucAidList), static_cast<unsigned>(text.size()), count};
+    CandidateList list{ByteString(sizeof gucAidList), static_cast<unsigned>(text.size()), count};
     std::copy_n(text.begin(), std::min(text.size(), sizeof gucAidList), list.characters.begin());
     return list;
 }
@@ -122,7 +122,7 @@ struct Refusal {
 
     // The status word that the host finds, 0 when none came.
     unsigned status_word() const {
-        const Bytes& bytes = answer.bytes;
+        const ByteString& bytes = answer.bytes;
         return bytes.empty() ? 0u : bytes.end()[-2] << 8 | bytes.end()[-1];
     }
 };

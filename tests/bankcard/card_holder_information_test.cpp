@@ -86,7 +86,7 @@ TEST_F(PackedInformation, LeavesOutUnknownKeysAndAbsentElements) {
 
 TEST_F(PackedInformation, AsksForTheStateAndNotForTheValue) {
     put("5F34", hex("01"));
-    const Bytes tag = hex("5F34");
+    const ByteString tag = hex("5F34");
     ASSERT_EQ(emvSetDataElementState(tag.data(), 2, 0), 0);
     EXPECT_TRUE(packs("J", ""));
     ASSERT_EQ(emvSetDataElementState(tag.data(), 2, 1), 0);
@@ -120,19 +120,19 @@ TEST_F(PackedInformation, DeliberatelyFetchesFromTheOpenReader) {
 
 TEST_F(PackedInformation, LeavesOutAnItemThatDoesNotFit) {
     // Seven items of 260 characters are 1820.
-    put("9F1F", Bytes(256, 'T'));
+    put("9F1F", ByteString(256, 'T'));
     const std::string track = "L256" + std::string(256, 'T');
     std::string seven;
     for (int i = 0; i < 7; ++i) {
         seven += track;
     }
-    put("5F20", Bytes(224, 'N'));
+    put("5F20", ByteString(224, 'N'));
     put("5F34", hex("01"));
     const std::string name = "B224" + std::string(224, 'N');
     EXPECT_TRUE(packs("LLLLLLLB", seven + name)) << "2048 characters";
     EXPECT_TRUE(packs("LLLLLLLBJ", seven + name));
     EXPECT_TRUE(packs("LLLLLLLLJLB", seven + "J00201")) << "a shorter one still fits";
-    put("5F20", Bytes(225, 'N'));
+    put("5F20", ByteString(225, 'N'));
     EXPECT_TRUE(packs("LLLLLLLBJ", seven + "J00201")) << "one character too many";
 }
 
@@ -150,8 +150,8 @@ TEST_F(PackedInformation, WalksTheWholeKeyString) {
 }
 
 TEST_F(PackedInformation, StaysInsideItsBuffersWhateverLengthTheHostLeft) {
-    put("9F1F", Bytes(256, 'T'));
-    const Bytes tag = hex("9F1F");
+    put("9F1F", ByteString(256, 'T'));
+    const ByteString tag = hex("9F1F");
     ASSERT_EQ(emvSetDataElementLength(tag.data(), 2, 0xFFFF, 0), 0);
     put("5F34", hex("01"));
     EXPECT_TRUE(packs("LJ", "J00201"));

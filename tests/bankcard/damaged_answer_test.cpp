@@ -26,10 +26,10 @@ class DamagedAnswer : public BankCardTest, public testing::WithParamInterface<Da
         ReaderHandle = handle;
         std::size_t step = 0;
         ScriptedCard card = card_;
-        reader().card = [&](const Bytes& command) {
-            const Bytes bytes = card.exchange(command).bytes;
+        reader().card = [&](const ByteString& command) {
+            const ByteString bytes = card.exchange(command).bytes;
             if (bytes.size() > 2) {
-                data_[step] = Bytes(bytes.begin(), bytes.end() - 2);
+                data_[step] = ByteString(bytes.begin(), bytes.end() - 2);
             }
             ++step;
             return answer(bytes);
@@ -51,7 +51,7 @@ class DamagedAnswer : public BankCardTest, public testing::WithParamInterface<Da
     }
 
     // The result of a read in which the answer of one step holds this data.
-    std::int64_t read_with(std::size_t step, const Bytes& data) {
+    std::int64_t read_with(std::size_t step, const ByteString& data) {
         reader().calls.clear();
         log.clear();
         ScriptedCard card = card_;
@@ -59,7 +59,7 @@ class DamagedAnswer : public BankCardTest, public testing::WithParamInterface<Da
         return read();
     }
 
-    void expect_a_code_when(std::size_t step, const Bytes& damaged) {
+    void expect_a_code_when(std::size_t step, const ByteString& damaged) {
         const std::int64_t result = read_with(step, damaged);
         // Success; malformed; no directory; no such application.
         EXPECT_THAT(result, testing::AnyOf(0, -107, -40000, -27266))
@@ -72,7 +72,7 @@ class DamagedAnswer : public BankCardTest, public testing::WithParamInterface<Da
     // A damaged FCI still selects, so that the steps after it are reached.
     void expect_damaged_fcis_taken() const { EXPECT_GT(damaged_fcis_taken_, 0u); }
 
-    std::map<std::size_t, Bytes> data_;
+    std::map<std::size_t, ByteString> data_;
 
   private:
     static constexpr std::uint8_t fci_template = 0x6F;
@@ -86,7 +86,7 @@ TEST_P(DamagedAnswer, CutShortGetsACode) {
     for (const auto& [step, data] : data_) {
         for (std::size_t length = 0; length < data.size(); ++length) {
             expect_a_code_when(
-                step, Bytes(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(length)));
+                step, ByteString(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(length)));
         }
     }
 }
@@ -95,7 +95,7 @@ TEST_P(DamagedAnswer, WithAByteChangedGetsACode) {
     for (const auto& [step, data] : data_) {
         for (std::size_t position = 0; position < data.size(); ++position) {
             for (const int byte : {0x00, 0x01, 0x7F, 0x81, 0xFF}) {
-                Bytes changed = data;
+                ByteString changed = data;
                 changed[position] = static_cast<std::uint8_t>(byte);
                 expect_a_code_when(step, changed);
             }
@@ -117,20 +117,20 @@ class DamagedInput : public BankCardTest {
     using Codes = std::map<std::int64_t, std::size_t>;  // how often each one came
 
     // Gives every beginning of an answer, and the answer with every byte changed to every value.
-    static Codes codes_of(Process process, const Bytes& whole) {
+    static Codes codes_of(Process process, const ByteString& whole) {
         Codes codes;
-        const auto give = [&](const Bytes& damaged) {
+        const auto give = [&](const ByteString& damaged) {
             emvClrIccAndTermData();
             set_candidates(candidates("", 0));
             ExactBytes input(damaged);
             ++codes[process(input.data(), input.size16())];
         };
         for (std::size_t length = 0; length < whole.size(); ++length) {
-            give(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
+            give(ByteString(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
         }
         for (std::size_t position = 0; position < whole.size(); ++position) {
             for (int change = 1; change < 256; ++change) {
-                Bytes changed = whole;
+                ByteString changed = whole;
                 changed[position] = static_cast<std::uint8_t>(changed[position] ^ change);
                 give(changed);
             }
@@ -149,14 +149,14 @@ class DamagedInput : public BankCardTest {
 };
 
 TEST_F(DamagedInput, OfADirectoryRecordGetsACode) {
-    const Bytes record = card_bytes(R"(
+    const ByteString record = card_bytes(R"(
         70[ 61[ 4F[A000000333010101] 50['DEBIT'] 87[01] ]
             61[ 50['CREDIT'] 4F[A000000333010102] 73[ BF0C[ DF20[0102] ] ] ] ])");
     expect_codes(codes_of(emvProcessSFIofDDF, record), {0, -107});
 }
 
 TEST_F(DamagedInput, OfADirectoryFciGetsACode) {
-    const Bytes fci = card_bytes(R"(
+    const ByteString fci = card_bytes(R"(
         6F[ 84['2PAY.SYS.DDF01']
             A5[ 88[01] BF0C[ 61[ 4F[A000000333010101] 50['D'] 87[01] ]
                              61[ 50['C'] 4F[A000000333010102] ] ] ] ])");

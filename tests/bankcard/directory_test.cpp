@@ -7,14 +7,14 @@ namespace {
 
 class Directory : public BankCardTest {
   protected:
-    static std::int64_t process_record(const Bytes& record) {
+    static std::int64_t process_record(const ByteString& record) {
         ExactBytes input(record);
         return emvProcessSFIofDDF(input.data(), input.size16());
     }
     static std::int64_t process_record(std::string_view record) {
         return process_record(card_bytes(record));
     }
-    static std::int64_t process_fci(const Bytes& fci) {
+    static std::int64_t process_fci(const ByteString& fci) {
         ExactBytes input(fci);
         return qPBOCProcessDDF(input.data(), input.size16());
     }
@@ -111,11 +111,11 @@ TEST_F(Directory, DeliberatelyTakesAnAidThatIsNotAlone) {
 
 TEST_F(Directory, SearchesEntriesUpTo256Bytes) {
     // Entry: 61 81 LL (3 bytes), AID (7 bytes), label.
-    const Bytes longest = card_bytes("61[ 4F[A000000001] 50['X'] DF20[00*239] ]");
+    const ByteString longest = card_bytes("61[ 4F[A000000001] 50['X'] DF20[00*239] ]");
     ASSERT_EQ(longest.size(), 256u);
     EXPECT_EQ(process_record(longest), 0);
     EXPECT_EQ(candidates(), candidates("A000000001", 1));
-    const Bytes longer = card_bytes("61[ 4F[A000000002] 50['X'] DF20[00*240] ]");
+    const ByteString longer = card_bytes("61[ 4F[A000000002] 50['X'] DF20[00*240] ]");
     ASSERT_EQ(longer.size(), 257u);
     EXPECT_EQ(process_record(longer), 0);
     EXPECT_EQ(candidates(), candidates("A000000001|", 2)) << "its AID is not found";
@@ -123,7 +123,7 @@ TEST_F(Directory, SearchesEntriesUpTo256Bytes) {
 
 TEST_F(Directory, ReadsRecordsOfTheLongestAnswer) {
     // 1022 bytes: four entries, each with 240 bytes of other objects.
-    const Bytes record = card_bytes(R"(70[
+    const ByteString record = card_bytes(R"(70[
         61[ 4F[A000000001] DF20[11*236] ] 61[ 4F[A000000002] DF20[11*236] ]
         61[ 4F[A000000003] DF20[11*236] ] 61[ DF20[11*233] 4F[A000000004] 50['END'] ]
         DF21[55*13] ])");
@@ -132,7 +132,7 @@ TEST_F(Directory, ReadsRecordsOfTheLongestAnswer) {
     const CandidateList all = candidates("A000000001|A000000002|A000000003|A000000004", 4);
     EXPECT_EQ(candidates(), all);
 
-    const Bytes cut(record.begin(), record.end() - 1);
+    const ByteString cut(record.begin(), record.end() - 1);
     EXPECT_EQ(process_record(cut), -107);
     EXPECT_EQ(candidates(), all);
 }
@@ -369,7 +369,7 @@ TEST_F(DirectoryFci, FillsTheListUpToItsLastCharacter) {
 }
 
 TEST_F(DirectoryFci, TakesAnFciOfTheLongestAnswer) {
-    const Bytes fci = card_bytes(R"(6F[ 84['2PAY.SYS.DDF01'] DF20[11*250]
+    const ByteString fci = card_bytes(R"(6F[ 84['2PAY.SYS.DDF01'] DF20[11*250]
         A5[ DF21[22*250] BF0C[ DF22[33*237] 61[ 4F[A000000001] DF23[44*230] ] ] ] ])");
     ASSERT_EQ(fci.size(), 1022u);
     EXPECT_EQ(process_fci(fci), 0);

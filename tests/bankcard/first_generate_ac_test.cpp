@@ -14,7 +14,7 @@ class FirstGenerateAc : public BankCardTest {
   protected:
     FirstGenerateAc() { gucGetArqcFlag = no_arqc; }
 
-    static std::int64_t generate_ac(const Bytes& cdol1, Answer card_answer) {
+    static std::int64_t generate_ac(const ByteString& cdol1, Answer card_answer) {
         put("8C", cdol1);
         reader().answers = {std::move(card_answer)};
         return emvGACFrist(handle);
@@ -27,7 +27,7 @@ class FirstGenerateAc : public BankCardTest {
 
     // The CDOL1 data as they were kept.
     static std::string kept_data() {
-        Bytes kept(sizeof gl_GACCdolOne);
+        ByteString kept(sizeof gl_GACCdolOne);
         std::uint16_t length = 0xEEEE;
         emvGetGACCdolOne(kept.data(), &length);
         if (length == 0xEEEE) {
@@ -144,7 +144,7 @@ TEST_F(FirstGenerateAc, KeepsDataOf256Bytes) {
 }
 
 TEST_F(FirstGenerateAc, TakesTheLongestCdol1) {
-    Bytes cdol1;
+    ByteString cdol1;
     for (int i = 0; i < 126; ++i) {
         cdol1 = join(cdol1, hex("9A01"));
     }

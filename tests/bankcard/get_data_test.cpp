@@ -10,7 +10,7 @@ class GetData : public BankCardTest {
     GetData() { ReaderHandle = 55; }
 
     static std::int32_t get(std::string_view tag) {
-        const Bytes bytes = hex(tag);
+        const ByteString bytes = hex(tag);
         return emvGetDataCmd(bytes.data(), static_cast<std::uint8_t>(bytes.size()));
     }
 };
@@ -34,7 +34,7 @@ TEST_F(GetData, UsesTheSlotOfTheUserCard) {
 
 TEST_F(GetData, RefusesTagsOfOtherLengths) {
     insert("");
-    const Bytes tag = hex("9F8101");
+    const ByteString tag = hex("9F8101");
     EXPECT_EQ(emvGetDataCmd(tag.data(), 0), -107);
     EXPECT_EQ(emvGetDataCmd(tag.data(), 3), -107);
     EXPECT_EQ(emvGetDataCmd(tag.data(), 255), -107);

@@ -13,7 +13,7 @@ class IssuerAnswer : public BankCardTest {
     IssuerAnswer() {
         ReaderHandle = handle;
         gucGetArqcFlag = 1;
-        reader().card = [](const Bytes&) { return answer("9000"); };
+        reader().card = [](const ByteString&) { return answer("9000"); };
     }
     ~IssuerAnswer() override { gucGetArqcFlag = 0; }
 
@@ -83,7 +83,7 @@ TEST_F(IssuerAnswer, OfOddLengthDoesNotCountItsLastDigit) {
 }
 
 TEST_F(IssuerAnswer, MayHave1024Characters) {
-    const Bytes data =
+    const ByteString data =
         join(hex("8A023030"), object("C1", filled(494, 0x55)), hex("91080102030405060708"));
     ASSERT_EQ(to_hex(data).size(), 1024u);
     EXPECT_EQ(take(to_hex(data)), 0);
@@ -91,7 +91,7 @@ TEST_F(IssuerAnswer, MayHave1024Characters) {
 }
 
 TEST_F(IssuerAnswer, WithMoreThan1024CharactersIsRefused) {
-    const Bytes data =
+    const ByteString data =
         join(hex("8A023030"), object("C1", filled(494, 0x55)), hex("91080102030405060708"));
     EXPECT_EQ(take(to_hex(data) + "0"), -23);
     EXPECT_EQ(take(to_hex(data) + to_hex(data)), -23);
@@ -126,7 +126,7 @@ TEST_F(IssuerAnswer, WithAuthenticationDataOf16BytesAuthenticatesWithAll) {
 }
 
 TEST_F(IssuerAnswer, DeliberatelySucceedsWhenTheCardRefusesEverything) {
-    reader().card = [](const Bytes&) { return answer("6985"); };
+    reader().card = [](const ByteString&) { return answer("6985"); };
     EXPECT_EQ(take_data("91[0102030405060708] 71[ 86[84180000] ] 72[ 86[841E0000] ]"), 0);
     EXPECT_THAT(commands(),
                 ElementsAre("00820000080102030405060708", "841800000000", "841E00000000"));
@@ -138,7 +138,7 @@ TEST_F(IssuerAnswer, DeliberatelySucceedsWhenTheCardRefusesEverything) {
 }
 
 TEST_F(IssuerAnswer, DeliberatelySucceedsWhenTheReaderIsGone) {
-    reader().card = [](const Bytes&) { return failure(-11); };
+    reader().card = [](const ByteString&) { return failure(-11); };
     EXPECT_EQ(take_data("91[0102030405060708] 71[ 86[84180000] ]"), 0);
     EXPECT_EQ(CARD_STATUS, -11);
     EXPECT_EQ(results(), "2000000000");
@@ -146,7 +146,7 @@ TEST_F(IssuerAnswer, DeliberatelySucceedsWhenTheReaderIsGone) {
 
 TEST_F(IssuerAnswer, ExternalAuthenticateReportsHowTheCardRefuses) {
     for (const Refusal& refusal : refusals()) {
-        reader().card = [&](const Bytes&) { return refusal.answer; };
+        reader().card = [&](const ByteString&) { return refusal.answer; };
         EXPECT_EQ(emvExternalAuthenticate(handle), refusal.code) << refusal.name;
     }
 }
@@ -245,14 +245,14 @@ TEST_F(IssuerAnswer, WithMoreThan256BytesOfScriptsRunsNone) {
 
 // Every cut of an answer, and every byte of it turned into another.
 TEST_F(IssuerAnswer, MalformedInAnyPlaceIsSurvived) {
-    const Bytes whole = card_bytes(R"(
+    const ByteString whole = card_bytes(R"(
         8A[3030] 89['ABC123'] 91[0102030405060708]
         71[ 9F18[11223344] 86[84DA9F7909 9F79 06 000000010000] ] 72[ 86[84180000] 86[841E0000] ])");
     for (std::size_t i = 0; i < whole.size(); ++i) {
-        const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(i));
+        const ByteString cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(i));
         EXPECT_EQ(take(to_hex(cut)), 0);
         for (const int byte : {0x00, 0x1F, 0x71, 0x7F, 0x80, 0x82, 0x84, 0x86, 0xFF}) {
-            Bytes changed = whole;
+            ByteString changed = whole;
             changed[i] = static_cast<std::uint8_t>(byte);
             reader().calls.clear();
             EXPECT_EQ(take(to_hex(changed)), 0);

@@ -138,7 +138,7 @@ TEST_F(KeyedItem, StoresHexDigitsAndRawText) {
     struct Case {
         const char* item;
         const char* tag;
-        Bytes value;
+        ByteString value;
     };
     const Case cases[] = {
         {"P012000000001000", "9F02", hex("000000001000")},
@@ -224,18 +224,18 @@ TEST_F(KeyedItem, DeliberatelyCountsValuesInEightBits) {
     EXPECT_EQ(element("9C"), value("77"));
     // 999 is 231: odd, so a zero goes in front.
     EXPECT_EQ(apply("V999" + std::string(999, 'B')), 0);
-    EXPECT_EQ(element("9F4E"), Bytes(231, 'B'));
+    EXPECT_EQ(element("9F4E"), ByteString(231, 'B'));
 }
 
 TEST_F(KeyedItem, TakesTheLongestValues) {
     const QuorrinKeyRow table[] = {
         {'h', {0x9F, 0x4E}, 2, 1, 0}, {'r', {0x9F, 0x4E}, 2, 0, 0}, {' ', {}, 0, 0, 0}};
     EXPECT_EQ(apply("r255" + std::string(255, 'C'), table), 0);
-    EXPECT_EQ(element("9F4E"), Bytes(255, 'C'));
+    EXPECT_EQ(element("9F4E"), ByteString(255, 'C'));
     EXPECT_EQ(apply("h254" + std::string(254, '8'), table), 0);
-    EXPECT_EQ(element("9F4E"), Bytes(127, 0x88));
+    EXPECT_EQ(element("9F4E"), ByteString(127, 0x88));
     EXPECT_EQ(apply("h255" + std::string(255, '9'), table), 0);
-    EXPECT_EQ(element("9F4E"), join(hex("09"), Bytes(127, 0x99)));
+    EXPECT_EQ(element("9F4E"), join(hex("09"), ByteString(127, 0x99)));
 }
 
 TEST_F(KeyedItem, IgnoresTheLengthOfTheRest) {

@@ -33,7 +33,7 @@ std::string card_with_log(std::string_view entry, std::string_view format, int r
         " 9000\n80CADF4F00\n    " + std::string(format) + " 9000\n";
     for (int record = 1; record <= records; ++record) {
         const std::string number = std::to_string(100 + record).substr(1);
-        card += "00B2" + to_hex(Bytes{static_cast<std::uint8_t>(record)}) + "5C00\n    2501" +
+        card += "00B2" + to_hex(ByteString{static_cast<std::uint8_t>(record)}) + "5C00\n    2501" +
                 number + " 1030" + number + " 0000000000" + number +
                 " 000000000000 0156 0156 5348" + number + " 20*17 00 00" + number + " 9000\n";
     }
@@ -53,7 +53,8 @@ class LogReading : public BankCardTest {
     static Commands read_commands(std::initializer_list<int> records) {
         Commands expected{select_application, get_log_format};
         for (const int record : records) {
-            expected.push_back("00B2" + to_hex(Bytes{static_cast<std::uint8_t>(record)}) + "5C00");
+            expected.push_back("00B2" + to_hex(ByteString{static_cast<std::uint8_t>(record)}) +
+                               "5C00");
         }
         return expected;
     }
@@ -124,7 +125,7 @@ TEST_P(LogSelector, NamesARecordAllOrNone) {
     Commands expected_commands = read_commands({});
     std::string expected;
     for (const int record : GetParam().records) {
-        expected_commands.push_back("00B2" + to_hex(Bytes{static_cast<std::uint8_t>(record)}) +
+        expected_commands.push_back("00B2" + to_hex(ByteString{static_cast<std::uint8_t>(record)}) +
                                     "5C00");
         expected += (expected.empty() ? "128" : "") + record_text(record);
     }

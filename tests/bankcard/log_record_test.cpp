@@ -14,7 +14,8 @@ constexpr char usual_record[] =
 class LogRecord : public LibraryTest {
   protected:
     // Formats a record and compares the text, the length and the bytes behind the text.
-    static void expect_text(const Bytes& format, const Bytes& record, const std::string& expected) {
+    static void expect_text(const ByteString& format, const ByteString& record,
+                            const std::string& expected) {
         GuardedBuffer out(256);
         std::uint32_t length = 0xEEEEEEEE;
         // The record's own length is not asked.
@@ -29,8 +30,8 @@ class LogRecord : public LibraryTest {
         expect_text(card_bytes(format), card_bytes(record), expected);
     }
 
-    static void expect_refused(const Bytes& format) {
-        const Bytes record(2048, 0x11);
+    static void expect_refused(const ByteString& format) {
+        const ByteString record(2048, 0x11);
         GuardedBuffer out(256);
         std::uint32_t length = 0xEEEEEEEE;
         EXPECT_EQ(PackTrsData(format.data(), static_cast<std::uint32_t>(format.size()),
@@ -41,10 +42,10 @@ class LogRecord : public LibraryTest {
     }
 
     // A format that names a merchant name of n bytes and then the transaction counter.
-    static Bytes name_format(std::uint8_t n) {
-        return object("9F4F", join(hex("9F4E"), Bytes{n}, hex("9F3602")));
+    static ByteString name_format(std::uint8_t n) {
+        return object("9F4F", join(hex("9F4E"), ByteString{n}, hex("9F3602")));
     }
-    static Bytes name_record(std::size_t n) { return join(filled(n, 0xC5), hex("1A2B")); }
+    static ByteString name_record(std::size_t n) { return join(filled(n, 0xC5), hex("1A2B")); }
 
     // The text in front of the merchant name when the format names nothing else.
     static std::string empty_front() {
@@ -166,7 +167,7 @@ TEST_F(LogRecord, DeliberatelyTakesAFieldsLengthFromTheFirstByteOfItsLengthField
 
 TEST_F(LogRecord, SurvivesTheLongestMerchantNames) {
     // FB in a length field stands for 123 bytes of length in a format of 125: 251 bytes of name.
-    const Bytes format = object("9F4F", join(hex("9F4E FB"), filled(123, 0x01)));
+    const ByteString format = object("9F4F", join(hex("9F4E FB"), filled(123, 0x01)));
     ASSERT_EQ(format.size(), 3u + 126u);
     // X at 80 + 502 modulo 256 = 70.
     expect_text(format, filled(251, 0xC5),
@@ -177,7 +178,7 @@ TEST_F(LogRecord, SurvivesTheLongestMerchantNames) {
 
 TEST_F(LogRecord, TakesALengthFieldWhoseFirstByteHappensToBeRight) {
     // 81 81 and 129 bytes: the first byte, 81, is the number of bytes behind the field.
-    Bytes list;
+    ByteString list;
     for (int i = 0; i < 43; ++i) {
         list = join(list, hex("9F2701"));
     }
@@ -240,9 +241,9 @@ TEST_F(LogRecord, TakesUnknownTagsOfFourBytes) {
 }
 
 TEST_F(LogRecord, RefusesNullPointers) {
-    const Bytes format = card_bytes("9F4F[ 9C01 ]");
+    const ByteString format = card_bytes("9F4F[ 9C01 ]");
     const auto size = static_cast<std::uint32_t>(format.size());
-    const Bytes record = hex("01");
+    const ByteString record = hex("01");
     GuardedBuffer out(256);
     std::uint32_t length = 0xEEEEEEEE;
     EXPECT_EQ(PackTrsData(nullptr, size, record.data(), 1, out.text(), &length), -107);

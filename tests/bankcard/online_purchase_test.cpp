@@ -12,7 +12,7 @@ namespace {
 // What a byte string looks like in the log: read as text up to the first zero byte, every byte that
 // is no ASCII shown as U+FFFD. The card's answers are chosen so that no bytes form a UTF-8
 // character.
-std::string as_logged(const Bytes& bytes) {
+std::string as_logged(const ByteString& bytes) {
     std::string text;
     for (const std::uint8_t byte : bytes) {
         if (byte == 0) {
@@ -71,7 +71,7 @@ constexpr const char* scripts[] = {
 };
 
 std::string issuer_text() {
-    Bytes data = card_bytes(authorisation);
+    ByteString data = card_bytes(authorisation);
     for (const char* script : scripts) {
         data = join(data, card_bytes(script));
     }
@@ -79,10 +79,10 @@ std::string issuer_text() {
 }
 
 std::string script_buffer() {
-    Bytes buffer = hex("05");
+    ByteString buffer = hex("05");
     for (const char* script : scripts) {
-        const Bytes bytes = card_bytes(script);
-        buffer = join(buffer, Bytes{static_cast<std::uint8_t>(bytes.size())}, bytes);
+        const ByteString bytes = card_bytes(script);
+        buffer = join(buffer, ByteString{static_cast<std::uint8_t>(bytes.size())}, bytes);
     }
     return to_hex(join(buffer, hex("00")));
 }
@@ -94,7 +94,7 @@ class Purchase : public LibraryTest {
         gucGetArqcFlag = 0;
     }
 
-    static bool is_announcement(const Bytes& card_answer) {
+    static bool is_announcement(const ByteString& card_answer) {
         return card_answer.size() == 2 && card_answer[0] == 0x61;
     }
 
@@ -110,11 +110,11 @@ class Purchase : public LibraryTest {
 
     static std::vector<std::string> expected_log() {
         std::vector<std::string> lines{"OpenDevice(SCRIPTED) = 7", "success: PowerUp(CPU) 4"};
-        Bytes gathered;
+        ByteString gathered;
         bool gathering = false;
         for (const Exchange& exchange : exchanges) {
-            const Bytes command = card_bytes(exchange.command);
-            const Bytes card_answer = card_bytes(exchange.answer);
+            const ByteString command = card_bytes(exchange.command);
+            const ByteString card_answer = card_bytes(exchange.answer);
             if (!gathering) {
                 lines.push_back("DEV->CPU: " + as_logged(command));
             }
@@ -207,9 +207,9 @@ TEST_F(Purchase, RunsFromOpeningToClosingTheReader) {
 
     // Three scripts 71 and two scripts 72 are recorded: one that ran, one refused behind a command,
     // one that failed at its second command; one that ran, one beyond the limit.
-    const Bytes results(emvGetIssScrptRslt(), emvGetIssScrptRslt() + sizeof gl_Iss_ScriptRslt);
+    const ByteString results(emvGetIssScrptRslt(), emvGetIssScrptRslt() + sizeof gl_Iss_ScriptRslt);
     EXPECT_EQ(emvGetIssScrptRsltNumber(), 25);
-    Bytes expected_results = hex("2071000001 1071000002 1200000000 2072000001 0071000002");
+    ByteString expected_results = hex("2071000001 1071000002 1200000000 2072000001 0071000002");
     expected_results.resize(sizeof gl_Iss_ScriptRslt);
     EXPECT_EQ(to_hex(results), to_hex(expected_results));
     EXPECT_EQ(to_hex(gl_Tm_TVR), "0000000030");
@@ -226,7 +226,7 @@ TEST_F(Purchase, RunsFromOpeningToClosingTheReader) {
 
 TEST_F(Purchase, LogsNothingWhileTheLogIsOff) {
     QLoggingCategory::setFilterRules("default.debug=false");
-    reader().card = [](const Bytes&) { return answer("9000"); };
+    reader().card = [](const ByteString&) { return answer("9000"); };
     gucGetArqcFlag = 1;
     EXPECT_EQ(ARPCExeScript(7, 0, "7106860484180000"), 0);
     EXPECT_EQ(reader().commands().size(), 2u);

@@ -172,7 +172,7 @@ TEST_F(SelectByPse, GoesOnAfterAMalformedRecord) {
 TEST_F(SelectByPse, ReadsOnUntilTheCardEndsTheDirectory) {
     constexpr std::size_t records = 300;
     std::size_t sent = 0;
-    reader().card = [&](const Bytes& command) {
+    reader().card = [&](const ByteString& command) {
         if (command == hex(select_pse)) {
             return answer("6F08 8400 A504 880101 00 9000");
         }
@@ -183,7 +183,7 @@ TEST_F(SelectByPse, ReadsOnUntilTheCardEndsTheDirectory) {
     ASSERT_EQ(commands().size(), 1 + records + 1);
     for (std::size_t i = 1; i < commands().size(); ++i) {
         const auto number = static_cast<std::uint8_t>(i);  // wraps to 0 after 255
-        EXPECT_EQ(commands()[i], "00B2" + to_hex(Bytes{number}) + "0C00");
+        EXPECT_EQ(commands()[i], "00B2" + to_hex(ByteString{number}) + "0C00");
     }
 }
 
@@ -193,8 +193,9 @@ TEST_F(SelectByPse, CopiesAFullListAndNothingMore) {
     std::string record = "70[";
     std::string text;
     for (int i = 0; i < 17; ++i) {
-        record += "61[ 4F[A0000003" + to_hex(Bytes{static_cast<std::uint8_t>(i)}) + "] ]";
-        text += (i == 0 ? "A0000003" : "|A0000003") + to_hex(Bytes{static_cast<std::uint8_t>(i)});
+        record += "61[ 4F[A0000003" + to_hex(ByteString{static_cast<std::uint8_t>(i)}) + "] ]";
+        text +=
+            (i == 0 ? "A0000003" : "|A0000003") + to_hex(ByteString{static_cast<std::uint8_t>(i)});
     }
     record += "]";
     ASSERT_EQ(text.size(), 186u);

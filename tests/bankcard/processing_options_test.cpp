@@ -22,7 +22,7 @@ TEST_F(TerminalDefaults, KeepTheQualifiersOfTheHost) {
 
 TEST_F(TerminalDefaults, AskForTheStateOfTheQualifiersAlone) {
     put("9F66", hex("26000080"));
-    const Bytes tag = hex("9F66");
+    const ByteString tag = hex("9F66");
     ASSERT_EQ(emvSetDataElementState(tag.data(), 2, 0), 0);
     setTermDataBeforeGPO();
     EXPECT_EQ(element("9F66"), value("F4000000"));
@@ -31,13 +31,13 @@ TEST_F(TerminalDefaults, AskForTheStateOfTheQualifiersAlone) {
 class ProcessingOptions : public BankCardTest {
   protected:
     // The command data kept for the host.
-    static void expect_kept(const Bytes& data, std::size_t length) {
-        Bytes whole = data;
+    static void expect_kept(const ByteString& data, std::size_t length) {
+        ByteString whole = data;
         whole.resize(256);
-        EXPECT_EQ(Bytes(gl_GPOPdolData, gl_GPOPdolData + 256), whole);
+        EXPECT_EQ(ByteString(gl_GPOPdolData, gl_GPOPdolData + 256), whole);
         EXPECT_EQ(gl_LenGPOPdolData, length);
     }
-    static void expect_kept(const Bytes& data) { expect_kept(data, data.size()); }
+    static void expect_kept(const ByteString& data) { expect_kept(data, data.size()); }
 };
 
 TEST_F(ProcessingOptions, SendsAnEmptyTemplateToACardWithoutAPdol) {
@@ -60,7 +60,7 @@ TEST_F(ProcessingOptions, AnswersThePdolWithTheDataOfTheHost) {
     const std::string data =
         "F4000000 000000001000 000000000050 0000 0000000000 0156 250101 01 00000000 235959 "
         "53484F5000000000";
-    const Bytes command_data = join(hex("832C"), hex(data));
+    const ByteString command_data = join(hex("832C"), hex(data));
     ASSERT_EQ(command_data.size(), 0x2Eu);
     EXPECT_EQ(commands(), Commands{"80A800002E" + to_hex(command_data) + "00"});
     expect_kept(command_data);
@@ -94,14 +94,14 @@ TEST_F(ProcessingOptions, FitsThePdolDataByTheirFormats) {
         put("9F38", hex(c.pdol));
         insert("80A80000 *\n    77[] 9000\n");
         EXPECT_EQ(emvGPO(handle, nullptr, nullptr), 0) << c.what;
-        const Bytes data = object("83", hex(c.data));
+        const ByteString data = object("83", hex(c.data));
         EXPECT_EQ(commands(), Commands{"80A80000" + to_hex(object("", data)) + "00"}) << c.what;
         expect_kept(data);
     }
 }
 
 TEST_F(ProcessingOptions, RefusesAPdolThatCannotBeAnswered) {
-    const std::pair<const char*, Bytes> cases[] = {
+    const std::pair<const char*, ByteString> cases[] = {
         {"tag without an end", hex("9F0206 9F")},
         {"tag with a zero byte", hex("9F0002")},
         {"no length", hex("9F0206 9F1A")},
@@ -147,7 +147,7 @@ TEST_F(ProcessingOptions, DeliberatelyCountsTheDataInOneByte) {
         EXPECT_EQ(commands(),
                   Commands{"80A80000" + c.header + std::string(2 * c.zeros, '0') + "00"})
             << c.data;
-        expect_kept(Bytes{0x83, static_cast<std::uint8_t>(c.data)}, c.data + 2);
+        expect_kept(ByteString{0x83, static_cast<std::uint8_t>(c.data)}, c.data + 2);
     }
 }
 
@@ -176,11 +176,11 @@ TEST_F(ProcessingOptions, KeepsTheQualifiersThatTheHostSet) {
 TEST_F(ProcessingOptions, ReadsThePdolNoFurtherThanItsStorage) {
     put("9F38", hex("9C01"));
     put("9C", hex("20"));
-    const Bytes tag = hex("9F38");
+    const ByteString tag = hex("9F38");
     ASSERT_EQ(emvSetDataElementLength(tag.data(), 2, 0xFFFF, 0), 0);
     insert("");
     // The zeros behind the PDOL are entries of length 0.
-    reader().card = [](const Bytes&) { return answer("77009000"); };
+    reader().card = [](const ByteString&) { return answer("77009000"); };
     EXPECT_EQ(emvGPO(handle, nullptr, nullptr), 0);
     EXPECT_EQ(commands(), Commands{"80A80000038301"
                                    "2000"});
@@ -246,7 +246,7 @@ TEST_F(ProcessingOptions, StoreNothingBeforeTheFirstReset) {
 )");
     EXPECT_EQ(emvGPO(handle, "T00201", TagMapPDolTerData), 0);
     EXPECT_EQ(commands(), Commands{"80A8000002830000"});
-    EXPECT_EQ(Bytes(gl_AIP, gl_AIP + 2), hex("7C00"));
+    EXPECT_EQ(ByteString(gl_AIP, gl_AIP + 2), hex("7C00"));
     EXPECT_EQ(emvReadICCard(handle), -107);
     GuardedBuffer out(2048);
     EXPECT_EQ(packUserInfo("ABJ", out.text()), 0);

@@ -67,17 +67,18 @@ TEST_F(RecordReading, ReadsEveryRecordThatAnEntryCanName) {
     EXPECT_EQ(emvReadICCard(handle), 0);
     ASSERT_EQ(commands().size(), 256u);
     for (std::size_t i = 0; i < 256; ++i) {
-        EXPECT_EQ(commands()[i], "00B2" + to_hex(Bytes{static_cast<std::uint8_t>(i)}) + "0C00");
+        EXPECT_EQ(commands()[i],
+                  "00B2" + to_hex(ByteString{static_cast<std::uint8_t>(i)}) + "0C00");
     }
 }
 
 TEST_F(RecordReading, WalksTheLongestAfl) {
-    Bytes afl;
+    ByteString afl;
     Commands expected;
     for (std::uint8_t i = 0; i < 63; ++i) {
         const std::uint8_t number = static_cast<std::uint8_t>(i + 1);
         afl.insert(afl.end(), {0x10, number, number, 0});
-        expected.push_back("00B2" + to_hex(Bytes{number}) + "1400");
+        expected.push_back("00B2" + to_hex(ByteString{number}) + "1400");
     }
     put("94", afl);
     insert("00B2 *\n    70[] 9000\n");
@@ -85,7 +86,7 @@ TEST_F(RecordReading, WalksTheLongestAfl) {
     EXPECT_EQ(commands(), expected);
 
     // A host's length beyond the storage: 63 entries at most, counted in 8 bits.
-    const Bytes tag = hex("94");
+    const ByteString tag = hex("94");
     ASSERT_EQ(emvSetDataElementLength(tag.data(), 1, 1020, 0), 0);
     insert("00B2 *\n    70[] 9000\n");
     EXPECT_EQ(emvReadICCard(handle), 0);
@@ -125,10 +126,10 @@ TEST_F(RecordReading, StoresARecordOfTheLongestAnswer) {
     EXPECT_EQ(element("93"), filled(248, 0x33));
     EXPECT_EQ(element("5F20"), filled(252, 0x44));
 
-    const Bytes longest =
+    const ByteString longest =
         card_bytes("70[ 8C[9F0206] DF11[00*252] DF12[00*252] DF13[00*252] DF14[00*241] ]");
     ASSERT_EQ(longest.size(), 1022u);
-    reader().card = [&](const Bytes&) { return answer(join(longest, hex("9000"))); };
+    reader().card = [&](const ByteString&) { return answer(join(longest, hex("9000"))); };
     EXPECT_EQ(emvReadICCard(handle), 0);
     EXPECT_EQ(element("8C"), value("9F0206"));
 }

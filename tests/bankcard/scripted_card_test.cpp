@@ -25,7 +25,7 @@ TEST(CardNotation, RefusesWhatItCannotRead) {
 
 class ScriptedCardTest : public BankCardTest {};
 
-Bytes respond(ScriptedCard& card, std::string_view command) {
+ByteString respond(ScriptedCard& card, std::string_view command) {
     return card.exchange(hex(command)).bytes;
 }
 

@@ -43,7 +43,7 @@ TEST(BlockCipher, DeciphersWhatItEnciphered) {
     const auto plain = hex("00112233445566778899AABBCCDDEEFF 102132435465768798A9BACBDCEDFE0F");
     for (const auto algorithm : {Algorithm::TripleDes, Algorithm::Sm4}) {
         SCOPED_TRACE(static_cast<int>(algorithm));
-        const test::Bytes initial_vector(block_size(algorithm), 0x5A);
+        const test::ByteString initial_vector(block_size(algorithm), 0x5A);
 
         const auto by_ecb = encrypt_ecb(algorithm, test_key, plain);
         EXPECT_NE(by_ecb, plain);
@@ -60,7 +60,7 @@ TEST(BlockCipher, TakesNothingButWholeBlocks) {
                  std::invalid_argument);
     EXPECT_THROW(decrypt_ecb(Algorithm::Sm4, test_key, hex("0011223344556677")),
                  std::invalid_argument);
-    EXPECT_EQ(encrypt_ecb(Algorithm::Sm4, test_key, {}), test::Bytes());
+    EXPECT_EQ(encrypt_ecb(Algorithm::Sm4, test_key, {}), test::ByteString());
 }
 
 TEST(BlockCipher, TakesNoInitialVectorOfAnotherSize) {

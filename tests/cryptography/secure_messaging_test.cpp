@@ -124,7 +124,7 @@ TEST(EncipheredScriptData, ComeBackInEveryLength) {
         const Key key = test::card_keys_of(card).encipherment;
         const std::size_t block = block_size(card.algorithm);
         for (std::size_t length = 0; length <= 255; ++length) {
-            test::Bytes plain(length);
+            test::ByteString plain(length);
             std::iota(plain.begin(), plain.end(), std::uint8_t{0x80});
             const auto enciphered = encipher_script_data(context, key, plain);
             // The length byte, and no more filling than the block needs.
@@ -135,7 +135,7 @@ TEST(EncipheredScriptData, ComeBackInEveryLength) {
 }
 
 TEST(EncipheredScriptData, ExceedNoLengthByte) {
-    EXPECT_THROW(encipher_script_data({}, {}, test::Bytes(256)), std::invalid_argument);
+    EXPECT_THROW(encipher_script_data({}, {}, test::ByteString(256)), std::invalid_argument);
 }
 
 // The clear block of each row, enciphered as it stands.

@@ -92,7 +92,7 @@ inline cryptography::TransactionData test_transaction() {
 }
 
 inline cryptography::KeySet card_keys_of(const TestCard& card) {
-    const Bytes keys = hex(card.card_keys);
+    const ByteString keys = hex(card.card_keys);
     return {fixed<16>(std::span(keys).subspan(0, 16)), fixed<16>(std::span(keys).subspan(16, 16)),
             fixed<16>(std::span(keys).subspan(32))};
 }

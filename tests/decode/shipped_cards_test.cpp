@@ -13,8 +13,8 @@ namespace quorrin::test {
 namespace {
 
 struct Exchange {
-    Bytes command;
-    Bytes answer;
+    ByteString command;
+    ByteString answer;
     decode::Options options = {};
 };
 
@@ -26,38 +26,38 @@ class Conversation {
         atr_ = card_->power_on();
     }
 
-    const Bytes& atr() const { return atr_; }
+    const ByteString& atr() const { return atr_; }
     const std::vector<Exchange>& exchanges() const { return exchanges_; }
 
     // The answer's data; empty unless it ends with 9000.
-    Bytes send(const Bytes& command, const Bytes& list = {}) {
-        Bytes answer = card_->transmit(command);
+    ByteString send(const ByteString& command, const ByteString& list = {}) {
+        ByteString answer = card_->transmit(command);
         exchanges_.push_back({command, answer, {.list = list}});
         const bool is_good = answer.size() >= 2 && answer[answer.size() - 2] == 0x90;
-        return is_good ? Bytes(answer.begin(), answer.end() - 2) : Bytes();
+        return is_good ? ByteString(answer.begin(), answer.end() - 2) : ByteString();
     }
-    Bytes select(const Bytes& name) {
-        return send(
-            join(hex("00A40400"), Bytes{static_cast<std::uint8_t>(name.size())}, name, hex("00")));
+    ByteString select(const ByteString& name) {
+        return send(join(hex("00A40400"), ByteString{static_cast<std::uint8_t>(name.size())}, name,
+                         hex("00")));
     }
-    Bytes read_record(unsigned file, unsigned record, const Bytes& list = {}) {
+    ByteString read_record(unsigned file, unsigned record, const ByteString& list = {}) {
         return send({0x00, 0xB2, static_cast<std::uint8_t>(record),
                      static_cast<std::uint8_t>(file << 3 | 4), 0x00},
                     list);
     }
-    Bytes get_data(std::uint16_t tag) {
+    ByteString get_data(std::uint16_t tag) {
         return send({0x80, 0xCA, static_cast<std::uint8_t>(tag >> 8),
                      static_cast<std::uint8_t>(tag), 0x00});
     }
 
   private:
     std::unique_ptr<simulator::CardDevice> card_;
-    Bytes atr_;
+    ByteString atr_;
     std::vector<Exchange> exchanges_;
 };
 
 // Bytes of a value somewhere in an answer; the decoder's own tree says where.
-Bytes value_of(const Bytes& answer, const std::string& tag) {
+ByteString value_of(const ByteString& answer, const std::string& tag) {
     const decode::Node tree = decode::tlv(answer, {.show_sensitive = true});
     const decode::Node* node = decode::find_object(tree, tag);
     if (node == nullptr) {
@@ -69,38 +69,40 @@ Bytes value_of(const Bytes& answer, const std::string& tag) {
 }
 
 // As many zeros as a list asks for; the contactless qualifiers offer quick PBOC.
-Bytes zeros_for(const Bytes& list) {
-    Bytes data;
+ByteString zeros_for(const ByteString& list) {
+    ByteString data;
     for (std::size_t i = 0; i < list.size();) {
         const bool long_tag = (list[i] & 0x1F) == 0x1F;
         const bool is_qualifiers = list[i] == 0x9F && list[i + 1] == 0x66;
         i += long_tag ? 2 : 1;
-        const Bytes value = is_qualifiers ? hex("27000000") : Bytes(list[i], 0x00);
+        const ByteString value = is_qualifiers ? hex("27000000") : ByteString(list[i], 0x00);
         data.insert(data.end(), value.begin(), value.end());
         ++i;
     }
     return data;
 }
 
-void ask_everything(Conversation& card, const Bytes& name) {
-    const Bytes fci = card.select(name);
+void ask_everything(Conversation& card, const ByteString& name) {
+    const ByteString fci = card.select(name);
     ASSERT_FALSE(fci.empty());
-    const Bytes pdol = value_of(fci, "9F38");
-    const Bytes data = zeros_for(pdol);
-    const Bytes wrapped = join(Bytes{0x83, static_cast<std::uint8_t>(data.size())}, data);
-    const Bytes options = card.send(
-        join(hex("80A80000"), Bytes{static_cast<std::uint8_t>(wrapped.size())}, wrapped, hex("00")),
-        pdol);
+    const ByteString pdol = value_of(fci, "9F38");
+    const ByteString data = zeros_for(pdol);
+    const ByteString wrapped = join(ByteString{0x83, static_cast<std::uint8_t>(data.size())}, data);
+    const ByteString options =
+        card.send(join(hex("80A80000"), ByteString{static_cast<std::uint8_t>(wrapped.size())},
+                       wrapped, hex("00")),
+                  pdol);
     ASSERT_FALSE(options.empty());
     for (unsigned file = 1; file <= 30; ++file) {
         for (unsigned record = 1; record <= 5; ++record) {
-            const Bytes answer = card.read_record(file, record);
-            const Bytes cdol = value_of(answer, "8C");
+            const ByteString answer = card.read_record(file, record);
+            const ByteString cdol = value_of(answer, "8C");
             if (!cdol.empty()) {
-                const Bytes values = zeros_for(cdol);
-                card.send(join(hex("80AE8000"), Bytes{static_cast<std::uint8_t>(values.size())},
-                               values, hex("00")),
-                          cdol);
+                const ByteString values = zeros_for(cdol);
+                card.send(
+                    join(hex("80AE8000"), ByteString{static_cast<std::uint8_t>(values.size())},
+                         values, hex("00")),
+                    cdol);
             }
         }
     }
@@ -108,7 +110,7 @@ void ask_everything(Conversation& card, const Bytes& name) {
                           0x9F6B, 0x9F6C, 0x9F6D, 0x9F74, 0x9F77, 0x9F78, 0x9F79}) {
         card.get_data(static_cast<std::uint16_t>(tag));
     }
-    const Bytes log_format = value_of(card.get_data(0x9F4F), "9F4F");
+    const ByteString log_format = value_of(card.get_data(0x9F4F), "9F4F");
     for (const unsigned file : {11u, 20u}) {
         for (unsigned record = 1; record <= 10; ++record) {
             card.read_record(file, record, log_format);

@@ -162,7 +162,7 @@ TEST(DecodeTlv, NoInputStopsTheDecoder) {
             decode::to_text(decode::tlv(data));
         }
     }
-    const Bytes answer =
+    const ByteString answer =
         hex("6F32840E325041592E5359532E4444463031A520BF0C1D611B4F07A0000000031010"
             "500456495341870101 9F2A01034203400000");
     for (std::size_t size = 0; size <= answer.size(); ++size) {
@@ -190,16 +190,16 @@ TEST(DecodeTlv, EveryKindOfDataBearsEveryByteAndEveryLength) {
 TEST(DecodeTlv, EveryElementBearsEveryLength) {
     for (std::uint32_t tag = 0; tag <= 0xFFFF; ++tag) {
         const bool is_tag =
-            tag < 0x100
-                ? decode::parse_tag(tag < 16 ? "" : to_hex(Bytes{static_cast<std::uint8_t>(tag)}))
-                      .has_value()
-                : (tag >> 8 & 0x1F) == 0x1F && (tag & 0x80) == 0;
+            tag < 0x100 ? decode::parse_tag(
+                              tag < 16 ? "" : to_hex(ByteString{static_cast<std::uint8_t>(tag)}))
+                              .has_value()
+                        : (tag >> 8 & 0x1F) == 0x1F && (tag & 0x80) == 0;
         if (!is_tag) {
             continue;
         }
         for (const std::size_t size : {1u, 5u, 13u, 32u}) {
             for (const int byte : {0x07, 0x99, 0xFF}) {
-                decode::element(tag, Bytes(size, static_cast<std::uint8_t>(byte)));
+                decode::element(tag, ByteString(size, static_cast<std::uint8_t>(byte)));
             }
         }
     }

@@ -240,7 +240,7 @@ TEST(DecodeValues, IssuerApplicationDataAreToldByTheirForm) {
           "Card verification results (CVR): ", "Issuer discretionary data: "}},
     };
     for (const IssuerDataCase& each : cases) {
-        Bytes value = hex(each.value);
+        ByteString value = hex(each.value);
         if (value.size() == 32 && value[0] == 0x0F) {
             ASSERT_EQ(value[16], 0x0F);
         }
@@ -334,7 +334,7 @@ TEST(DecodeValues, LogTextIsToldItemByItem) {
 
 TEST(DecodeValues, LogRecordsAreToldByTheirFormat) {
     decode::Options options{.list = hex("9A03 9F2103 9F0206 5F2A02 9C01 9F3602")};
-    const Bytes record = hex("250110 193207 000000003980 0156 00 000A");
+    const ByteString record = hex("250110 193207 000000003980 0156 00 000A");
     const decode::Node node = decode::log_record(record, options);
     EXPECT_EQ(decode::to_text(node),
               "9A Transaction date: 2025-01-10\n"
@@ -454,7 +454,7 @@ TEST(DecodeValues, HistoricalBytesAreToldByTheirCategory) {
 }
 
 TEST(DecodeValues, ProductionDataAreToldPartByPart) {
-    const decode::Node node = decode::element(0x9F7F, Bytes(42, 0x11));
+    const decode::Node node = decode::element(0x9F7F, ByteString(42, 0x11));
     EXPECT_EQ(node.label, "Card production life cycle data (CPLC)");
     EXPECT_EQ(node.children.size(), 18u);
     EXPECT_EQ(node.children.back().offset + node.children.back().size, 42u);

@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-Bytes padded(Bytes bytes, std::size_t size) {
+ByteString padded(ByteString bytes, std::size_t size) {
     bytes.resize(size, 0);
     return bytes;
 }
@@ -45,7 +45,7 @@ void expect_as_listed(const QuorrinDataElement (&table)[Rows],
         EXPECT_EQ(listed.declared_size, listed.bytes);
         EXPECT_EQ(element.minLen, listed.shortest);
         EXPECT_EQ(element.maxLen, listed.longest);
-        const Bytes tag = hex(listed.tag);
+        const ByteString tag = hex(listed.tag);
         EXPECT_EQ(element.tagLen, tag.size());
         EXPECT_THAT(element.tag, ElementsAreArray(padded(tag, 3)));
         EXPECT_EQ(element.templateCode, template_code(listed.templates));
@@ -96,7 +96,7 @@ TEST_F(Dictionary, NoTwoVariablesShareBytes) {
 TEST_F(Dictionary, InitialisingThePointersTouchesNothingElse) {
     const auto bytes_of = [](auto& table) {
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(&table);
-        return Bytes(bytes, bytes + sizeof table);
+        return ByteString(bytes, bytes + sizeof table);
     };
     for (QuorrinDataElement& element : IccDt) {
         element.curLen = 7;
@@ -109,8 +109,8 @@ TEST_F(Dictionary, InitialisingThePointersTouchesNothingElse) {
     for (const ListedElement& element : listed_card_elements) {
         std::fill_n(element.storage, element.declared_size, std::uint8_t{0xC3});
     }
-    const Bytes card = bytes_of(IccDt);
-    const Bytes terminal = bytes_of(TermDt);
+    const ByteString card = bytes_of(IccDt);
+    const ByteString terminal = bytes_of(TermDt);
     for (QuorrinDataElement& element : IccDt) {
         element.value = nullptr;
     }
@@ -174,7 +174,7 @@ TEST_F(Lookup, DeliberatelyNeverReachesTheSecondRowOfATag) {
 
 // All tags of one and two bytes against the listing.
 TEST_F(Lookup, KnowsNoOtherTag) {
-    const auto listed_as = [](const Bytes& tag) {
+    const auto listed_as = [](const ByteString& tag) {
         for (int row = 0; row < 94; ++row) {
             if (hex(listed_card_elements[row].tag) == tag) {
                 return std::pair(1, row);
@@ -192,7 +192,7 @@ TEST_F(Lookup, KnowsNoOtherTag) {
     for (const auto& listing : {std::span<const ListedElement>(listed_card_elements),
                                 std::span<const ListedElement>(listed_terminal_elements)}) {
         for (const ListedElement& element : listing) {
-            const Bytes tag = hex(element.tag);
+            const ByteString tag = hex(element.tag);
             (tag.size() == 1 ? one_byte[tag[0]] : two_bytes[tag[0] << 8 | tag[1]]) = listed_as(tag);
         }
     }
@@ -214,7 +214,7 @@ TEST_F(Lookup, KnowsNoOtherTag) {
 TEST_F(Lookup, LeavesTheRowAloneForOtherTagLengths) {
     EXPECT_EQ(find(""), std::pair(0, 7777));
     EXPECT_EQ(find("9F0200"), std::pair(0, 7777));
-    const Bytes long_tag(255, 0x5A);
+    const ByteString long_tag(255, 0x5A);
     std::uint16_t row = 7777;
     EXPECT_EQ(emvFindDataElement(long_tag.data(), 255, &row), 0);
     EXPECT_EQ(row, 7777);
@@ -223,7 +223,7 @@ TEST_F(Lookup, LeavesTheRowAloneForOtherTagLengths) {
 TEST_F(Lookup, RefusesNullPointers) {
     std::uint16_t row = 7777;
     EXPECT_EQ(emvFindDataElement(nullptr, 1, &row), 0);
-    const Bytes tag = hex("5A");
+    const ByteString tag = hex("5A");
     EXPECT_EQ(emvFindDataElement(tag.data(), 1, nullptr), 1);
 }
 
@@ -262,7 +262,7 @@ TEST(TagComparison, DeliberatelyCountsItsLengthInEightBits) {
     EXPECT_EQ(StrCmp(rhs.data(), lhs.data(), 0x7FFFFF01), 1);
     EXPECT_EQ(StrCmp(lhs.data(), rhs.data(), -255), 2);
     const ExactBytes long_lhs(filled(255, 0x11));
-    Bytes changed = filled(255, 0x11);
+    ByteString changed = filled(255, 0x11);
     changed[254] = 0x12;
     const ExactBytes long_rhs(changed);
     EXPECT_EQ(StrCmp(long_lhs.data(), long_rhs.data(), 255), 2);

@@ -99,8 +99,8 @@ TEST_F(Store, TerminalElementsHaveNoTemplate) {
 }
 
 TEST_F(Store, RefusesNullPointers) {
-    const Bytes tag = hex("5A");
-    const Bytes value = hex("6200000000000005");
+    const ByteString tag = hex("5A");
+    const ByteString value = hex("6200000000000005");
     EXPECT_EQ(emvSetDataElement(nullptr, 3, tag.data(), 1, 8, value.data()), -29);
     EXPECT_EQ(emvSetDataElement(nullptr, 1, tag.data(), 1, 8, value.data()), -27);
     EXPECT_EQ(emvSetDataElement(nullptr, 0, nullptr, 1, 8, value.data()), -30);
@@ -121,9 +121,9 @@ TEST_F(Store, RefusesNullPointers) {
 }
 
 TEST_F(Store, TheOtherNameStoresTheSame) {
-    const Bytes parent = hex("77");
-    const Bytes tag = hex("9F36");
-    const Bytes value = hex("0102");
+    const ByteString parent = hex("77");
+    const ByteString tag = hex("9F36");
+    const ByteString value = hex("0102");
     EXPECT_EQ(emvSetDataElementCanChgTempPar(parent.data(), 1, tag.data(), 2, 2, value.data()), 0);
     EXPECT_EQ(held(gl_ATC, 2), "0102");
     EXPECT_EQ(emvSetDataElementCanChgTempPar(parent.data(), 1, tag.data(), 2, 1, value.data()),
@@ -134,7 +134,7 @@ TEST_F(Store, TheOtherNameStoresTheSame) {
 
 // Every row, stored under its first template with its shortest, a middle and its longest length
 // into storage full of old bytes. What the storage then holds is worked out from the format alone.
-Bytes stored_form(const ListedElement& element, Bytes storage, const Bytes& value) {
+ByteString stored_form(const ListedElement& element, ByteString storage, const ByteString& value) {
     const std::size_t fill = (element.longest - value.size()) % 256;
     if (element.format == "n") {
         for (std::size_t i = 0; i < fill; ++i) {
@@ -154,10 +154,10 @@ Bytes stored_form(const ListedElement& element, Bytes storage, const Bytes& valu
     return storage;
 }
 
-std::string fitted(const ListedElement& element, const Bytes& storage, std::size_t held_length,
+std::string fitted(const ListedElement& element, const ByteString& storage, std::size_t held_length,
                    std::size_t wanted) {
     const bool numeric = element.format == "n";
-    Bytes out;
+    ByteString out;
     if (wanted < held_length) {
         const auto from = storage.begin() + (numeric ? held_length - wanted : 0);
         out.assign(from, from + static_cast<std::ptrdiff_t>(wanted));
@@ -181,9 +181,9 @@ void store_and_read(const ListedElement& element, int table) {
     for (const std::size_t length : lengths) {
         SCOPED_TRACE(testing::Message() << element.tag << " with " << length << " bytes");
         std::fill_n(element.storage, element.bytes, std::uint8_t{0xC3});
-        const Bytes value = counted(length);
+        const ByteString value = counted(length);
         ASSERT_EQ(store(element.tag, value, home), 0);
-        const Bytes expected = stored_form(element, filled(element.bytes, 0xC3), value);
+        const ByteString expected = stored_form(element, filled(element.bytes, 0xC3), value);
         EXPECT_EQ(held(element.storage, element.bytes), to_hex(expected));
         EXPECT_EQ(state_of(element.tag), 1);
         EXPECT_EQ(length_of(element.tag), length);
@@ -204,7 +204,7 @@ void store_and_read(const ListedElement& element, int table) {
     }
     EXPECT_EQ(store(element.tag, counted(element.longest + 1u), home), -22) << element.tag;
     EXPECT_EQ(store(element.tag, counted(0xFFFF), home), -22) << element.tag;
-    EXPECT_EQ(store(element.tag, Bytes{}, home), -28) << element.tag;
+    EXPECT_EQ(store(element.tag, ByteString{}, home), -28) << element.tag;
     EXPECT_EQ(length_of(element.tag), element.longest);
     EXPECT_EQ(length_of(element.tag, Shortest), element.shortest);
     EXPECT_EQ(length_of(element.tag, Longest), element.longest);
@@ -227,7 +227,7 @@ TEST_F(Store, EveryCardElementTakesItsLengthsAndFormat) {
 TEST_F(Store, ScriptCommandsAreDeliberatelyFilledByAnEightBitCount) {
     const auto after = [](std::size_t length) {
         std::fill_n(gl_Tm_IssScrCmd, 261, std::uint8_t{0xC3});
-        EXPECT_EQ(store("86", Bytes(length, 0x11), "72"), 0);
+        EXPECT_EQ(store("86", ByteString(length, 0x11), "72"), 0);
         return held(gl_Tm_IssScrCmd, 261);
     };
     EXPECT_EQ(after(4), to_hex(join(filled(4, 0x11), filled(1, 0x00), filled(256, 0xC3))));
@@ -308,7 +308,7 @@ TEST_F(ReadElement, RefusesUnknownTags) {
     EXPECT_EQ(read("", 3), (Read{-31, 3, "A5A5A5"}));
     std::uint16_t length = 0;
     std::uint8_t out = 0xA5;
-    const Bytes tag = hex("9F70");
+    const ByteString tag = hex("9F70");
     EXPECT_EQ(emvGetDataElement(tag.data(), 2, &length, &out), -30);
     EXPECT_EQ(out, 0xA5);
     EXPECT_EQ(length, 0);

@@ -16,8 +16,8 @@ TEST_F(GenerateAcReset, MarksTheElementsAbsentAndKeepsTheirValues) {
                              {"9F36", "0042"},   {"9F10", "07010103A0A002"},
                              {"9F4B", "A1A2A3"}, {"82", "7C00"}};
     for (const Stored& row : stored) {
-        const Bytes tag = hex(row.tag);
-        const Bytes value = hex(row.value);
+        const ByteString tag = hex(row.tag);
+        const ByteString value = hex(row.value);
         ASSERT_EQ(emvSetDataElement(nullptr, 0, tag.data(), static_cast<std::uint8_t>(tag.size()),
                                     static_cast<std::uint16_t>(value.size()), value.data()),
                   0);

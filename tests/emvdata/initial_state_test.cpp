@@ -12,7 +12,7 @@ namespace {
 
 struct InitialImage {
     bool storage_is_zero = true;
-    std::vector<Bytes> working;
+    std::vector<ByteString> working;
 
     InitialImage() {
         const auto all_zero = [](const ListedElement& element) {
@@ -47,7 +47,7 @@ TEST(StoreBeforeTheFirstReset, StorageIsZero) {
 TEST(StoreBeforeTheFirstReset, WorkingDataIsZeroButTheRiskManagementFlag) {
     for (std::size_t i = 0; i < std::size(working_globals); ++i) {
         const WorkingGlobal& global = working_globals[i];
-        Bytes expected(global.bytes, 0);
+        ByteString expected(global.bytes, 0);
         if (std::string_view(global.name) == "gl_Tm_RmCheckFlg") {
             expected = {1};
         }

@@ -68,7 +68,7 @@ void fill_everything() {
     }
 }
 
-Bytes after(Fate fate, std::size_t size) {
+ByteString after(Fate fate, std::size_t size) {
     switch (fate) {
         case Fate::Kept:
             return filled(size, pattern);
@@ -142,7 +142,7 @@ TEST_P(ResetTest, LeavesTheWorkingDataAsListed) {
 TEST_P(ResetTest, LeavesTheConstantPartOfTheRows) {
     fill_everything();
     const auto constant_part = [](const QuorrinDataElement& element) {
-        Bytes bytes(sizeof element);
+        ByteString bytes(sizeof element);
         std::memcpy(bytes.data(), &element, sizeof element);
         return to_hex(std::span(bytes).subspan(10, 14));
     };

@@ -221,7 +221,7 @@ TEST_F(ResponseWalk, DisplayDataInAWrongTemplateIsNotTolerated) {
 TEST_F(ResponseWalk, OtherWrongLengthsAreNotTolerated) {
     const struct {
         const char* description;
-        Bytes response;
+        ByteString response;
         int result;
     } cases[] = {
         {"ATC", hex("9F36 01 01"), -31},
@@ -245,10 +245,10 @@ TEST_F(ResponseWalk, OtherWrongLengthsAreNotTolerated) {
 // 32 bytes, BF of 64, and 3F the length 63 itself.
 class TagOf256Bytes : public ResponseWalk {
   protected:
-    static Bytes tag(std::uint8_t first) {
+    static ByteString tag(std::uint8_t first) {
         return join(filled(1, first), filled(254, 0x81), filled(1, 0x01));
     }
-    static Bytes without_last_byte(Bytes bytes) {
+    static ByteString without_last_byte(ByteString bytes) {
         bytes.pop_back();
         return bytes;
     }
@@ -256,7 +256,7 @@ class TagOf256Bytes : public ResponseWalk {
 };
 
 TEST_F(TagOf256Bytes, PrimitiveIsDeliberatelyNotIgnored) {
-    const Bytes object = join(tag(0x9F), filled(32 + long_value - 256, 0x00));
+    const ByteString object = join(tag(0x9F), filled(32 + long_value - 256, 0x00));
     EXPECT_EQ(walk(join(hex("8F 01 92"), object, hex("9F07 02 FF00"))), -31);
     EXPECT_EQ(read("8F", 0).bytes, "92");
     EXPECT_EQ(present_elements(), 1u);
@@ -267,7 +267,7 @@ TEST_F(TagOf256Bytes, PrimitiveIsDeliberatelyNotIgnored) {
 TEST_F(TagOf256Bytes, ConstructedIsATemplateWithoutATag) {
     // Its value begins inside the tag, with two terminal elements (81) of 129 bytes; behind them
     // an element that needs no template here.
-    Bytes object = join(tag(0xBF), filled(64 + 2 * 132 - 256, 0x00), hex("9F36 02 0102"));
+    ByteString object = join(tag(0xBF), filled(64 + 2 * 132 - 256, 0x00), hex("9F36 02 0102"));
     object.resize(64 + long_value, 0x00);
     EXPECT_EQ(walk(join(object, hex("8F 01 92"))), 0);
     EXPECT_EQ(read("9F36", 0).bytes, "0102");
@@ -324,10 +324,10 @@ TEST_F(TemplateWalk, RefusesMalformedContents) {
 TEST_F(TemplateWalk, RefusesNullData) {
     EXPECT_EQ(emvExtractDataElement(nullptr, 0), 0);
     EXPECT_EQ(emvExtractDataElement(nullptr, 5), -30);
-    const Bytes tag = hex("70");
+    const ByteString tag = hex("70");
     EXPECT_EQ(emvExtractDataTemplate(tag.data(), 1, nullptr, 0), 0);
     EXPECT_EQ(emvExtractDataTemplate(tag.data(), 1, nullptr, 5), -30);
-    const Bytes contents = hex("8F 01 92");
+    const ByteString contents = hex("8F 01 92");
     EXPECT_EQ(emvExtractDataTemplate(nullptr, 1, contents.data(), 3), -30);
     EXPECT_EQ(emvExtractDataTemplate(nullptr, 6, contents.data(), 3), -30);
     EXPECT_EQ(state_of("8F"), 0);
@@ -361,11 +361,12 @@ TEST_F(TemplateWalk, PassesOverAnEmptyTemplateWithALongTag) {
 class DeepNesting : public ResponseWalk {
   protected:
     // Innermost first, so that the bytes are put together in linear time.
-    static Bytes nested(const Bytes& innermost, const Bytes& behind_each, std::size_t limit_size) {
-        Bytes reversed(innermost.rbegin(), innermost.rend());
+    static ByteString nested(const ByteString& innermost, const ByteString& behind_each,
+                             std::size_t limit_size) {
+        ByteString reversed(innermost.rbegin(), innermost.rend());
         for (;;) {
             const std::size_t contents = reversed.size();
-            Bytes header = {0x70};
+            ByteString header = {0x70};
             if (contents >= 0x100) {
                 header.push_back(0x82);
                 header.push_back(static_cast<std::uint8_t>(contents >> 8));
@@ -386,7 +387,7 @@ class DeepNesting : public ResponseWalk {
 };
 
 TEST_F(DeepNesting, IsWalkedToTheBottom) {
-    const Bytes response = nested(hex("8F 01 92"), {}, 0xFFFF);
+    const ByteString response = nested(hex("8F 01 92"), {}, 0xFFFF);
     EXPECT_GT(response.size(), 0xFFF0u);
     EXPECT_EQ(walk(response), 0);
     EXPECT_EQ(read("8F", 0).bytes, "92");
@@ -394,7 +395,7 @@ TEST_F(DeepNesting, IsWalkedToTheBottom) {
 }
 
 TEST_F(DeepNesting, ComesBackToEveryLevel) {
-    const Bytes response = nested(hex("8F 01 92"), hex("8F 01 93"), 0xFFFF);
+    const ByteString response = nested(hex("8F 01 92"), hex("8F 01 93"), 0xFFFF);
     EXPECT_EQ(walk(response), 0);
     EXPECT_EQ(read("8F", 0).bytes, "93");
 }
@@ -411,7 +412,7 @@ TEST_F(DeepNesting, EmptyTemplateAtTheBottomIsGood) {
 
 TEST_F(ResponseWalk, TakesTheLongestResponse) {
     // 21845 objects of three bytes.
-    Bytes response;
+    ByteString response;
     for (int i = 0; i < 21845; ++i) {
         response.insert(response.end(), {0x8F, 0x01, static_cast<std::uint8_t>(i)});
     }

@@ -17,22 +17,22 @@
 namespace quorrin::test {
 
 // 01 02 03 ...
-inline Bytes counted(std::size_t size) {
-    Bytes bytes(size);
+inline ByteString counted(std::size_t size) {
+    ByteString bytes(size);
     for (std::size_t i = 0; i < size; ++i) {
         bytes[i] = static_cast<std::uint8_t>(i + 1);
     }
     return bytes;
 }
 
-inline std::int32_t walk(const Bytes& response) {
+inline std::int32_t walk(const ByteString& response) {
     const ExactBytes bytes(response);
     return emvExtractDataElement(bytes.data(), bytes.size16());
 }
 inline std::int32_t walk(std::string_view response) {
     return walk(hex(response));
 }
-inline std::int32_t walk_template(std::string_view tag, const Bytes& contents) {
+inline std::int32_t walk_template(std::string_view tag, const ByteString& contents) {
     const ExactBytes tag_bytes(hex(tag));
     const ExactBytes bytes(contents);
     return emvExtractDataTemplate(tag_bytes.data(), tag_bytes.size8(), bytes.data(),
@@ -55,21 +55,21 @@ inline std::ostream& operator<<(std::ostream& out, const Read& read) {
 }
 
 inline std::int32_t state_of(std::string_view tag) {
-    const Bytes bytes = hex(tag);
+    const ByteString bytes = hex(tag);
     return emvGetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()));
 }
 enum Which : std::uint8_t { Current = 0, Shortest = 1, Longest = 2 };
 inline std::uint16_t length_of(std::string_view tag, std::uint8_t which = Current) {
-    const Bytes bytes = hex(tag);
+    const ByteString bytes = hex(tag);
     return emvGetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), which);
 }
 inline std::int32_t set_length_of(std::string_view tag, std::uint16_t length, std::uint8_t which) {
-    const Bytes bytes = hex(tag);
+    const ByteString bytes = hex(tag);
     return emvSetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), length,
                                    which);
 }
 inline std::int32_t set_state_of(std::string_view tag, std::uint8_t state) {
-    const Bytes bytes = hex(tag);
+    const ByteString bytes = hex(tag);
     return emvSetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()), state);
 }
 

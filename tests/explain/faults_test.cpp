@@ -45,8 +45,9 @@ TEST_P(Fault, IsFound) {
 }
 
 std::string record(std::string_view elements) {
-    const Bytes bytes = hex(elements);
-    return "70" + to_hex(Bytes{static_cast<std::uint8_t>(bytes.size())}) + to_hex(bytes) + "9000";
+    const ByteString bytes = hex(elements);
+    return "70" + to_hex(ByteString{static_cast<std::uint8_t>(bytes.size())}) + to_hex(bytes) +
+           "9000";
 }
 
 const char* const lists = "8C0D 9F0206 5F2A02 9A03 9F3704 9505 8D04 8A02 910A";

@@ -24,8 +24,8 @@ trace::MaskedBytes masked(std::string_view text) {
 
 // Lc before the data, Le after it.
 std::string command(std::string_view header, std::string_view data) {
-    const Bytes bytes = hex(data);
-    return std::string(header) + to_hex(Bytes{static_cast<std::uint8_t>(bytes.size())}) +
+    const ByteString bytes = hex(data);
+    return std::string(header) + to_hex(ByteString{static_cast<std::uint8_t>(bytes.size())}) +
            to_hex(bytes) + "00";
 }
 

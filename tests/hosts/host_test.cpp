@@ -213,8 +213,8 @@ TEST_F(Host, SellsOnlineWithEveryKindOfCard) {
         EXPECT_TRUE(outcome.scripts.empty());
         EXPECT_TRUE(outcome.not_taken.empty());
         const std::uint16_t atc = purchase.online().cryptogram.atc;
-        EXPECT_EQ(card.get_data(0x9F13),
-                  (Bytes{static_cast<std::uint8_t>(atc >> 8), static_cast<std::uint8_t>(atc)}));
+        EXPECT_EQ(card.get_data(0x9F13), (ByteString{static_cast<std::uint8_t>(atc >> 8),
+                                                     static_cast<std::uint8_t>(atc)}));
     }
 }
 
@@ -227,7 +227,7 @@ TEST_F(Host, SendsTheTermsToTheCardAndTheBank) {
     terms.country = 276;
     terms.type = 0x20;
     terms.unpredictable_number = {{0xDE, 0xAD, 0xBE, 0xEF}};
-    terms.elements = {{0x9F1E, Bytes(8, '7')}, {0x9F35, {0x21}}};
+    terms.elements = {{0x9F1E, ByteString(8, '7')}, {0x9F35, {0x21}}};
     const Purchase purchase = card.start_purchase(terms, debit_aid);
     EXPECT_EQ(purchase.element(0x9F02), from_hex("000000000123"));
     EXPECT_EQ(purchase.element("amount, other (numeric)"), from_hex("000000000045"));
@@ -254,7 +254,7 @@ TEST_F(Host, LetsTheTerminalSetItsFindingsBeforeTheCryptogram) {
     const Reader reader;
     Card card = reader.find_card();
     PurchaseTerms terms = terms_of("1.00");
-    std::optional<Bytes> expires;
+    std::optional<ByteString> expires;
     terms.assess = [&](Tvr& tvr, Tsi& tsi) {
         expires = card.element("application expiration date");
         tvr.set(TvrBit::FloorLimitExceeded);
@@ -416,7 +416,7 @@ TEST_F(Host, SendsRawCommands) {
     const Response refused = card.transmit({0x00, 0xB2, 0x63, 0x0C, {}, 0});
     EXPECT_EQ(refused.status_word.text(), "6A83");
     EXPECT_TRUE(refused.data.empty());
-    EXPECT_THROW(card.transmit({0, 0, 0, 0, Bytes(256), {}}), Misuse);
+    EXPECT_THROW(card.transmit({0, 0, 0, 0, ByteString(256), {}}), Misuse);
 }
 
 TEST_F(Host, ReadsCommandsInAllTheirForms) {
@@ -425,7 +425,7 @@ TEST_F(Host, ReadsCommandsInAllTheirForms) {
     EXPECT_FALSE(header.le.has_value());
     EXPECT_EQ(Command::parse("80CA9F3600").le, 0x00);
     const Command with_data = Command::parse("0082000002 0102");
-    EXPECT_EQ(with_data.data, (Bytes{1, 2}));
+    EXPECT_EQ(with_data.data, (ByteString{1, 2}));
     EXPECT_FALSE(with_data.le.has_value());
     EXPECT_EQ(Command::parse("0082000002 0102 10").le, 0x10);
     for (const char* const bad : {"", "0082", "00820000020", "0082000002 01", "0082000001 0102 03",

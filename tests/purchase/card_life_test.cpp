@@ -101,7 +101,7 @@ TEST_F(TwelvePurchases, LeaveTheTenNewestInTheFullLog) {
         EXPECT_EQ(log.substr(3 + 128 * i, 128),
                   "P012" + amount(n) + "Q012000000000000R0040156S00620260708T00100U003" + time(n) +
                       "V0040156W020" + to_hex(text_bytes("TEST MERCHANT       ")) + "X002" +
-                      to_hex(Bytes{0x00, static_cast<std::uint8_t>(card.atc + n)}));
+                      to_hex(ByteString{0x00, static_cast<std::uint8_t>(card.atc + n)}));
     }
 }
 
@@ -119,7 +119,7 @@ TEST_F(TwelvePurchases, LeaveTheFiveNewestInTheFullLoadLog) {
         EXPECT_EQ(to_hex(card_record(load_log_file, number)),
                   "9F79" + balance(n - 1) + balance(n) + "260708" + time(n) + "0156" +
                       to_hex(text_bytes("TEST MERCHANT       ")) +
-                      to_hex(Bytes{0x00, static_cast<std::uint8_t>(card.atc + n)}) + "9000");
+                      to_hex(ByteString{0x00, static_cast<std::uint8_t>(card.atc + n)}) + "9000");
     }
     EXPECT_EQ(card_record(load_log_file, 6), hex("6A83"));
 }
@@ -147,10 +147,10 @@ class QuickPayment : public PurchaseTest {
         EXPECT_EQ(emvGPO(ReaderHandle, ("P012" + amount + "R0040156").c_str(), TagMapPDolTerData),
                   0);
         // Card verification results in 9F10: the type of the first cryptogram in byte 2, bits 6, 5.
-        const Bytes issuer_data = stored_element(0x9F10);
+        const ByteString issuer_data = stored_element(0x9F10);
         return issuer_data.size() == 8 && (issuer_data[4] & 0x30) == 0x10;
     }
-    Bytes balance() const { return card_data(0x9F79); }
+    ByteString balance() const { return card_data(0x9F79); }
 };
 
 TEST_F(QuickPayment, IsTakenFromTheBalanceWhileThatAndTheLimitAllowIt) {

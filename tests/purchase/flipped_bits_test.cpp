@@ -81,7 +81,7 @@ TEST_P(FlippedBitOfIssuerAuthentication, IsRefusedByTheCard) {
     for (std::size_t bit = 0; bit < bits; ++bit) {
         SCOPED_TRACE("bit " + std::to_string(bit));
         request = request_authorisation();
-        const Bytes right = answer(request).issuer_data;
+        const ByteString right = answer(request).issuer_data;
         deliver(with_flipped_bit(right, 8 * value_position + bit));
         EXPECT_FALSE(terminal->card_accepted_issuer());
         EXPECT_EQ(last_online_atc(), card.last_online_atc);
@@ -232,10 +232,10 @@ TEST_P(DamagedCommandAmongOthers, TakesThoseAfterItWithIt) {
         ScriptPhase::BeforeFinalCryptogram,
         {bank::put_data(tag, hex("000000000111")), bank::put_data(tag, hex("000000000222")),
          bank::put_data(tag, hex("000000000333"))});
-    const Bytes right = answer(request, decision).issuer_data;
+    const ByteString right = answer(request, decision).issuer_data;
     constexpr std::size_t command_object = 2 + 5 + 6 + 4;
     deliver(with_flipped_bit(right, 8 * (right.size() - command_object) - 1));
-    const Bytes name{static_cast<std::uint8_t>(tag >> 8), static_cast<std::uint8_t>(tag)};
+    const ByteString name{static_cast<std::uint8_t>(tag >> 8), static_cast<std::uint8_t>(tag)};
     EXPECT_EQ(to_hex(card_data(tag)), to_hex(name) + "060000000001119000");
 }
 

@@ -56,7 +56,7 @@ bank::OnlineRequest PurchaseTest::request_authorisation(const Purchase& purchase
 
 bank::OnlineRequest PurchaseTest::request_of_blocked_application() {
     emvClrIccAndTermData();
-    Bytes answer = send("00A40400", hex(card.aid.empty() ? "A000000333" : card.aid));
+    ByteString answer = send("00A40400", hex(card.aid.empty() ? "A000000333" : card.aid));
     EXPECT_EQ(to_hex(answer).substr(2 * answer.size() - 4), "6283");
     answer.resize(answer.size() - 2);
     EXPECT_EQ(emvExtractDataElement(answer.data(), static_cast<std::uint16_t>(answer.size())), 0);
@@ -90,35 +90,35 @@ void PurchaseTest::run_script(ScriptPhase phase, const std::vector<bank::ScriptC
     EXPECT_EQ(results[0].result, 2U) << "all of the script's commands are sent";
 }
 
-Bytes PurchaseTest::send(std::string_view header, const Bytes& data) const {
+ByteString PurchaseTest::send(std::string_view header, const ByteString& data) const {
     constexpr int header_and_le = 1;
     constexpr int header_and_data = 2;
     constexpr int header_data_and_le = 3;
     constexpr std::uint8_t select = 0xA4;
-    const Bytes command = hex(header);
+    const ByteString command = hex(header);
     const int with_data = command.at(1) == select ? header_data_and_le : header_and_data;
-    Bytes sent = data;
-    Bytes response(1024);
+    ByteString sent = data;
+    ByteString response(1024);
     std::uint32_t length = 0;
     EXPECT_EQ(IccComm(ReaderHandle, card.card_kind, command.at(0), command.at(1), command.at(2),
                       command.at(3), static_cast<std::int32_t>(sent.size()), sent.data(), 0,
                       sent.empty() ? header_and_le : with_data, response.data(), &length),
               0);
     response.resize(length);
-    return join(response, Bytes{CARD_SW1, CARD_SW2});
+    return join(response, ByteString{CARD_SW1, CARD_SW2});
 }
 
-Bytes PurchaseTest::card_data(std::uint16_t tag) const {
-    const Bytes name{static_cast<std::uint8_t>(tag >> 8), static_cast<std::uint8_t>(tag)};
+ByteString PurchaseTest::card_data(std::uint16_t tag) const {
+    const ByteString name{static_cast<std::uint8_t>(tag >> 8), static_cast<std::uint8_t>(tag)};
     return send("80CA" + to_hex(name));
 }
 
-Bytes PurchaseTest::card_record(std::uint8_t file, std::uint8_t number) const {
-    const Bytes parameters{number, static_cast<std::uint8_t>(file << 3 | 0x04)};
+ByteString PurchaseTest::card_record(std::uint8_t file, std::uint8_t number) const {
+    const ByteString parameters{number, static_cast<std::uint8_t>(file << 3 | 0x04)};
     return send("00B2" + to_hex(parameters));
 }
 
-Bytes PurchaseTest::verify(const std::string& pin) const {
+ByteString PurchaseTest::verify(const std::string& pin) const {
     std::string block = "2";
     block += "0123456789ABC"[pin.size()];
     block += pin;
@@ -132,7 +132,7 @@ std::string PurchaseTest::card_contents() const {
     for (const std::uint16_t tag : tags) {
         contents += to_hex(card_data(tag)) + '\n';
     }
-    const Bytes locator = stored_element(0x94);
+    const ByteString locator = stored_element(0x94);
     for (std::size_t entry = 0; entry + 4 <= locator.size(); entry += 4) {
         const auto file = static_cast<std::uint8_t>(locator[entry] >> 3);
         for (std::uint8_t number = locator[entry + 1]; number <= locator[entry + 2]; ++number) {
@@ -143,14 +143,14 @@ std::string PurchaseTest::card_contents() const {
 }
 
 std::uint16_t PurchaseTest::last_online_atc() const {
-    const Bytes object = card_data(0x9F13);  // 9F13 02 xx xx 90 00
+    const ByteString object = card_data(0x9F13);  // 9F13 02 xx xx 90 00
     EXPECT_EQ(object.size(), 7U) << to_hex(object);
     return object.size() == 7 ? static_cast<std::uint16_t>(object[3] << 8 | object[4])
                               : std::uint16_t{0};
 }
 
-Bytes PurchaseTest::holder_record_renamed() const {
-    Bytes record = holder_record();
+ByteString PurchaseTest::holder_record_renamed() const {
+    ByteString record = holder_record();
     record.resize(record.size() - done.size());
     const auto name = std::ranges::search(record, card.holder);
     EXPECT_FALSE(name.empty());
@@ -158,8 +158,8 @@ Bytes PurchaseTest::holder_record_renamed() const {
     return record;
 }
 
-Bytes PurchaseTest::verification_and_status() {
-    Bytes bytes(5 + 2);
+ByteString PurchaseTest::verification_and_status() {
+    ByteString bytes(5 + 2);
     for (std::uint8_t byte = 0; byte < bytes.size(); ++byte) {
         for (std::uint8_t bit = 0; bit < 8; ++bit) {
             const auto number = static_cast<std::uint8_t>(bit + 1);
@@ -177,7 +177,7 @@ bank::Decision approval_with(ScriptPhase phase, const std::vector<bank::ScriptCo
     return decision;
 }
 
-Bytes with_flipped_bit(Bytes bytes, std::size_t bit) {
+ByteString with_flipped_bit(ByteString bytes, std::size_t bit) {
     bytes.at(bit / 8) ^= static_cast<std::uint8_t>(0x80 >> bit % 8);
     return bytes;
 }

@@ -40,7 +40,7 @@ class PurchaseTest : public testing::Test {
     bank::OnlineAnswer answer(const bank::OnlineRequest& request,
                               const bank::Decision& decision = {}) const;
     // The answer's bytes, changed or not, to the card.
-    void deliver(const Bytes& issuer_data) { terminal->take_answer(to_hex(issuer_data)); }
+    void deliver(const ByteString& issuer_data) { terminal->take_answer(to_hex(issuer_data)); }
 
     // A whole purchase; the card must take the bank's answer.
     bank::OnlineRequest buy(const bank::Decision& decision = {}, const Purchase& what = {});
@@ -48,11 +48,11 @@ class PurchaseTest : public testing::Test {
     void run_script(ScriptPhase phase, const std::vector<bank::ScriptCommand>& commands);
 
     // A command to the card by the host itself: response data and status word.
-    Bytes send(std::string_view header, const Bytes& data = {}) const;
+    ByteString send(std::string_view header, const ByteString& data = {}) const;
     // What GET DATA answers, the status word alone where the card has no such element.
-    Bytes card_data(std::uint16_t tag) const;
-    Bytes card_record(std::uint8_t file, std::uint8_t number) const;
-    Bytes verify(const std::string& pin) const;  // the status word
+    ByteString card_data(std::uint16_t tag) const;
+    ByteString card_record(std::uint8_t file, std::uint8_t number) const;
+    ByteString verify(const std::string& pin) const;  // the status word
 
     // All that a script can change on the card and that can be read from it, within a transaction.
     std::string card_contents() const;
@@ -60,12 +60,12 @@ class PurchaseTest : public testing::Test {
     std::uint16_t last_online_atc() const;
 
     // TVR and TSI in one: 5 bytes and 2.
-    static Bytes verification_and_status();
+    static ByteString verification_and_status();
 
     // The record with the holder's name, and the same with another name.
-    Bytes holder_record() const { return card_record(card.holder_file, card.holder_record); }
+    ByteString holder_record() const { return card_record(card.holder_file, card.holder_record); }
     std::string other_holder() const { return "NEXT" + card.holder.substr(4); }
-    Bytes holder_record_renamed() const;
+    ByteString holder_record_renamed() const;
 
     TemporaryDirectory directory;
     ShippedCard card;
@@ -86,10 +86,10 @@ std::int64_t failure_of(Call&& call) {
 bank::Decision approval_with(ScriptPhase phase, const std::vector<bank::ScriptCommand>& commands);
 
 // The bytes with one bit of them changed, counted from the first byte's most significant one.
-Bytes with_flipped_bit(Bytes bytes, std::size_t bit);
+ByteString with_flipped_bit(ByteString bytes, std::size_t bit);
 
 // The status word of a command carried out.
-inline const Bytes done{0x90, 0x00};
+inline const ByteString done{0x90, 0x00};
 
 struct CardName {
     template <typename Info>

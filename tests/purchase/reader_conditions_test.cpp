@@ -12,7 +12,7 @@ namespace {
 struct Outcome {
     std::map<char, std::string> holder;
     std::string cryptogram;
-    Bytes issuer_data;
+    ByteString issuer_data;
     bool accepted = false;
     std::string contents;
     std::string logged_amount;
@@ -30,7 +30,7 @@ class CardThatSpeaksT0 : public PurchaseTest, public testing::WithParamInterface
         const auto request =
             request_authorisation({.amount = "000000007654", .unpredictable_number = "12345678"});
         outcome.cryptogram = to_hex(request.arqc);
-        const Bytes renamed = holder_record_renamed();
+        const ByteString renamed = holder_record_renamed();
         outcome.issuer_data =
             answer(
                 request,

@@ -11,7 +11,7 @@ namespace {
 
 using bank::CommandClass;
 
-const Bytes pin_blocked{0x69, 0x83};
+const ByteString pin_blocked{0x69, 0x83};
 
 // ---- PUT DATA and UPDATE RECORD, which are in use under two classes ----
 
@@ -72,7 +72,7 @@ class UpdateRecord : public DataScript {};
 
 TEST_P(UpdateRecord, ChangesTheNameThatTheHostReads) {
     request_authorisation();
-    const Bytes renamed = holder_record_renamed();
+    const ByteString renamed = holder_record_renamed();
     ASSERT_NE(holder_record(), join(renamed, done));
     run_script(phase(), {bank::update_record(card.holder_file, card.holder_record, renamed,
                                              command_class())});
@@ -106,7 +106,8 @@ class PinScript : public CardScript {
     // Within a transaction.
     void use_up_the_pin_tries() const {
         for (unsigned left = card.pin_tries; left > 0; --left) {
-            EXPECT_EQ(verify(wrong_pin), (Bytes{0x63, static_cast<std::uint8_t>(0xBF + left)}));
+            EXPECT_EQ(verify(wrong_pin),
+                      (ByteString{0x63, static_cast<std::uint8_t>(0xBF + left)}));
         }
         EXPECT_EQ(verify(card.pin), pin_blocked);
         EXPECT_EQ(pin_tries(), 0U);
@@ -122,7 +123,8 @@ TEST_P(PinScript, ChangesThePinAndGivesBackTheTries) {
     use_up_the_pin_tries();
     run_script(phase(), {bank::pin_change(next_pin)});
     EXPECT_EQ(pin_tries(), card.pin_tries);
-    EXPECT_EQ(verify(card.pin), (Bytes{0x63, static_cast<std::uint8_t>(0xBF + card.pin_tries)}));
+    EXPECT_EQ(verify(card.pin),
+              (ByteString{0x63, static_cast<std::uint8_t>(0xBF + card.pin_tries)}));
     EXPECT_EQ(verify(next_pin), done);
     EXPECT_EQ(pin_tries(), card.pin_tries);
     power_again();
@@ -133,7 +135,8 @@ TEST_P(PinScript, ChangesThePinAndGivesBackTheTries) {
 TEST_P(PinScript, ChangesThePinWhereTheBankKnowsTheCurrentOne) {
     const std::string next_pin = "1357";
     run_script(phase(), {bank::pin_change(next_pin, card.pin)});
-    EXPECT_EQ(verify(card.pin), (Bytes{0x63, static_cast<std::uint8_t>(0xBF + card.pin_tries)}));
+    EXPECT_EQ(verify(card.pin),
+              (ByteString{0x63, static_cast<std::uint8_t>(0xBF + card.pin_tries)}));
     EXPECT_EQ(verify(next_pin), done);
 }
 
@@ -225,7 +228,7 @@ TEST_P(ScriptsOfBothPhases, AreCarriedOutInTheirOrder) {
     EXPECT_EQ(results[1].identifier, "07020702");
     EXPECT_EQ(results[1].result, 2U);
     EXPECT_EQ(verification_and_status(), hex("0000000000 0400")) << "scripts run, none failed";
-    const Bytes value = card_data(tag);
+    const ByteString value = card_data(tag);
     EXPECT_EQ(to_hex(value).substr(6), "0000000003339000");
 }
 

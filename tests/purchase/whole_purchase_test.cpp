@@ -7,7 +7,8 @@ namespace quorrin::test {
 namespace {
 
 std::string four_hex_digits(std::uint16_t number) {
-    return to_hex(Bytes{static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)});
+    return to_hex(
+        ByteString{static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)});
 }
 
 class WholePurchase : public PurchaseTest, public testing::WithParamInterface<ShippedCard> {
@@ -128,7 +129,7 @@ TEST_P(BuiltInReader, TellsNumberAndNameOfTheDebitCard) {
     constexpr std::int32_t preset = -7;
     char pan[21] = {};
     std::int32_t pan_length = preset;
-    Bytes name(32);
+    ByteString name(32);
     std::uint8_t name_length = 0;
     ASSERT_EQ(ICRT_GetICPanName(search.where, 0, pan, &pan_length, name.data(), &name_length), 0);
     EXPECT_EQ(EG_nUserCardType, search.card_kind);

@@ -15,8 +15,8 @@ using testing::IsEmpty;
 const std::string replacement = "\xEF\xBF\xBD";  // U+FFFD, shown for bytes that are no UTF-8
 
 // Data bytes that differ from place to place, none of them zero.
-Bytes pattern(std::size_t count) {
-    Bytes bytes(count);
+ByteString pattern(std::size_t count) {
+    ByteString bytes(count);
     for (std::size_t i = 0; i < count; ++i) {
         bytes[i] = static_cast<std::uint8_t>(1 + i % 255);
     }
@@ -33,21 +33,21 @@ class ApduExchange : public LibraryTest {
     }
 
     std::int64_t exchange(std::int32_t kind, std::int32_t cla, std::int32_t ins, std::int32_t p1,
-                          std::int32_t p2, const Bytes& data, std::int32_t le,
+                          std::int32_t p2, const ByteString& data, std::int32_t le,
                           std::int32_t apdu_case) {
         return IccComm(7, kind, cla, ins, p1, p2, static_cast<std::int32_t>(data.size()),
                        data.data(), le, apdu_case, response.data(), &response_length);
     }
     std::int64_t select() { return exchange(11, 0x00, 0xA4, 0x04, 0x00, hex("A0000003"), 0, 3); }
     std::int64_t select_into(GuardedBuffer& buffer) {
-        const Bytes name = hex("A0000003");
+        const ByteString name = hex("A0000003");
         return IccComm(7, 11, 0x00, 0xA4, 0x04, 0x00, static_cast<std::int32_t>(name.size()),
                        name.data(), 0, 3, buffer.data(), &response_length);
     }
     std::int64_t get_data() { return exchange(11, 0x80, 0xCA, 0x9F, 0x36, {}, 0, 1); }
 
     // A status word was received: result 0 with exactly this data and status word.
-    testing::AssertionResult delivered(std::int64_t result, const Bytes& data, int sw) const {
+    testing::AssertionResult delivered(std::int64_t result, const ByteString& data, int sw) const {
         return outcome(result, 0, data, sw);
     }
     // The exchange failed: this result, no data, no status word.
@@ -70,8 +70,8 @@ class ApduExchange : public LibraryTest {
     std::uint32_t response_length = 4711;
 
   private:
-    testing::AssertionResult outcome(std::int64_t result, std::int64_t expected, const Bytes& data,
-                                     int sw) const {
+    testing::AssertionResult outcome(std::int64_t result, std::int64_t expected,
+                                     const ByteString& data, int sw) const {
         if (const auto end = ended(result, expected, sw); !end) {
             return end;
         }
@@ -135,13 +135,13 @@ TEST_F(ApduExchange, HeaderIsTheLowByteOfEachArgument) {
 }
 
 TEST_F(ApduExchange, DataLengthIsTheLowByteOfLc) {
-    const Bytes data = pattern(255);
+    const ByteString data = pattern(255);
     const std::string whole = to_hex(data);
     for (const std::int32_t lc : {0, 1, 254, 255, 256, 258, -1, -256}) {
         const std::size_t count = static_cast<std::uint8_t>(lc);
         // Exactly the data that may be read.
-        const Bytes given(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(count));
-        const std::string lc_byte = to_hex(Bytes{static_cast<std::uint8_t>(lc)});
+        const ByteString given(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(count));
+        const std::string lc_byte = to_hex(ByteString{static_cast<std::uint8_t>(lc)});
         reset_reader();
         reader().answers = {answer("9000"), answer("9000")};
         IccComm(7, 11, 0x80, 0xA8, 0, 0, lc, given.data(), 0, 2, response.data(), &response_length);
@@ -232,7 +232,7 @@ TEST_F(ApduExchange, DeliversDataAndStatusWordApart) {
 
 TEST_F(ApduExchange, StatusWordAloneIsDelivered) {
     for (const int sw : {0x9000, 0x6A82, 0x6300, 0x0000, 0x6000, 0x6200, 0x6B6C}) {
-        const Bytes bytes{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
+        const ByteString bytes{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
         reader().answers = {answer(bytes)};
         EXPECT_TRUE(delivered(select(), {}, sw));
         EXPECT_TRUE(reader().answers.empty());
@@ -240,7 +240,7 @@ TEST_F(ApduExchange, StatusWordAloneIsDelivered) {
 }
 
 TEST_F(ApduExchange, EarlierExchangeIsForgottenBeforeTheReaderIsCalled) {
-    reader().card = [this](const Bytes&) {
+    reader().card = [this](const ByteString&) {
         EXPECT_EQ(CARD_SW1 << 8 | CARD_SW2, 0);
         EXPECT_EQ(CARD_STATUS, 0);
         EXPECT_EQ(response_length, 0u);
@@ -343,7 +343,7 @@ TEST_F(ApduExchange, LengthStaysWhenMoreDataComesWithoutData) {
 
 TEST_F(ApduExchange, ChainEndsWithAnyOtherStatusWord) {
     for (const int sw : {0x9000, 0x6A82, 0x6C05, 0x6283}) {
-        const Bytes status{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
+        const ByteString status{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
         response_length = 4711;
         reader().answers = {answer("6104"), answer(status)};
         EXPECT_TRUE(delivered(select(), {}, sw));
@@ -356,7 +356,7 @@ TEST_F(ApduExchange, ChainEndsWithAnyOtherStatusWord) {
 
 TEST_F(ApduExchange, StatusWordAloneEndsAChainAfterData) {
     for (const int sw : {0x9000, 0x6A82, 0x6C05}) {
-        const Bytes status{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
+        const ByteString status{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
         reset_reader();
         response_length = 4711;
         reader().answers = {answer("6102"), answer("A1A2 6104"), answer(status)};
@@ -371,12 +371,12 @@ TEST_F(ApduExchange, ChainHasNoLimitOnItsRounds) {
     for (int round = 0; round < 3000; ++round) {
         reader().answers.push_back(answer("6101"));
     }
-    Bytes data;
+    ByteString data;
     for (int round = 0; round < 1022; ++round) {
         const auto byte = static_cast<std::uint8_t>(round);
         data.push_back(byte);
         reader().answers.push_back(
-            answer(round < 1021 ? Bytes{byte, 0x61, 0x01} : Bytes{byte, 0x90, 0x00}));
+            answer(round < 1021 ? ByteString{byte, 0x61, 0x01} : ByteString{byte, 0x90, 0x00}));
     }
     EXPECT_TRUE(delivered(select(), data, 0x9000));
     EXPECT_EQ(reader().calls.size(), 1u + 3000u + 1022u);
@@ -442,10 +442,11 @@ TEST_F(ApduExchange, ReaderFailureInAChainDeliberatelyMakesTheLastTwoBytesTheSta
 TEST_F(ApduExchange, ChainCutAfterAnyNumberOfBytesDeliberatelyEndsInAStatusWord) {
     for (const std::size_t received : {2u, 3u, 1022u, 1023u, 1024u}) {
         GuardedBuffer buffer(1022);
-        const Bytes data = pattern(received);
+        const ByteString data = pattern(received);
         const auto middle = data.begin() + static_cast<std::ptrdiff_t>(received / 2);
-        reader().answers = {answer("61FF"), answer(join(Bytes(data.begin(), middle), hex("61FF"))),
-                            answer(join(Bytes(middle, data.end()), hex("61FF"))), failure(-11)};
+        reader().answers = {
+            answer("61FF"), answer(join(ByteString(data.begin(), middle), hex("61FF"))),
+            answer(join(ByteString(middle, data.end()), hex("61FF"))), failure(-11)};
         const int last_two = data[received - 2] << 8 | data[received - 1];
         EXPECT_TRUE(ended(select_into(buffer), 0, last_two)) << received;
         EXPECT_TRUE(buffer.holds(pattern(received - 2)));
@@ -517,7 +518,7 @@ TEST_F(ApduExchange, RepetitionDeliberatelyDropsTheCommandData) {
 
 TEST_F(ApduExchange, RepeatedAnswerIsFinal) {
     for (const int sw : {0x6C07, 0x6110, 0x6A82}) {
-        const Bytes status{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
+        const ByteString status{static_cast<std::uint8_t>(sw >> 8), static_cast<std::uint8_t>(sw)};
         reset_reader();
         reader().answers = {answer("6C05"), answer(status)};
         EXPECT_TRUE(delivered(get_data(), {}, sw));
@@ -625,7 +626,7 @@ TEST_F(ApduExchange, PercentSignsAreLoggedAsTheyAre) {
 }
 
 TEST_F(ApduExchange, LongestCommandAndAnswerAreLoggedWhole) {
-    const Bytes letters = filled(255, 'c');
+    const ByteString letters = filled(255, 'c');
     reader().answers = {answer(filled(1024, 'r'))};
     exchange(11, 'A', 'B', 'C', 'D', letters, 'e', 3);
     const std::string command = "ABCD" + replacement + std::string(255, 'c') + "e";

@@ -25,7 +25,7 @@ constexpr Slot slots[] = {
 constexpr int unknown_kinds[] = {-1, 0, 5, 6, 7, 10, 14, 0x31, 256 + 11, -256 + 12};
 
 std::string call(const char* name, int slot) {
-    return std::string(name) + " 7 " + to_hex(Bytes{static_cast<std::uint8_t>(slot)});
+    return std::string(name) + " 7 " + to_hex(ByteString{static_cast<std::uint8_t>(slot)});
 }
 
 Answer atr(std::string_view hex_text) {
@@ -123,7 +123,7 @@ TEST_F(CardPower, AnswerToResetIsBounded) {
                                         std::int64_t{1} << 32, std::int64_t{1} << 62}) {
         GuardedBuffer buffer(512);
         const std::int64_t counted = std::min<std::int64_t>(reported, 512);
-        const Bytes bytes = filled(512, 0x3F);
+        const ByteString bytes = filled(512, 0x3F);
         reader().power_on[0x01] = {reported, bytes};
         EXPECT_EQ(PowerUp(7, 11, buffer.data(), &atr_length), 0);
         EXPECT_TRUE(buffer.holds(filled(static_cast<std::size_t>(counted), 0x3F)));
@@ -265,7 +265,7 @@ TEST_F(FindCardCalls, KindIsRecordedBeforeTheAttempt) {
 class BankCardPowerUp : public LibraryTest {
   protected:
     testing::AssertionResult message_is(std::string_view expected) const {
-        return message.holds(join(text_bytes(expected), Bytes{0}));
+        return message.holds(join(text_bytes(expected), ByteString{0}));
     }
 
     GuardedBuffer message{73};
@@ -301,7 +301,7 @@ TEST_F(BankCardPowerUp, RefusesOtherTypesBeforeTheReaderIsTouched) {
     for (const int type : {3, -1, 256, std::numeric_limits<int>::min()}) {
         GuardedBuffer text(73);
         EXPECT_EQ(icBandkCardPowerUp(type, text.text()), -14);
-        EXPECT_TRUE(text.holds(join(text_bytes("（发给动态库的）命令参数错"), Bytes{0})));
+        EXPECT_TRUE(text.holds(join(text_bytes("（发给动态库的）命令参数错"), ByteString{0})));
         EXPECT_THAT(log.texts(), ElementsAre("iType=" + std::to_string(type),
                                              "-14,返回信息:（发给动态库的）命令参数错"));
         log.clear();

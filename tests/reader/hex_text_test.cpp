@@ -15,7 +15,7 @@ struct Packing {
 class PackText : public testing::TestWithParam<Packing> {};
 
 TEST_P(PackText, GivesExactlyTheseBytes) {
-    const Bytes expected = hex(GetParam().bytes);
+    const ByteString expected = hex(GetParam().bytes);
     // The text stands in a block of its own size: a step beyond it is seen.
     const std::vector<char> source(GetParam().text.begin(), GetParam().text.end());
     GuardedBuffer packed(expected.size() + 4);
@@ -119,14 +119,14 @@ struct Unpacking {
 class UnpackText : public testing::TestWithParam<Unpacking> {};
 
 TEST_P(UnpackText, GivesExactlyTheseDigits) {
-    const Bytes source = hex(GetParam().bytes);
+    const ByteString source = hex(GetParam().bytes);
     GuardedBuffer text(GetParam().text.size() + 4);
     bcd_to_asc(text.text(), source.data(), GetParam().digits, GetParam().right_align);
     EXPECT_TRUE(text.holds_text(GetParam().text));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Bytes, UnpackText,
+    ByteString, UnpackText,
     testing::Values(Unpacking{"Even", "12AB", 4, 0, "12AB"},
                     Unpacking{"OddLeft", "12AB", 3, 0, "12A"},
                     Unpacking{"OddRight", "12AB", 3, 1, "2AB"},

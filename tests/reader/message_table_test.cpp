@@ -40,8 +40,8 @@ std::string log_line(const ListedMessage& row) {
 }
 
 // Text and terminator, as a host's buffer holds them.
-Bytes terminated(std::string_view text) {
-    return join(text_bytes(text), Bytes{0});
+ByteString terminated(std::string_view text) {
+    return join(text_bytes(text), ByteString{0});
 }
 
 // The rows that `selects`, for a test of each.

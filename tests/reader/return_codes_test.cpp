@@ -18,7 +18,7 @@ class ReturnCodes : public LibraryTest {
     }
 
     testing::AssertionResult text_is(std::string_view expected) const {
-        return text.holds(join(text_bytes(expected), Bytes{0}));
+        return text.holds(join(text_bytes(expected), ByteString{0}));
     }
 
     GuardedBuffer text{73};
@@ -139,7 +139,7 @@ TEST_F(ReturnCodes, PinFailureNamesTheRemainingTries) {
             GuardedBuffer buffer(73);
             const std::string expected = "PIN校验失败，剩余次数" + std::to_string(tries) + "次";
             EXPECT_EQ(TransRetCode(-51, buffer.text()), -51);
-            EXPECT_TRUE(buffer.holds(join(text_bytes(expected), Bytes{0})));
+            EXPECT_TRUE(buffer.holds(join(text_bytes(expected), ByteString{0})));
             EXPECT_THAT(log.texts(), ElementsAre("-51,返回信息:" + expected));
             EXPECT_EQ(TransRetCodeNoMsg(-51), -51);
             log.clear();

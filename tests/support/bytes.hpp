@@ -10,10 +10,10 @@
 
 namespace quorrin::test {
 
-using Bytes = std::vector<std::uint8_t>;
+using ByteString = std::vector<std::uint8_t>;
 
 // "9F02 06" and the like; spaces are ignored, anything but pairs of hex digits throws.
-inline Bytes hex(std::string_view text) {
+inline ByteString hex(std::string_view text) {
     const auto digit = [&](char c) -> std::uint8_t {
         const std::string_view digits = "0123456789ABCDEF";
         const auto value = digits.find(c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c);
@@ -22,7 +22,7 @@ inline Bytes hex(std::string_view text) {
         }
         return static_cast<std::uint8_t>(value);
     };
-    Bytes bytes;
+    ByteString bytes;
     int high = -1;
     for (const char c : text) {
         if (c == ' ') {
@@ -50,17 +50,17 @@ inline std::string to_hex(std::span<const std::uint8_t> bytes) {
     return text;
 }
 
-inline Bytes text_bytes(std::string_view text) {
+inline ByteString text_bytes(std::string_view text) {
     return {text.begin(), text.end()};
 }
 
-inline Bytes filled(std::size_t count, std::uint8_t value) {
-    return Bytes(count, value);
+inline ByteString filled(std::size_t count, std::uint8_t value) {
+    return ByteString(count, value);
 }
 
 template <typename... Parts>
-Bytes join(const Parts&... parts) {
-    Bytes joined;
+ByteString join(const Parts&... parts) {
+    ByteString joined;
     (joined.insert(joined.end(), parts.begin(), parts.end()), ...);
     return joined;
 }

@@ -7,7 +7,7 @@
 namespace quorrin::test {
 namespace {
 
-Bytes length_field(std::size_t length) {
+ByteString length_field(std::size_t length) {
     const auto byte = [](std::size_t value) { return static_cast<std::uint8_t>(value); };
     if (length < 0x80) {
         return {byte(length)};
@@ -25,8 +25,8 @@ class Reader {
   public:
     explicit Reader(std::string_view text) : text_(text) {}
 
-    Bytes read() {
-        Bytes bytes = sequence();
+    ByteString read() {
+        ByteString bytes = sequence();
         if (!at_end()) {
             fail("']' without '['");
         }
@@ -35,8 +35,8 @@ class Reader {
 
   private:
     // Up to the end or a closing bracket.
-    Bytes sequence() {
-        Bytes bytes;
+    ByteString sequence() {
+        ByteString bytes;
         for (; !at_end() && text_[at_] != ']';) {
             const char c = text_[at_];
             if (std::isspace(static_cast<unsigned char>(c)) != 0) {
@@ -47,7 +47,7 @@ class Reader {
                 append(bytes, quoted());
             } else if (c == '[') {
                 ++at_;
-                const Bytes value = sequence();
+                const ByteString value = sequence();
                 if (at_end()) {
                     fail("'[' without ']'");
                 }
@@ -65,7 +65,7 @@ class Reader {
         return bytes;
     }
 
-    Bytes quoted() {
+    ByteString quoted() {
         const std::size_t start = at_ + 1;
         const std::size_t end = text_.find('\'', start);
         if (end == std::string_view::npos) {
@@ -75,7 +75,7 @@ class Reader {
         return text_bytes(text_.substr(start, end - start));
     }
 
-    void repeat_last(Bytes& bytes) {
+    void repeat_last(ByteString& bytes) {
         std::size_t count = 0;
         const char* end = text_.data() + text_.size();
         const auto [stop, error] = std::from_chars(text_.data() + at_, end, count);
@@ -86,7 +86,7 @@ class Reader {
         bytes.insert(bytes.end(), count - 1, bytes.back());
     }
 
-    static void append(Bytes& bytes, const Bytes& more) {
+    static void append(ByteString& bytes, const ByteString& more) {
         bytes.insert(bytes.end(), more.begin(), more.end());
     }
 
@@ -102,11 +102,11 @@ class Reader {
 
 }  // namespace
 
-Bytes card_bytes(std::string_view text) {
+ByteString card_bytes(std::string_view text) {
     return Reader(text).read();
 }
 
-Bytes object(std::string_view tag, const Bytes& value) {
+ByteString object(std::string_view tag, const ByteString& value) {
     return join(hex(tag), length_field(value.size()), value);
 }
 

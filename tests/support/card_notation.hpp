@@ -14,9 +14,9 @@
 
 namespace quorrin::test {
 
-Bytes card_bytes(std::string_view text);
+ByteString card_bytes(std::string_view text);
 
 // Tag (as hex digits), length field and value.
-Bytes object(std::string_view tag, const Bytes& value);
+ByteString object(std::string_view tag, const ByteString& value);
 
 }  // namespace quorrin::test

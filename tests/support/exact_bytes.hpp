@@ -12,7 +12,7 @@ namespace quorrin::test {
 // Bytes in a heap block of exactly their size, so that the sanitizers see any read beyond them.
 class ExactBytes {
   public:
-    explicit ExactBytes(const Bytes& bytes)
+    explicit ExactBytes(const ByteString& bytes)
         : size_(bytes.size()), bytes_(std::make_unique<std::uint8_t[]>(bytes.size())) {
         std::copy(bytes.begin(), bytes.end(), bytes_.get());
     }

@@ -22,16 +22,16 @@ class GuardedBuffer {
     std::uint8_t* data() { return bytes_.get(); }
     char* text() { return reinterpret_cast<char*>(bytes_.get()); }
     std::size_t size() const { return size_; }
-    Bytes first(std::size_t count) const { return {bytes_.get(), bytes_.get() + count}; }
+    ByteString first(std::size_t count) const { return {bytes_.get(), bytes_.get() + count}; }
 
     // Exactly these bytes were written at the start, and nothing beyond them.
-    testing::AssertionResult holds(const Bytes& expected) const {
-        Bytes whole = expected;
+    testing::AssertionResult holds(const ByteString& expected) const {
+        ByteString whole = expected;
         if (whole.size() > size_) {
             return testing::AssertionFailure() << "expected more than the buffer holds";
         }
         whole.resize(size_, pattern);
-        const Bytes actual = first(size_);
+        const ByteString actual = first(size_);
         if (actual == whole) {
             return testing::AssertionSuccess();
         }

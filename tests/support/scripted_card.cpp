@@ -8,7 +8,7 @@
 namespace quorrin::test {
 namespace {
 
-bool begins_with(const Bytes& bytes, const Bytes& start) {
+bool begins_with(const ByteString& bytes, const ByteString& start) {
     return bytes.size() >= start.size() && std::equal(start.begin(), start.end(), bytes.begin());
 }
 
@@ -19,8 +19,8 @@ std::string without_comment(const std::string& line) {
 }
 
 bool succeeds(const Answer& answer) {
-    const Bytes& bytes = answer.bytes;
-    return bytes.size() >= 2 && Bytes(bytes.end() - 2, bytes.end()) == hex("9000");
+    const ByteString& bytes = answer.bytes;
+    return bytes.size() >= 2 && ByteString(bytes.end() - 2, bytes.end()) == hex("9000");
 }
 
 Answer read_answer(const std::string& text) {
@@ -38,7 +38,7 @@ ScriptedCard::ScriptedCard(std::string_view text) : rows_(read_rows(text)) {}
 void ScriptedCard::insert() {
     step_ = 0;
     selected_ = 0;
-    reader().card = [this](const Bytes& command) { return exchange(command); };
+    reader().card = [this](const ByteString& command) { return exchange(command); };
 }
 
 ScriptedCard& ScriptedCard::with(std::string_view text) {
@@ -63,7 +63,7 @@ ScriptedCard& ScriptedCard::otherwise(Answer given) {
     return *this;
 }
 
-Answer ScriptedCard::exchange(const Bytes& command) {
+Answer ScriptedCard::exchange(const ByteString& command) {
     const Row* row = find_row(command);
     const Answer given = answer_to(command, row);
     // What the card was made to answer counts: a SELECT that another answer than its row's refuses
@@ -74,7 +74,7 @@ Answer ScriptedCard::exchange(const Bytes& command) {
     return given;
 }
 
-const ScriptedCard::Row* ScriptedCard::find_row(const Bytes& command) const {
+const ScriptedCard::Row* ScriptedCard::find_row(const ByteString& command) const {
     const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& candidate) {
         const bool reachable = candidate.application == 0 || candidate.application == selected_ ||
                                candidate.is_select();
@@ -83,7 +83,7 @@ const ScriptedCard::Row* ScriptedCard::find_row(const Bytes& command) const {
     return row == rows_.end() ? nullptr : &*row;
 }
 
-Answer ScriptedCard::answer_to(const Bytes& command, const Row* row) {
+Answer ScriptedCard::answer_to(const ByteString& command, const Row* row) {
     if (const auto found = at_step_.find(step_++); found != at_step_.end()) {
         return found->second;
     }
@@ -107,7 +107,7 @@ Answer ScriptedCard::answer_to(const Bytes& command, const Row* row) {
     return answer("6F00");
 }
 
-bool ScriptedCard::Row::matches(const Bytes& sent) const {
+bool ScriptedCard::Row::matches(const ByteString& sent) const {
     return is_prefix ? begins_with(sent, command) : sent == command;
 }
 

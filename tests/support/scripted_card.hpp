@@ -47,25 +47,25 @@ class ScriptedCard {
     // Answers commands without a row, which then do not fail the test.
     ScriptedCard& otherwise(Answer answer);
 
-    Answer exchange(const Bytes& command);
+    Answer exchange(const ByteString& command);
 
   private:
     struct Row {
-        Bytes command;
+        ByteString command;
         bool is_prefix;
         Answer answer;
         int application;  // 0 before the first SELECT
 
-        bool matches(const Bytes& sent) const;
+        bool matches(const ByteString& sent) const;
         bool is_select() const;
     };
 
     static std::vector<Row> read_rows(std::string_view text);
 
     // The row of the card itself that matches a command, or null.
-    const Row* find_row(const Bytes& command) const;
+    const Row* find_row(const ByteString& command) const;
     // What the card is to answer: its row, or whatever takes its place.
-    Answer answer_to(const Bytes& command, const Row* row);
+    Answer answer_to(const ByteString& command, const Row* row);
 
     std::vector<Row> rows_;
     std::vector<Row> overriding_;

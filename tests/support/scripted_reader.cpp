@@ -15,7 +15,7 @@ std::string number(std::int64_t value) {
 }
 
 std::string slot_code(int slot) {
-    return to_hex(Bytes{static_cast<std::uint8_t>(slot)});
+    return to_hex(ByteString{static_cast<std::uint8_t>(slot)});
 }
 
 void record(std::string call) {
@@ -24,7 +24,7 @@ void record(std::string call) {
 }
 
 // The reader library's side of an output buffer: the room is part of the interface.
-void put(const Bytes& bytes, void* buffer, std::size_t room) {
+void put(const ByteString& bytes, void* buffer, std::size_t room) {
     auto* output = static_cast<std::uint8_t*>(buffer);
     reader().handed_buffer.assign(output, output + room);
     std::copy_n(bytes.begin(), std::min(bytes.size(), room), output);
@@ -85,7 +85,7 @@ int64_t ICC_Reader_PowerOff(int64_t handle, int slot) {
 
 int64_t ICC_Reader_Application(int64_t handle, int slot, int64_t length, uint8_t* command,
                                uint8_t* response) {
-    const Bytes sent(command, command + length);
+    const ByteString sent(command, command + length);
     record("Send " + number(handle) + " " + slot_code(slot) + ": " + to_hex(sent));
     Answer given = failure(-11);
     if (reader().card) {

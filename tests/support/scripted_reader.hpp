@@ -16,15 +16,15 @@ namespace quorrin::test {
 // What the reader returns and what it writes into the buffer it was given.
 struct Answer {
     std::int64_t result;
-    Bytes bytes;
+    ByteString bytes;
 };
 
 // A complete card answer, status word included: the result is its length.
 inline Answer answer(std::string_view hex_text) {
-    const Bytes bytes = hex(hex_text);
+    const ByteString bytes = hex(hex_text);
     return {static_cast<std::int64_t>(bytes.size()), bytes};
 }
-inline Answer answer(Bytes bytes) {
+inline Answer answer(ByteString bytes) {
     const auto size = static_cast<std::int64_t>(bytes.size());
     return {size, std::move(bytes)};
 }
@@ -41,7 +41,7 @@ struct ScriptedReader {
     std::map<int, std::int64_t> power_off;  // by slot code; 0 where not named
 
     // Exchanges: `card` when it is set, else the answers in turn.
-    std::function<Answer(const Bytes& command)> card;
+    std::function<Answer(const ByteString& command)> card;
     std::deque<Answer> answers;
 
     // Every call in order: "Open", "Close", "PowerOn 7 11", "PowerOff 7 11", "GetSerial 7",
@@ -56,7 +56,7 @@ struct ScriptedReader {
 
     // The whole output buffer of the last call that has one (name 32, ATR 512, response 1024,
     // serial 100 bytes), as the library handed it over.
-    Bytes handed_buffer;
+    ByteString handed_buffer;
 };
 
 // The reader of this process; `reset_reader` makes it a fresh one.

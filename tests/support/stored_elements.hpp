@@ -12,7 +12,7 @@
 namespace quorrin::test {
 
 // What the store answers.
-inline std::int32_t store(std::string_view tag, const Bytes& value,
+inline std::int32_t store(std::string_view tag, const ByteString& value,
                           std::string_view parent_template = "") {
     const ExactBytes parent(hex(parent_template));
     const ExactBytes tag_bytes(hex(tag));
@@ -26,7 +26,7 @@ inline std::int32_t store(std::string_view tag, std::string_view value,
 }
 
 // Puts a value into the store that it accepts.
-inline void put(std::string_view tag, const Bytes& value) {
+inline void put(std::string_view tag, const ByteString& value) {
     if (store(tag, value) != 0) {
         throw std::invalid_argument("not stored: " + std::string(tag));
     }

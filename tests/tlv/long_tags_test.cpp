@@ -30,7 +30,7 @@ class LongTags : public IssuerScriptTest {
     }
 
     // Hands the data to every walk of the library, from a buffer of their exact size.
-    void walk_everywhere(const Bytes& data) {
+    void walk_everywhere(const ByteString& data) {
         GuardedBuffer exact(data.size());
         std::ranges::copy(data, exact.data());
         const std::uint8_t* bytes = exact.data();
@@ -66,23 +66,23 @@ class LongTags : public IssuerScriptTest {
     }
 
     // The same inside the templates that walks look into.
-    void walk_in_templates(const Bytes& data) {
+    void walk_in_templates(const ByteString& data) {
         walk_everywhere(data);
         for (const char* beginning :
              {"70", "6F", "6F 84 01 A0 A5", "61", "71", "72", "80", "83", "86", "9F4F", "BF0C"}) {
-            const Bytes before = card_bytes(beginning);
+            const ByteString before = card_bytes(beginning);
             const auto high = static_cast<std::uint8_t>(data.size() >> 8);
             const auto low = static_cast<std::uint8_t>(data.size());
-            walk_everywhere(join(before, Bytes{0x82, high, low}, data));
-            walk_everywhere(join(before, Bytes{0x81, low}, data));
+            walk_everywhere(join(before, ByteString{0x82, high, low}, data));
+            walk_everywhere(join(before, ByteString{0x81, low}, data));
         }
         // The directory's FCI, whose inner walks step over what is malformed.
-        const auto framed = [](const char* tag, const Bytes& value) {
+        const auto framed = [](const char* tag, const ByteString& value) {
             const auto high = static_cast<std::uint8_t>(value.size() >> 8);
             const auto low = static_cast<std::uint8_t>(value.size());
-            return join(card_bytes(tag), Bytes{0x82, high, low}, value);
+            return join(card_bytes(tag), ByteString{0x82, high, low}, value);
         };
-        const Bytes entries = framed("BF0C", join(card_bytes("61[4F[A0]]"), data));
+        const ByteString entries = framed("BF0C", join(card_bytes("61[4F[A0]]"), data));
         walk_everywhere(framed("6F", join(card_bytes("84[A0]"), framed("A5", entries))));
         walk_everywhere(framed("6F", join(card_bytes("84[A0]"), framed("A5", data), entries)));
     }
@@ -98,11 +98,11 @@ TEST_F(LongTags, EveryWalkEndsOnATagThatDoesNotEnd) {
         for (const std::uint8_t following : std::to_array<std::uint8_t>({0x81, 0xFF, 0x9F, 0xBF})) {
             for (const std::size_t size : tag_sizes) {
                 SCOPED_TRACE(testing::Message() << +first << " and " << +following << ", " << size);
-                Bytes data = filled(size, following);
+                ByteString data = filled(size, following);
                 data[0] = first;
                 walk_in_templates(data);
                 walk_everywhere(join(card_bytes("8A[3030]"), data));
-                walk_everywhere(join(data, Bytes{0x80}));
+                walk_everywhere(join(data, ByteString{0x80}));
             }
         }
     }
@@ -112,7 +112,7 @@ TEST_F(LongTags, EveryWalkEndsBehindALongTag) {
     for (const std::uint8_t first : long_tag_beginnings) {
         for (const std::size_t size : tag_sizes) {
             SCOPED_TRACE(testing::Message() << +first << ", " << size);
-            Bytes tag = filled(size, 0x81);
+            ByteString tag = filled(size, 0x81);
             tag.front() = first;
             tag.back() = 0x01;
             walk_in_templates(tag);
@@ -135,8 +135,8 @@ TEST_F(LongTags, EveryWalkEndsOnASingleByteRepeated) {
 TEST_F(LongTags, IssuerDataBeforeATagThatDoesNotEndCount) {
     for (const std::size_t size : {255u, 256u, 257u, 400u}) {
         emvClrIccAndTermData();
-        const Bytes answer = join(card_bytes("8A[3030] 91[0102030405060708] 71[86[00DA000000]]"),
-                                  filled(size, 0x9F));
+        const ByteString answer = join(
+            card_bytes("8A[3030] 91[0102030405060708] 71[86[00DA000000]]"), filled(size, 0x9F));
         EXPECT_EQ(extract_bytes(answer), 0) << size;
         EXPECT_EQ(element("8A"), "3030") << size;
         EXPECT_EQ(element("91"), "0102030405060708") << size;
@@ -153,8 +153,8 @@ TEST_F(LongTags, TheIssuersAnswerComesToItsEnd) {
 }
 
 TEST_F(LongTags, ADirectoryEntryBeforeATagThatDoesNotEndCounts) {
-    const Bytes endless = filled(256, 0x9F);
-    const Bytes contents = join(card_bytes("61[4F[A000000333]]"), endless);
+    const ByteString endless = filled(256, 0x9F);
+    const ByteString contents = join(card_bytes("61[4F[A000000333]]"), endless);
     EXPECT_EQ(emvProcessSFIofDDF(contents.data(), static_cast<std::uint16_t>(contents.size())),
               QUORRIN_DATA_MALFORMED);
     EXPECT_EQ(std::string(gucAidList, gucAidListLen), "A000000333");

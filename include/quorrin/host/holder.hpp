@@ -60,7 +60,7 @@ inline void take_holder_item(char key, const std::string& value, HolderInformati
             holder.currency = value;
             break;
         case 'I':
-            if (const Bytes date = from_hex(value); date.size() == 3) {
+            if (const ByteString date = from_hex(value); date.size() == 3) {
                 holder.expires = {two_digits(date[0]), two_digits(date[1]), two_digits(date[2])};
             }
             break;

@@ -32,10 +32,10 @@ inline LogRecord log_record(std::string_view text, std::size_t name_size) {
     const auto bytes = [&](std::size_t at, std::size_t digits) {
         return from_hex(text.substr(at, digits));
     };
-    const Bytes date = bytes(46, 6);
-    const Bytes time = bytes(62, 6);
-    const Bytes merchant = bytes(80, 2 * name_size);
-    const Bytes atc = bytes(84 + 2 * name_size, 4);
+    const ByteString date = bytes(46, 6);
+    const ByteString time = bytes(62, 6);
+    const ByteString merchant = bytes(80, 2 * name_size);
+    const ByteString atc = bytes(84 + 2 * name_size, 4);
     LogRecord record;
     record.amount = Amount(from_bcd(bytes(4, 12)) % 1000000000000U);
     record.other = Amount(from_bcd(bytes(20, 12)) % 1000000000000U);

@@ -38,7 +38,7 @@ struct PurchaseTerms {
     std::array<std::uint8_t, 5> more_capabilities{0x60, 0x00, 0xF0, 0xA0, 0x01};  ///< 9F40
 
     /// Further terminal elements by tag, or others in place of the above.
-    std::map<Tag, Bytes> elements;
+    std::map<Tag, ByteString> elements;
 
     /// The terminal's own checks: called when the records are read, before the cryptogram. It sets
     /// the bits of the TVR and TSI that it finds; elements can be read with Purchase::element.
@@ -59,7 +59,7 @@ struct Cryptogram {
     std::array<std::uint8_t, 8> value{};             ///< 9F26
     std::uint16_t atc = 0;                           ///< 9F36
     std::uint8_t information = 0;                    ///< 9F27 as it stands
-    Bytes issuer_application_data;                   ///< 9F10
+    ByteString issuer_application_data;              ///< 9F10
 };
 
 /// What goes online.
@@ -68,8 +68,8 @@ struct OnlineRequest {
     std::optional<std::uint8_t> pan_sequence_number;  ///< 5F34, BCD
     Track2 track2;                                    ///< prints masked
     Cryptogram cryptogram;                            ///< ARQC
-    Bytes field_55;     ///< ISO 8583 field 55: the card's and terminal's data
-    std::string cdol2;  ///< the card's CDOL2 as hex text, as getARQC gives it
+    ByteString field_55;  ///< ISO 8583 field 55: the card's and terminal's data
+    std::string cdol2;    ///< the card's CDOL2 as hex text, as getARQC gives it
 };
 
 /// What the card said to the bank's authentication.
@@ -134,11 +134,11 @@ inline Cryptogram stored_cryptogram() {
 }
 
 /// The elements of field 55 that are present, in the order in which networks list them.
-inline Bytes field_55() {
+inline ByteString field_55() {
     constexpr Tag tags[] = {0x9F26, 0x9F27, 0x9F10, 0x9F37, 0x9F36, 0x95,   0x9A,   0x9C,
                             0x9F02, 0x5F2A, 0x82,   0x9F1A, 0x9F03, 0x9F33, 0x9F34, 0x9F35,
                             0x9F1E, 0x84,   0x9F09, 0x9F41, 0x9F74, 0x9F63};
-    Bytes field;
+    ByteString field;
     for (const Tag tag : tags) {
         const auto value = stored(tag);
         if (!value || value->empty() || value->size() > 127) {
@@ -160,7 +160,7 @@ inline std::array<std::uint8_t, 4> random_number() {
 }
 
 template <typename Array>
-Bytes bytes_of(const Array& array) {
+ByteString bytes_of(const Array& array) {
     return {array.begin(), array.end()};
 }
 
@@ -174,7 +174,7 @@ inline void store_terms(const PurchaseTerms& terms) {
     }
     std::string merchant = terms.merchant;
     merchant.resize(merchant_size, ' ');
-    std::map<Tag, Bytes> elements = {
+    std::map<Tag, ByteString> elements = {
         {0x9F02, bcd(terms.amount.minor(), 6)},
         {0x9F03, bcd(terms.other.minor(), 6)},
         {0x5F2A, bcd(terms.currency, 2)},
@@ -205,7 +205,7 @@ Bits bits_of(const std::uint8_t (&bytes)[Size]) {
 }
 
 inline std::string stored_text(Tag tag) {
-    const Bytes value = stored_or_empty(tag);
+    const ByteString value = stored_or_empty(tag);
     return {value.begin(), value.end()};
 }
 
@@ -225,7 +225,7 @@ inline std::vector<ScriptResult> stored_script_results() {
 }
 
 /// The objects of the bank's answer that have not arrived in the store.
-inline std::vector<Tag> not_taken(const Bytes& answer) {
+inline std::vector<Tag> not_taken(const ByteString& answer) {
     std::vector<Tag> passed_over;
     std::map<Tag, bool> met;
     for (std::size_t at = 0; at < answer.size();) {
@@ -241,8 +241,8 @@ inline std::vector<Tag> not_taken(const Bytes& answer) {
             tag_size == 1 ? answer[at]
                           : answer[at] << 8 | answer[std::min(at + 1, answer.size() - 1)]);
         const std::size_t start = at + tag_size + length_size;
-        const Bytes value(answer.begin() + static_cast<std::ptrdiff_t>(start),
-                          answer.begin() + static_cast<std::ptrdiff_t>(start + value_size));
+        const ByteString value(answer.begin() + static_cast<std::ptrdiff_t>(start),
+                               answer.begin() + static_cast<std::ptrdiff_t>(start + value_size));
         const bool is_script = tag == 0x71 || tag == 0x72;
         const bool taken = is_script ? emvGetIssuerScriptLength() != 0
                                      : (tag == 0x8A || tag == 0x89 || tag == 0x91) && !met[tag] &&
@@ -269,19 +269,19 @@ class Purchase {
     const Tvr& tvr() const { return tvr_; }
 
     /// An element of this purchase, nothing when neither card nor terminal has it.
-    std::optional<Bytes> element(Tag tag) const {
+    std::optional<ByteString> element(Tag tag) const {
         detail::require_transaction(session_, transaction_);
         return detail::stored(tag);
     }
     /// The same by the element's name: element("Application label").
-    std::optional<Bytes> element(std::string_view name) const { return element(tag_of(name)); }
+    std::optional<ByteString> element(std::string_view name) const { return element(tag_of(name)); }
 
     /// Takes the bank's answer to the card: EXTERNAL AUTHENTICATE, then the scripts. The card's
     /// refusals are in the outcome, not failures.
     /// @param answer  BER-TLV as hex text, at most 1024 characters: 8A, 89, 91, 71, 72.
     Outcome finish(std::string_view answer) { return finish(from_hex(answer)); }
     /// The same for bytes.
-    Outcome finish(const Bytes& answer) {
+    Outcome finish(const ByteString& answer) {
         detail::require_transaction(session_, transaction_);
         if (finished_) {
             throw Misuse("the purchase is finished");

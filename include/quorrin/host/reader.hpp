@@ -28,12 +28,12 @@ struct Command {
     std::uint8_t ins = 0x00;                        ///< instruction
     std::uint8_t p1 = 0x00;                         ///< first parameter
     std::uint8_t p2 = 0x00;                         ///< second parameter
-    Bytes data = {};                                ///< at most 255 bytes
+    ByteString data = {};                           ///< at most 255 bytes
     std::optional<std::uint8_t> le = std::nullopt;  ///< expected length, 0 for all there is
 
     /// A command as one piece of hex: "00A40400 07 A0000003330101 00". Throws std::invalid_argument.
     static Command parse(std::string_view text) {
-        const Bytes bytes = from_hex(text);
+        const ByteString bytes = from_hex(text);
         if (bytes.size() < 4) {
             throw std::invalid_argument("a command has at least four bytes");
         }
@@ -57,7 +57,7 @@ struct Command {
 
 /// A card's answer.
 struct Response {
-    Bytes data;              ///< without status word
+    ByteString data;         ///< without status word
     StatusWord status_word;  ///< 9000 and all others
 };
 
@@ -91,7 +91,7 @@ class Card {
     /// Whether it is in the contactless slot.
     bool contactless() const { return kind_ == QUORRIN_CONTACTLESS_CARD; }
     /// Its answer to reset.
-    const Bytes& atr() const { return atr_; }
+    const ByteString& atr() const { return atr_; }
 
     /// The applications of its directory, the first one first: AIDs as hex text. A contactless card
     /// is asked for 2PAY.SYS.DDF01, and for 1PAY.SYS.DDF01 when it has none.
@@ -100,7 +100,7 @@ class Card {
         if (contactless()) {
             constexpr std::string_view ppse = "2PAY.SYS.DDF01";
             const Response answer =
-                transmit({0x00, 0xA4, 0x04, 0x00, Bytes(ppse.begin(), ppse.end()), 0});
+                transmit({0x00, 0xA4, 0x04, 0x00, ByteString(ppse.begin(), ppse.end()), 0});
             if (answer.status_word.success()) {
                 std::fill(std::begin(gucAidList), std::end(gucAidList), '\0');
                 gucAidListLen = 0;
@@ -143,7 +143,7 @@ class Card {
 
     /// Fetches an element with GET DATA: 0x9F13, 0x9F36, 0x9F79. Throws Failure when the card
     /// refuses.
-    Bytes get_data(Tag tag) {
+    ByteString get_data(Tag tag) {
         touch();
         const detail::TagBytes bytes(tag);
         detail::check("emvGetDataCmd", emvGetDataCmd(bytes.bytes.data(), bytes.size));
@@ -151,12 +151,12 @@ class Card {
     }
 
     /// An element of the last operation on this card, nothing when the card did not bring it.
-    std::optional<Bytes> element(Tag tag) {
+    std::optional<ByteString> element(Tag tag) {
         touch();
         return detail::stored(tag);
     }
     /// The same by the element's name.
-    std::optional<Bytes> element(std::string_view name) { return element(tag_of(name)); }
+    std::optional<ByteString> element(std::string_view name) { return element(tag_of(name)); }
 
     /// Sends one command. Every status word is an answer; Failure means that none came.
     Response transmit(const Command& command) {
@@ -165,7 +165,7 @@ class Card {
             throw Misuse("a command has at most 255 bytes of data");
         }
         const int with = (command.le ? 1 : 0) | (command.data.empty() ? 0 : 2);
-        Bytes answer(1024);
+        ByteString answer(1024);
         std::uint32_t size = 0;
         detail::check("IccComm",
                       IccComm(ReaderHandle, kind_, command.cla, command.ins, command.p1, command.p2,
@@ -178,7 +178,7 @@ class Card {
   private:
     friend class Reader;
 
-    Card(std::uint64_t session, int kind, Bytes atr)
+    Card(std::uint64_t session, int kind, ByteString atr)
         : session_(session), kind_(kind), atr_(std::move(atr)) {}
 
     // Before everything that reaches the card: the library's commands go to the current kind.
@@ -211,7 +211,7 @@ class Card {
 
     std::uint64_t session_;
     int kind_;
-    Bytes atr_;
+    ByteString atr_;
 };
 
 /// The reader: opened here, closed when this goes out of scope. Only one at a time in a process.
@@ -266,7 +266,7 @@ class Reader {
     /// commands.
     Card power_up(int kind) const {
         detail::require_current(session_);
-        Bytes atr(512);
+        ByteString atr(512);
         std::uint32_t size = 0;
         detail::check("PowerUp", PowerUp(ReaderHandle, kind, atr.data(), &size));
         atr.resize(size);

@@ -56,12 +56,12 @@ struct TagBytes {
 };
 
 /// The value that the store holds, or nothing.
-inline std::optional<Bytes> stored(Tag tag) {
+inline std::optional<ByteString> stored(Tag tag) {
     const TagBytes bytes(tag);
     if (emvGetDataElementState(bytes.bytes.data(), bytes.size) != 1) {
         return std::nullopt;
     }
-    Bytes value(emvGetDataElementLength(bytes.bytes.data(), bytes.size, 0));
+    ByteString value(emvGetDataElementLength(bytes.bytes.data(), bytes.size, 0));
     auto length = static_cast<std::uint16_t>(value.size());
     if (length != 0) {
         emvGetDataElement(bytes.bytes.data(), bytes.size, &length, value.data());
@@ -69,12 +69,12 @@ inline std::optional<Bytes> stored(Tag tag) {
     return value;
 }
 
-inline Bytes stored_or_empty(Tag tag) {
-    return stored(tag).value_or(Bytes{});
+inline ByteString stored_or_empty(Tag tag) {
+    return stored(tag).value_or(ByteString{});
 }
 
 /// Stores a value of the host's; the store judges its length.
-inline void store(Tag tag, const Bytes& value) {
+inline void store(Tag tag, const ByteString& value) {
     const TagBytes bytes(tag);
     const std::int32_t result =
         value.size() > 0xFFFF
@@ -83,7 +83,7 @@ inline void store(Tag tag, const Bytes& value) {
                                 static_cast<std::uint16_t>(value.size()), value.data());
     if (result != 0) {
         throw Misuse("the store refuses " + std::to_string(value.size()) + " bytes for element " +
-                     to_hex(Bytes(bytes.bytes.begin() + (2 - bytes.size), bytes.bytes.end())) +
+                     to_hex(ByteString(bytes.bytes.begin() + (2 - bytes.size), bytes.bytes.end())) +
                      " (" + std::to_string(result) + ")");
     }
 }

@@ -16,7 +16,7 @@
 namespace quorrin::host {
 
 /// Bytes of a card, a bank or an element.
-using Bytes = std::vector<std::uint8_t>;
+using ByteString = std::vector<std::uint8_t>;
 
 /// Bytes as upper-case hex text.
 template <typename Range>
@@ -31,8 +31,8 @@ std::string to_hex(const Range& bytes) {
 }
 
 /// Hex text as bytes; blanks are passed over. Throws std::invalid_argument for anything else.
-inline Bytes from_hex(std::string_view text) {
-    Bytes bytes;
+inline ByteString from_hex(std::string_view text) {
+    ByteString bytes;
     int high = -1;
     for (const char c : text) {
         if (c == ' ') {
@@ -65,8 +65,8 @@ inline bool all_digits(std::string_view text) {
 }
 
 /// A number as BCD in a fixed number of bytes.
-inline Bytes bcd(std::uint64_t value, std::size_t size) {
-    Bytes bytes(size);
+inline ByteString bcd(std::uint64_t value, std::size_t size) {
+    ByteString bytes(size);
     for (std::size_t i = size; i-- > 0; value /= 100) {
         bytes[i] = static_cast<std::uint8_t>((value / 10 % 10) << 4 | value % 10);
     }
@@ -74,7 +74,7 @@ inline Bytes bcd(std::uint64_t value, std::size_t size) {
 }
 
 /// BCD as a number. Digits above 9 count as they stand.
-inline std::uint64_t from_bcd(const Bytes& bytes) {
+inline std::uint64_t from_bcd(const ByteString& bytes) {
     std::uint64_t value = 0;
     for (const std::uint8_t byte : bytes) {
         value = value * 100 + (byte >> 4) * 10U + (byte & 0x0FU);
@@ -253,7 +253,7 @@ inline unsigned two_digits(std::uint8_t byte) {
 }
 
 /// YYMMDD or HHMMSS.
-inline Bytes three_pairs(unsigned first, unsigned second, unsigned third) {
+inline ByteString three_pairs(unsigned first, unsigned second, unsigned third) {
     return bcd((std::uint64_t{first} * 100 + second) * 100 + third, 3);
 }
 

@@ -18,11 +18,11 @@ constexpr std::uint8_t last_record = 255;
 // GET DATA answers these from the card's own counters and logs.
 constexpr std::array<Tag, 5> own_data{0x9F36, 0x9F13, 0x9F17, 0x9F4F, 0xDF4F};
 
-Bytes load_record(const Section& section) {
+ByteString load_record(const Section& section) {
     section.allow_only({"file", "number", "elements", "raw"});
     const auto raw = section.optional_text("raw");
-    Bytes record = raw ? parsed_field(section, "raw", *raw, parse_bytes)
-                       : data_object(0x70, encoded_elements(section, "elements"));
+    ByteString record = raw ? parsed_field(section, "raw", *raw, parse_bytes)
+                            : data_object(0x70, encoded_elements(section, "elements"));
     if (raw && section.has("elements")) {
         section.fail("raw", "and elements exclude each other");
     }
@@ -104,23 +104,23 @@ ElementValues load_data(const Section& section) {
 }
 
 // One entry for each unbroken run of records: EMV book 3 section 10.2.
-Bytes file_locator_of(const RecordFiles& records) {
-    Bytes locator;
+ByteString file_locator_of(const RecordFiles& records) {
+    ByteString locator;
     RecordAddress last;
     for (const auto& [address, record] : records) {
         const bool goes_on = address.file == last.file && address.number == last.number + 1;
         if (goes_on) {
             locator[locator.size() - 2] = address.number;
         } else {
-            append(locator, Bytes{static_cast<std::uint8_t>(address.file << 3), address.number,
-                                  address.number, 0});
+            append(locator, ByteString{static_cast<std::uint8_t>(address.file << 3), address.number,
+                                       address.number, 0});
         }
         last = address;
     }
     return locator;
 }
 
-Bytes load_file_locator(const Section& section, const RecordFiles& records) {
+ByteString load_file_locator(const Section& section, const RecordFiles& records) {
     constexpr std::size_t longest = 252;
     auto locator = section.optional_hex("afl", 0, longest).value_or(file_locator_of(records));
     if (locator.size() % 4 != 0 || locator.size() > longest) {
@@ -222,7 +222,7 @@ cryptography::KeySet load_keys(const Section& section, const RecordFiles& record
 void check_object_lists(const RecordFiles& records, const RecordSections& sections) {
     for (const Tag tag : {Tag{0x8C}, Tag{0x8D}}) {
         const auto list = find_in_records(records, tag);
-        const auto entries = parse_object_list(list.value_or(Bytes{}));
+        const auto entries = parse_object_list(list.value_or(ByteString{}));
         if (!entries || data_length(*entries) > 255) {
             fail_in_record(sections, records, tag,
                            "must be tags, each with a length, for 255 bytes at most");

@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view contact_directory_name = "1PAY.SYS.DDF01";
 constexpr std::string_view contactless_directory_name = "2PAY.SYS.DDF01";
 
-Bytes text_bytes(std::string_view text) {
+ByteString text_bytes(std::string_view text) {
     return {text.begin(), text.end()};
 }
 
@@ -23,35 +23,35 @@ bool is_name(std::span<const std::uint8_t> name, std::string_view text) {
         [](std::uint8_t byte, char c) { return byte == static_cast<std::uint8_t>(c); });
 }
 
-void append_object(Bytes& bytes, Tag tag, std::span<const std::uint8_t> value) {
+void append_object(ByteString& bytes, Tag tag, std::span<const std::uint8_t> value) {
     if (!value.empty()) {
         append(bytes, data_object(tag, value));
     }
 }
 
-void append_priority(Bytes& bytes, const ApplicationProfile& application) {
+void append_priority(ByteString& bytes, const ApplicationProfile& application) {
     if (application.priority) {
         append(bytes, data_object(0x87, {&*application.priority, 1}));
     }
 }
 
 // An entry as both directories list it.
-Bytes directory_entry(const ApplicationProfile& application) {
-    Bytes entry = data_object(0x4F, application.aid);
+ByteString directory_entry(const ApplicationProfile& application) {
+    ByteString entry = data_object(0x4F, application.aid);
     append_object(entry, 0x50, application.label);
     append_priority(entry, application);
     return data_object(0x61, entry);
 }
 
-void append_log_entry(Bytes& bytes, Tag tag, const std::optional<LogProfile>& log) {
+void append_log_entry(ByteString& bytes, Tag tag, const std::optional<LogProfile>& log) {
     if (log) {
-        append(bytes, data_object(tag, Bytes{log->file, log->capacity}));
+        append(bytes, data_object(tag, ByteString{log->file, log->capacity}));
     }
 }
 
-Bytes file_control_information(std::span<const std::uint8_t> name,
-                               std::span<const std::uint8_t> proprietary) {
-    Bytes value = data_object(0x84, name);
+ByteString file_control_information(std::span<const std::uint8_t> name,
+                                    std::span<const std::uint8_t> proprietary) {
+    ByteString value = data_object(0x84, name);
     append(value, data_object(0xA5, proprietary));
     return data_object(0x6F, value);
 }
@@ -83,14 +83,14 @@ std::optional<Selection> find_selection(const CardProfile& card, const Selection
     return std::nullopt;
 }
 
-Bytes contact_directory_fci(const CardProfile& card) {
-    Bytes proprietary = data_object(0x88, {&card.contact_directory->file, 1});
+ByteString contact_directory_fci(const CardProfile& card) {
+    ByteString proprietary = data_object(0x88, {&card.contact_directory->file, 1});
     append(proprietary, card.contact_directory->fci_elements);
     return file_control_information(text_bytes(contact_directory_name), proprietary);
 }
 
-Bytes contactless_directory_fci(const CardProfile& card) {
-    Bytes entries;
+ByteString contactless_directory_fci(const CardProfile& card) {
+    ByteString entries;
     for (const ApplicationProfile& application : card.applications) {
         append(entries, directory_entry(application));
     }
@@ -98,14 +98,14 @@ Bytes contactless_directory_fci(const CardProfile& card) {
                                     data_object(0xBF0C, entries));
 }
 
-Bytes application_fci(const ApplicationProfile& application) {
-    Bytes proprietary;
+ByteString application_fci(const ApplicationProfile& application) {
+    ByteString proprietary;
     append_object(proprietary, 0x50, application.label);
     append_priority(proprietary, application);
     append_object(proprietary, 0x9F38, application.pdol_bytes);
     append(proprietary, application.fci_elements);
 
-    Bytes discretionary;
+    ByteString discretionary;
     append_log_entry(discretionary, 0x9F4D, application.transaction_log);
     append_log_entry(discretionary, 0xDF4D, application.load_log);
     append(discretionary, application.fci_discretionary);

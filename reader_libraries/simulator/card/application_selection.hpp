@@ -25,9 +25,9 @@ std::optional<Selection> find_selection(const CardProfile& card, const Selection
                                         std::span<const std::uint8_t> name, bool next_occurrence);
 
 // File control information, 6F.
-Bytes contact_directory_fci(const CardProfile& card);
-Bytes contactless_directory_fci(const CardProfile& card);
-Bytes application_fci(const ApplicationProfile& application);
+ByteString contact_directory_fci(const CardProfile& card);
+ByteString contactless_directory_fci(const CardProfile& card);
+ByteString application_fci(const ApplicationProfile& application);
 
 // The directory file holds one record for each application.
 CardAnswer read_directory(const CardProfile& card, std::uint8_t file, std::uint8_t number);

@@ -41,10 +41,10 @@ struct ApplicationSession {
     bool unblocked = false;               // APPLICATION UNBLOCK is taken once under a cryptogram
     bool scripts_counted_afresh = false;  // the counts of the CVR are those of this transaction
     unsigned wrong_script_macs = 0;
-    std::optional<Bytes> challenge{};  // of GET CHALLENGE, for the next command alone
-    Bytes dol_data{};                  // values of PDOL, CDOL1 and CDOL2 as they came
+    std::optional<ByteString> challenge{};  // of GET CHALLENGE, for the next command alone
+    ByteString dol_data{};                  // values of PDOL, CDOL1 and CDOL2 as they came
     struct LoggedRecord {
-        std::optional<Bytes> displaced;  // the oldest record, which made room
+        std::optional<ByteString> displaced;  // the oldest record, which made room
     };
     std::optional<LoggedRecord> logged{};  // this transaction's, taken back if it is declined
 

@@ -12,8 +12,8 @@ std::uint64_t decimal(std::span<const std::uint8_t> bcd) {
     return number;
 }
 
-Bytes packed(std::uint64_t number, std::size_t size) {
-    Bytes bcd(size, 0);
+ByteString packed(std::uint64_t number, std::size_t size) {
+    ByteString bcd(size, 0);
     for (auto byte = bcd.rbegin(); byte != bcd.rend(); ++byte) {
         *byte = static_cast<std::uint8_t>((number / 10 % 10) << 4 | number % 10);
         number /= 100;
@@ -27,7 +27,7 @@ std::uint64_t transaction_amount(const ApplicationSession& session) {
     return decimal(fitted_value(session.terminal, amount_authorised, amount_bytes));
 }
 
-std::optional<Bytes> card_element(const ApplicationSession& session, Tag tag) {
+std::optional<ByteString> card_element(const ApplicationSession& session, Tag tag) {
     const auto own = session.state.data.find(tag);
     return own != session.state.data.end() ? own->second
                                            : find_in_records(session.state.records, tag);

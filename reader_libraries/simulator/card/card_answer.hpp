@@ -31,17 +31,17 @@ enum class StatusWord : std::uint16_t {
 
 struct CardAnswer {
     CardAnswer(StatusWord word) : status(word) {}  // a refusal, or a success without data
-    CardAnswer(Bytes answered, StatusWord word = StatusWord::Success)
+    CardAnswer(ByteString answered, StatusWord word = StatusWord::Success)
         : data(std::move(answered)), status(word) {}
 
-    [[nodiscard]] Bytes encoded() const {
-        Bytes whole = data;
+    [[nodiscard]] ByteString encoded() const {
+        ByteString whole = data;
         whole.push_back(static_cast<std::uint8_t>(static_cast<std::uint16_t>(status) >> 8));
         whole.push_back(static_cast<std::uint8_t>(status));
         return whole;
     }
 
-    Bytes data;
+    ByteString data;
     StatusWord status;
 };
 

@@ -24,15 +24,15 @@ struct RecordAddress {
     auto operator<=>(const RecordAddress&) const = default;
 };
 
-using RecordFiles = std::map<RecordAddress, Bytes>;
+using RecordFiles = std::map<RecordAddress, ByteString>;
 
 // A cyclic file of the card's own: transactions or electronic cash loads.
 struct LogProfile {
     std::uint8_t file = 0;
     std::uint8_t capacity = 0;
-    Bytes format;                   // 9F4F or DF4F, a data object list
-    std::vector<ListEntry> fields;  // the same
-    std::vector<Bytes> records;     // what the card is issued with, newest first
+    ByteString format;                // 9F4F or DF4F, a data object list
+    std::vector<ListEntry> fields;    // the same
+    std::vector<ByteString> records;  // what the card is issued with, newest first
 
     bool declined_too = false;  // transaction logs only: declined transactions are logged as well
 
@@ -53,20 +53,20 @@ enum class AnswerFormat : std::uint8_t { Format1 = 1, Format2 = 2 };
 
 // What a quick PBOC application answers to GET PROCESSING OPTIONS beside the cryptogram.
 struct QuickProfile {
-    Bytes elements;             // encoded
+    ByteString elements;        // encoded
     bool dynamic_data = false;  // fDDA: 9F4B in the answer to terminals that ask for it
 };
 
 struct ApplicationProfile {
-    Bytes aid;
-    Bytes label;
+    ByteString aid;
+    ByteString label;
     std::optional<std::uint8_t> priority;  // 87
     std::vector<ListEntry> pdol;
-    Bytes pdol_bytes;           // 9F38, empty for none
-    Bytes fci_elements;         // encoded, in A5
-    Bytes fci_discretionary;    // encoded, in BF0C behind the log entries
-    Bytes interchange_profile;  // 82
-    Bytes file_locator;         // 94
+    ByteString pdol_bytes;           // 9F38, empty for none
+    ByteString fci_elements;         // encoded, in A5
+    ByteString fci_discretionary;    // encoded, in BF0C behind the log entries
+    ByteString interchange_profile;  // 82
+    ByteString file_locator;         // 94
     AnswerFormat answer_format = AnswerFormat::Format2;
     std::optional<QuickProfile> quick;
 
@@ -91,12 +91,12 @@ struct ApplicationProfile {
 // The payment system environment of contact cards.
 struct DirectoryProfile {
     std::uint8_t file = 0;
-    Bytes fci_elements;  // encoded, in A5
+    ByteString fci_elements;  // encoded, in A5
 };
 
 struct CardProfile {
     std::string name;
-    Bytes answer_to_reset;
+    ByteString answer_to_reset;
     std::optional<DirectoryProfile> contact_directory;  // PSE
     bool contactless_directory = false;                 // PPSE
 

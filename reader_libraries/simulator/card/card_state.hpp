@@ -16,8 +16,8 @@ struct ApplicationState {
     std::uint8_t pin_tries = 0;
     ElementValues data;
     RecordFiles records;
-    std::vector<Bytes> transaction_log;  // newest first
-    std::vector<Bytes> load_log;         // newest first
+    std::vector<ByteString> transaction_log;  // newest first
+    std::vector<ByteString> load_log;         // newest first
 
     // The cryptogram that scripts are sealed under: the last ARQC, or the last AAC while blocked.
     cryptography::Cryptogram last_arqc{};

@@ -11,9 +11,9 @@ enum class CryptogramType : std::uint8_t { Aac = 0x00, Tc = 0x40, Arqc = 0x80 };
 
 struct IssuedCryptogram {
     std::uint8_t information = 0;  // 9F27
-    Bytes atc;                     // 9F36
-    Bytes cryptogram;              // 9F26
-    Bytes issuer_data;             // 9F10
+    ByteString atc;                // 9F36
+    ByteString cryptogram;         // 9F26
+    ByteString issuer_data;        // 9F10
 };
 
 // The first of a transaction, with what goes with its type: an ARQC opens the way to EXTERNAL

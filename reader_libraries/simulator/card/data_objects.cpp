@@ -44,12 +44,12 @@ std::optional<std::size_t> take_length(std::span<const std::uint8_t>& rest) {
 
 }  // namespace
 
-void append(Bytes& bytes, std::span<const std::uint8_t> more) {
+void append(ByteString& bytes, std::span<const std::uint8_t> more) {
     bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-Bytes tag_bytes(Tag tag) {
-    Bytes bytes;
+ByteString tag_bytes(Tag tag) {
+    ByteString bytes;
     for (int shift = 24; shift >= 0; shift -= 8) {
         if (tag >> shift != 0 || shift == 0) {
             bytes.push_back(static_cast<std::uint8_t>(tag >> shift));
@@ -58,8 +58,8 @@ Bytes tag_bytes(Tag tag) {
     return bytes;
 }
 
-Bytes data_object(Tag tag, std::span<const std::uint8_t> value) {
-    Bytes bytes = tag_bytes(tag);
+ByteString data_object(Tag tag, std::span<const std::uint8_t> value) {
+    ByteString bytes = tag_bytes(tag);
     const std::size_t length = value.size();
     if (length > 0xFF) {
         bytes.push_back(0x82);
@@ -107,10 +107,10 @@ std::optional<DataObject> take_object(std::span<const std::uint8_t>& rest) {
     return object;
 }
 
-std::optional<Bytes> find_object(std::span<const std::uint8_t> objects, Tag tag) {
+std::optional<ByteString> find_object(std::span<const std::uint8_t> objects, Tag tag) {
     while (const auto object = take_object(objects)) {
         if (object->tag == tag) {
-            return Bytes(object->value.begin(), object->value.end());
+            return ByteString(object->value.begin(), object->value.end());
         }
         if (object->constructed) {
             if (auto inside = find_object(object->value, tag)) {
@@ -146,18 +146,18 @@ void take_values(const std::vector<ListEntry>& list, std::span<const std::uint8_
                  ElementValues& values) {
     for (const ListEntry& entry : list) {
         const auto value = data.first(entry.length);
-        values[entry.tag] = Bytes(value.begin(), value.end());
+        values[entry.tag] = ByteString(value.begin(), value.end());
         data = data.subspan(entry.length);
     }
 }
 
-Bytes fitted_value(const ElementValues& values, Tag tag, std::size_t size) {
-    Bytes fitted(size, 0);
+ByteString fitted_value(const ElementValues& values, Tag tag, std::size_t size) {
+    ByteString fitted(size, 0);
     const auto found = values.find(tag);
     if (found == values.end()) {
         return fitted;
     }
-    const Bytes& value = found->second;
+    const ByteString& value = found->second;
     const std::size_t count = std::min(size, value.size());
     if (std::ranges::find(numeric_elements, tag) != numeric_elements.end()) {
         std::copy_n(value.rbegin(), count, fitted.rbegin());

@@ -14,7 +14,7 @@ namespace quorrin::simulator {
 // A tag as its bytes read from left to right: 0x9F26.
 using Tag = std::uint32_t;
 
-using ElementValues = std::map<Tag, Bytes>;
+using ElementValues = std::map<Tag, ByteString>;
 
 struct DataObject {
     Tag tag = 0;
@@ -22,9 +22,9 @@ struct DataObject {
     std::span<const std::uint8_t> value;
 };
 
-void append(Bytes& bytes, std::span<const std::uint8_t> more);
-Bytes tag_bytes(Tag tag);
-Bytes data_object(Tag tag, std::span<const std::uint8_t> value);
+void append(ByteString& bytes, std::span<const std::uint8_t> more);
+ByteString tag_bytes(Tag tag);
+ByteString data_object(Tag tag, std::span<const std::uint8_t> value);
 
 // The tag at the start of `rest`, which moves behind it. Empty for none of one to four bytes.
 std::optional<Tag> take_tag(std::span<const std::uint8_t>& rest);
@@ -34,7 +34,7 @@ std::optional<Tag> take_tag(std::span<const std::uint8_t>& rest);
 std::optional<DataObject> take_object(std::span<const std::uint8_t>& rest);
 
 // The first object with this tag, in templates too. Looks no further than the first malformed one.
-std::optional<Bytes> find_object(std::span<const std::uint8_t> objects, Tag tag);
+std::optional<ByteString> find_object(std::span<const std::uint8_t> objects, Tag tag);
 
 // One entry of a data object list.
 struct ListEntry {
@@ -55,6 +55,6 @@ void take_values(const std::vector<ListEntry>& list, std::span<const std::uint8_
 
 // The value in `size` bytes, zeros for an element that is not there. As terminals fit values to
 // lists (EMV book 3 section 5.4), numbers keep their right end, all else its left end.
-Bytes fitted_value(const ElementValues& values, Tag tag, std::size_t size);
+ByteString fitted_value(const ElementValues& values, Tag tag, std::size_t size);
 
 }  // namespace quorrin::simulator

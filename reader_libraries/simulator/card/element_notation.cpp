@@ -20,7 +20,7 @@ std::uint8_t nibble(char c) {
     return static_cast<std::uint8_t>(value);
 }
 
-void append_hex(Bytes& bytes, std::string_view text) {
+void append_hex(ByteString& bytes, std::string_view text) {
     if (text.size() % 2 != 0) {
         throw std::invalid_argument("odd number of hex digits in " + std::string(text));
     }
@@ -29,8 +29,8 @@ void append_hex(Bytes& bytes, std::string_view text) {
     }
 }
 
-void append_repeated(Bytes& bytes, std::string_view byte, std::string_view count_text) {
-    Bytes repeated;
+void append_repeated(ByteString& bytes, std::string_view byte, std::string_view count_text) {
+    ByteString repeated;
     append_hex(repeated, byte);
     std::size_t count = 0;
     const auto* const end = count_text.data() + count_text.size();
@@ -53,7 +53,7 @@ class ByteReader {
         finish_digits();
         bytes_.insert(bytes_.end(), characters.begin(), characters.end());
     }
-    Bytes finished() {
+    ByteString finished() {
         finish_digits();
         if (bytes_.size() > longest_value) {
             throw std::invalid_argument("more than 1024 bytes");
@@ -67,7 +67,7 @@ class ByteReader {
         digits_.clear();
     }
 
-    Bytes bytes_;
+    ByteString bytes_;
     std::string digits_;
 };
 
@@ -86,7 +86,7 @@ std::string_view take_first_word(std::string_view& text) {
 
 }  // namespace
 
-Bytes parse_bytes(std::string_view text) {
+ByteString parse_bytes(std::string_view text) {
     ByteReader reader;
     while (!text.empty()) {
         if (text.front() == '\'') {
@@ -110,7 +110,7 @@ Bytes parse_bytes(std::string_view text) {
 }
 
 Tag parse_tag(std::string_view text) {
-    Bytes bytes;
+    ByteString bytes;
     append_hex(bytes, text);
     std::span<const std::uint8_t> rest = bytes;
     const auto tag = take_tag(rest);
@@ -125,7 +125,7 @@ Element parse_element(std::string_view text) {
     return {parse_tag(tag), parse_bytes(text)};
 }
 
-Bytes parse_encoded_element(std::string_view text) {
+ByteString parse_encoded_element(std::string_view text) {
     std::string_view rest = text;
     if (take_first_word(rest) == "pad") {
         return parse_bytes(rest);

@@ -12,19 +12,19 @@
 namespace quorrin::simulator {
 
 // All throw std::invalid_argument with a reason that fits behind "field: ".
-Bytes parse_bytes(std::string_view text);
+ByteString parse_bytes(std::string_view text);
 Tag parse_tag(std::string_view text);
 
 struct Element {
     Tag tag = 0;
-    Bytes value;
+    ByteString value;
 };
 
 // A tag with its value, no padding.
 Element parse_element(std::string_view text);
 
 // An element encoded, or the padding as it is.
-Bytes parse_encoded_element(std::string_view text);
+ByteString parse_encoded_element(std::string_view text);
 
 std::string hex_text(std::span<const std::uint8_t> bytes);
 

@@ -41,7 +41,7 @@ void take_response_code(ApplicationSession& session, const std::vector<ListEntry
     if (std::ranges::find(list, response_code, &ListEntry::tag) == list.end()) {
         return;
     }
-    const Bytes code = fitted_value(session.terminal, response_code, 2);
+    const ByteString code = fitted_value(session.terminal, response_code, 2);
     session.unable_to_go_online = code[1] == '3' && (code[0] == 'Y' || code[0] == 'Z');
     session.issuer_refuses |= !session.unable_to_go_online && !approves({code[0], code[1]});
 }
@@ -51,17 +51,17 @@ CardAnswer answer(const ApplicationSession& session, const IssuedCryptogram& iss
     const bool combined =
         asked && issued.information != static_cast<std::uint8_t>(CryptogramType::Aac);
     if (!combined && session.application.answer_format == AnswerFormat::Format1) {
-        Bytes value{issued.information};
+        ByteString value{issued.information};
         append(value, issued.atc);
         append(value, issued.cryptogram);
         append(value, issued.issuer_data);
         return data_object(0x80, value);
     }
-    Bytes value = data_object(0x9F27, {&issued.information, 1});
+    ByteString value = data_object(0x9F27, {&issued.information, 1});
     append(value, data_object(0x9F36, issued.atc));
     if (combined) {
         // 9F26 goes within 9F4B, and the hash covers the others in the order of the answer.
-        Bytes covered = value;
+        ByteString covered = value;
         append(covered, data_object(0x9F10, issued.issuer_data));
         append(value, data_object(0x9F4B, signed_cryptogram(session, issued.information,
                                                             issued.cryptogram, covered)));
@@ -88,8 +88,9 @@ CardAnswer generate_ac(ApplicationSession& session, const CardCommand& command) 
         return StatusWord::ConditionsNotSatisfied;
     }
     // The lists stand in records, which a script may have replaced by something that is no list.
-    const auto list = parse_object_list(
-        find_in_records(session.state.records, first ? first_list : second_list).value_or(Bytes{}));
+    const auto list =
+        parse_object_list(find_in_records(session.state.records, first ? first_list : second_list)
+                              .value_or(ByteString{}));
     if (!list || data_length(*list) != command.data.size()) {
         return StatusWord::WrongLength;
     }

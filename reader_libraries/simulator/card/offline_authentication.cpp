@@ -20,10 +20,10 @@ constexpr std::uint8_t sha1_indicator = 0x01;
 constexpr std::size_t hash_size = 20;
 
 // The length of the card's dynamic number, and it.
-Bytes dynamic_number() {
+ByteString dynamic_number() {
     constexpr std::size_t size = 8;
     std::random_device random;
-    Bytes number(1 + size, size);
+    ByteString number(1 + size, size);
     std::generate(number.begin() + 1, number.end(),
                   [&] { return static_cast<std::uint8_t>(random()); });
     return number;
@@ -31,12 +31,14 @@ Bytes dynamic_number() {
 
 }  // namespace
 
-Bytes signed_dynamic_data(const ApplicationSession& session, std::span<const std::uint8_t> more,
-                          std::span<const std::uint8_t> terminal_data) {
+ByteString signed_dynamic_data(const ApplicationSession& session,
+                               std::span<const std::uint8_t> more,
+                               std::span<const std::uint8_t> terminal_data) {
     const auto& key = *session.application.card_key;
-    Bytes dynamic = dynamic_number();
+    ByteString dynamic = dynamic_number();
     append(dynamic, more);
-    Bytes block{header, dynamic_format, sha1_indicator, static_cast<std::uint8_t>(dynamic.size())};
+    ByteString block{header, dynamic_format, sha1_indicator,
+                     static_cast<std::uint8_t>(dynamic.size())};
     append(block, dynamic);
     block.resize(key.modulus.size() - hash_size - 1, filler);
     const auto hash = cryptography::sha1(
@@ -46,11 +48,11 @@ Bytes signed_dynamic_data(const ApplicationSession& session, std::span<const std
     return cryptography::rsa_private(key, block);
 }
 
-Bytes signed_cryptogram(const ApplicationSession& session, std::uint8_t information,
-                        std::span<const std::uint8_t> cryptogram,
-                        std::span<const std::uint8_t> answer) {
+ByteString signed_cryptogram(const ApplicationSession& session, std::uint8_t information,
+                             std::span<const std::uint8_t> cryptogram,
+                             std::span<const std::uint8_t> answer) {
     const auto hash = cryptography::sha1(cryptography::concatenated({session.dol_data, answer}));
-    const Bytes more = cryptography::concatenated({{&information, 1}, cryptogram, hash});
+    const ByteString more = cryptography::concatenated({{&information, 1}, cryptogram, hash});
     return signed_dynamic_data(session, more, fitted_value(session.terminal, 0x9F37, 4));
 }
 
@@ -66,13 +68,13 @@ CardAnswer internal_authenticate(ApplicationSession& session, const CardCommand&
     if (session.stage != TransactionStage::OptionsGiven) {
         return StatusWord::ConditionsNotSatisfied;
     }
-    const auto list = parse_object_list(
-        find_in_records(session.state.records, data_object_list).value_or(Bytes{0x9F, 0x37, 0x04}));
+    const auto list = parse_object_list(find_in_records(session.state.records, data_object_list)
+                                            .value_or(ByteString{0x9F, 0x37, 0x04}));
     if (!list || data_length(*list) != command.data.size()) {
         return StatusWord::WrongLength;
     }
     session.dynamic_authentication = true;
-    const Bytes signature = signed_dynamic_data(session, {}, command.data);
+    const ByteString signature = signed_dynamic_data(session, {}, command.data);
     return session.application.answer_format == AnswerFormat::Format1
                ? data_object(0x80, signature)
                : data_object(0x77, data_object(0x9F4B, signature));

@@ -7,13 +7,14 @@ namespace quorrin::simulator {
 
 // Signed dynamic application data (9F4B): the card's dynamic number, `more` behind it, and a hash that
 // covers the terminal's data too. The application has a key.
-Bytes signed_dynamic_data(const ApplicationSession& session, std::span<const std::uint8_t> more,
-                          std::span<const std::uint8_t> terminal_data);
+ByteString signed_dynamic_data(const ApplicationSession& session,
+                               std::span<const std::uint8_t> more,
+                               std::span<const std::uint8_t> terminal_data);
 
 // The same for a cryptogram: 9F27, 9F26 and a hash of all that went into it. `answer` holds the objects
 // of the answer, 9F4B left out.
-Bytes signed_cryptogram(const ApplicationSession& session, std::uint8_t information,
-                        std::span<const std::uint8_t> cryptogram,
-                        std::span<const std::uint8_t> answer);
+ByteString signed_cryptogram(const ApplicationSession& session, std::uint8_t information,
+                             std::span<const std::uint8_t> cryptogram,
+                             std::span<const std::uint8_t> answer);
 
 }  // namespace quorrin::simulator

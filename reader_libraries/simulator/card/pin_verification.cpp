@@ -35,10 +35,11 @@ std::optional<std::string> pin_of(std::span<const std::uint8_t> block) {
 
 // EMV book 2 section 7.2: 7F, the PIN block, the card's challenge and random filling under the card's
 // key. Empty where header or challenge is wrong.
-std::optional<Bytes> deciphered_block(const cryptography::RsaPrivateKey& key,
-                                      const Bytes& challenge, std::span<const std::uint8_t> data) {
+std::optional<ByteString> deciphered_block(const cryptography::RsaPrivateKey& key,
+                                           const ByteString& challenge,
+                                           std::span<const std::uint8_t> data) {
     constexpr std::uint8_t header = 0x7F;
-    Bytes clear;
+    ByteString clear;
     try {
         clear = cryptography::rsa_private(key, data);
     } catch (const std::invalid_argument&) {
@@ -48,7 +49,7 @@ std::optional<Bytes> deciphered_block(const cryptography::RsaPrivateKey& key,
     if (clear[0] != header || !std::equal(challenge.begin(), challenge.end(), block + block_size)) {
         return std::nullopt;
     }
-    return Bytes(block, block + block_size);
+    return ByteString(block, block + block_size);
 }
 
 CardAnswer tries_left(std::uint8_t count) {
@@ -77,8 +78,9 @@ CardAnswer verify(ApplicationSession& session, const CardCommand& command) {
     if (state.pin_tries == 0) {
         return StatusWord::AuthenticationMethodBlocked;
     }
-    const auto block = enciphered ? deciphered_block(*key, *challenge, command.data)
-                                  : std::optional(Bytes(command.data.begin(), command.data.end()));
+    const auto block = enciphered
+                           ? deciphered_block(*key, *challenge, command.data)
+                           : std::optional(ByteString(command.data.begin(), command.data.end()));
     if (!block) {
         return StatusWord::ReferenceDataUnusable;
     }

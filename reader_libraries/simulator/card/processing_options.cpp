@@ -72,11 +72,11 @@ QuickOutcome decide_quick(ApplicationSession& session) {
 
 CardAnswer options(const ApplicationProfile& application) {
     if (application.answer_format == AnswerFormat::Format1) {
-        Bytes value = application.interchange_profile;
+        ByteString value = application.interchange_profile;
         append(value, application.file_locator);
         return data_object(0x80, value);
     }
-    Bytes value = data_object(0x82, application.interchange_profile);
+    ByteString value = data_object(0x82, application.interchange_profile);
     if (!application.file_locator.empty()) {
         append(value, data_object(0x94, application.file_locator));
     }
@@ -84,12 +84,12 @@ CardAnswer options(const ApplicationProfile& application) {
 }
 
 // The elements of the profile, with what the card wants of the holder in its qualifiers.
-Bytes quick_elements(const QuickProfile& quick, std::uint8_t wanted_of_holder) {
+ByteString quick_elements(const QuickProfile& quick, std::uint8_t wanted_of_holder) {
     constexpr Tag card_qualifiers = 0x9F6C;
-    Bytes elements;
+    ByteString elements;
     std::span<const std::uint8_t> rest = quick.elements;
     while (const auto object = take_object(rest)) {
-        Bytes value(object->value.begin(), object->value.end());
+        ByteString value(object->value.begin(), object->value.end());
         if (object->tag == card_qualifiers && !value.empty()) {
             value[0] |= wanted_of_holder;
         }
@@ -105,19 +105,20 @@ bool wants_dynamic_data(const ApplicationSession& session) {
 
 // Fast DDA, version 01 of PBOC book 12: the signature covers the terminal's number, amount and currency
 // and what the card adds in 9F69, version and a number of its own and its qualifiers.
-Bytes fast_dynamic_data(const ApplicationSession& session) {
+ByteString fast_dynamic_data(const ApplicationSession& session) {
     std::random_device random;
-    Bytes authentication{0x01};
+    ByteString authentication{0x01};
     for (int i = 0; i < 4; ++i) {
         authentication.push_back(static_cast<std::uint8_t>(random()));
     }
-    append(authentication,
-           find_object(session.application.quick->elements, 0x9F6C).value_or(Bytes{0x00, 0x00}));
-    Bytes covered = fitted_value(session.terminal, 0x9F37, 4);
+    append(
+        authentication,
+        find_object(session.application.quick->elements, 0x9F6C).value_or(ByteString{0x00, 0x00}));
+    ByteString covered = fitted_value(session.terminal, 0x9F37, 4);
     append(covered, fitted_value(session.terminal, 0x9F02, 6));
     append(covered, fitted_value(session.terminal, 0x5F2A, 2));
     append(covered, authentication);
-    Bytes objects = data_object(0x9F69, authentication);
+    ByteString objects = data_object(0x9F69, authentication);
     append(objects, data_object(0x9F4B, signed_dynamic_data(session, {}, covered)));
     return objects;
 }
@@ -127,7 +128,7 @@ Bytes fast_dynamic_data(const ApplicationSession& session) {
 CardAnswer quick_transaction(ApplicationSession& session) {
     const QuickOutcome outcome = decide_quick(session);
     const auto issued = issue_quick_cryptogram(session, outcome.type);
-    Bytes value = data_object(0x82, session.application.interchange_profile);
+    ByteString value = data_object(0x82, session.application.interchange_profile);
     if (!session.application.file_locator.empty()) {
         append(value, data_object(0x94, session.application.file_locator));
     }

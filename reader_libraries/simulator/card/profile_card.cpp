@@ -25,7 +25,7 @@ class ProfileCard final : public CardDevice {
         }
     }
 
-    Bytes power_on() override {
+    ByteString power_on() override {
         end_session();
         recall_state();
         powered_ = true;
@@ -37,7 +37,7 @@ class ProfileCard final : public CardDevice {
         powered_ = false;
     }
 
-    Bytes transmit(std::span<const std::uint8_t> bytes) override {
+    ByteString transmit(std::span<const std::uint8_t> bytes) override {
         if (!powered_) {
             return {};
         }
@@ -166,7 +166,7 @@ class ProfileCard final : public CardDevice {
             return StatusWord::WrongLength;
         }
         std::random_device random;
-        Bytes challenge(8);
+        ByteString challenge(8);
         std::ranges::generate(challenge, [&] { return static_cast<std::uint8_t>(random()); });
         if (session_) {
             session_->challenge = challenge;

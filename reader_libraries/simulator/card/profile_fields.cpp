@@ -2,9 +2,9 @@
 
 namespace quorrin::simulator {
 
-Bytes encoded_elements(const Section& section, std::string_view key) {
-    Bytes encoded;
-    for (const Bytes& element : list_field(section, key, parse_encoded_element)) {
+ByteString encoded_elements(const Section& section, std::string_view key) {
+    ByteString encoded;
+    for (const ByteString& element : list_field(section, key, parse_encoded_element)) {
         append(encoded, element);
     }
     return encoded;
@@ -20,9 +20,9 @@ ElementValues element_values(const Section& section, std::string_view key) {
     return values;
 }
 
-Bytes object_list_bytes(const Section& section, std::string_view key) {
+ByteString object_list_bytes(const Section& section, std::string_view key) {
     constexpr std::size_t longest = 252;  // the longest that terminals keep
-    auto list = section.optional_hex(key, 0, longest).value_or(Bytes{});
+    auto list = section.optional_hex(key, 0, longest).value_or(ByteString{});
     if (!parse_object_list(list)) {
         section.fail(key, "must be tags, each with a length of one byte");
     }

@@ -74,12 +74,12 @@ auto parsed_field(const Section& section, std::string_view key, std::string_view
 }
 
 // A list of data elements, encoded one behind the other.
-Bytes encoded_elements(const Section& section, std::string_view key);
+ByteString encoded_elements(const Section& section, std::string_view key);
 
 // The same as values. A tag that stands twice is refused.
 ElementValues element_values(const Section& section, std::string_view key);
 
 // A data object list as hex digits; an absent one is empty.
-Bytes object_list_bytes(const Section& section, std::string_view key);
+ByteString object_list_bytes(const Section& section, std::string_view key);
 
 }  // namespace quorrin::simulator

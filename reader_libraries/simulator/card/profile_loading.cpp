@@ -51,7 +51,7 @@ DirectoryProfile load_directory(const Section& section) {
     return directory;
 }
 
-void check_answer_size(const Section& section, std::string_view key, const Bytes& answer) {
+void check_answer_size(const Section& section, std::string_view key, const ByteString& answer) {
     if (answer.size() > longest_answer) {
         section.fail(key, "makes an answer of " + std::to_string(answer.size()) +
                               " bytes; a card answers at most 256");

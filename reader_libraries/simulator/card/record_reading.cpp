@@ -5,7 +5,7 @@
 namespace quorrin::simulator {
 namespace {
 
-CardAnswer read_log(const std::vector<Bytes>& records, std::uint8_t number) {
+CardAnswer read_log(const std::vector<ByteString>& records, std::uint8_t number) {
     if (number > records.size()) {
         return StatusWord::RecordNotFound;
     }
@@ -49,7 +49,7 @@ std::optional<RecordAddress> record_with(const RecordFiles& records, Tag tag) {
     return std::nullopt;
 }
 
-std::optional<Bytes> find_in_records(const RecordFiles& records, Tag tag) {
+std::optional<ByteString> find_in_records(const RecordFiles& records, Tag tag) {
     for (const auto& [address, record] : records) {
         if (auto value = find_object(record, tag)) {
             return value;

@@ -15,6 +15,6 @@ bool has_file(const RecordFiles& records, std::uint8_t file);
 std::optional<RecordAddress> record_with(const RecordFiles& records, Tag tag);
 
 // The value of an element of the records as they are now. Empty when no record has it.
-std::optional<Bytes> find_in_records(const RecordFiles& records, Tag tag);
+std::optional<ByteString> find_in_records(const RecordFiles& records, Tag tag);
 
 }  // namespace quorrin::simulator

@@ -149,7 +149,7 @@ CardAnswer put_data(ApplicationSession& session, const CardCommand& command,
     if (element->second.size() != data.size()) {
         return StatusWord::WrongLength;
     }
-    const Bytes before = element->second;
+    const ByteString before = element->second;
     element->second.assign(data.begin(), data.end());
     if (tag == electronic_cash_balance) {
         log_load(session, tag, before, element->second);

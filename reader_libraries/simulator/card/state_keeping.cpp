@@ -21,9 +21,9 @@ std::string toml_list(const std::vector<std::string>& texts) {
     return list + (texts.empty() ? "]" : "\n]");
 }
 
-std::string hex_list(const std::vector<Bytes>& values) {
+std::string hex_list(const std::vector<ByteString>& values) {
     std::vector<std::string> texts;
-    for (const Bytes& value : values) {
+    for (const ByteString& value : values) {
         texts.push_back(hex_text(value));
     }
     return toml_list(texts);
@@ -86,7 +86,7 @@ void write_application(std::ostream& out, const ApplicationProfile& profile,
 
 // Reading.
 
-std::pair<RecordAddress, Bytes> parse_record(std::string_view text) {
+std::pair<RecordAddress, ByteString> parse_record(std::string_view text) {
     const auto space = text.find(' ');
     const auto dot = text.substr(0, space).find('.');
     if (space == std::string_view::npos || dot == std::string_view::npos) {
@@ -126,8 +126,8 @@ void read_records(const Section& section, ApplicationState& state) {
     }
 }
 
-std::vector<Bytes> read_log(const Section& section, std::string_view key,
-                            const std::optional<LogProfile>& profile) {
+std::vector<ByteString> read_log(const Section& section, std::string_view key,
+                                 const std::optional<LogProfile>& profile) {
     const std::size_t size = profile ? profile->record_size() : 0;
     auto records = section.hex_list(key, size, size);
     if (records.size() > (profile ? profile->capacity : 0U)) {

@@ -5,18 +5,18 @@
 namespace quorrin::simulator {
 namespace {
 
-Bytes fields_of(const ApplicationSession& session, const LogProfile& log) {
+ByteString fields_of(const ApplicationSession& session, const LogProfile& log) {
     ElementValues values = session.terminal;
     const auto atc = cryptography::big_endian(session.state.atc);
-    values[0x9F36] = Bytes(atc.begin(), atc.end());
-    Bytes record;
+    values[0x9F36] = ByteString(atc.begin(), atc.end());
+    ByteString record;
     for (const ListEntry& field : log.fields) {
         append(record, fitted_value(values, field.tag, field.length));
     }
     return record;
 }
 
-void add_record(std::vector<Bytes>& records, std::size_t capacity, Bytes record) {
+void add_record(std::vector<ByteString>& records, std::size_t capacity, ByteString record) {
     records.insert(records.begin(), std::move(record));
     if (records.size() > capacity) {
         records.resize(capacity);
@@ -50,9 +50,10 @@ void take_back_log(ApplicationSession& session) {
     session.logged.reset();
 }
 
-void log_load(ApplicationSession& session, Tag tag, const Bytes& before, const Bytes& after) {
+void log_load(ApplicationSession& session, Tag tag, const ByteString& before,
+              const ByteString& after) {
     if (const auto& log = session.application.load_log) {
-        Bytes record;
+        ByteString record;
         if (!log->as_transaction_log) {
             record = tag_bytes(tag);
             append(record, before);

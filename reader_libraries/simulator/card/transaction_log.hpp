@@ -16,6 +16,7 @@ void take_back_log(ApplicationSession& session);
 
 // A changed electronic cash balance: its tag, the balances before and after, then the format's
 // fields. Does nothing on a card without a load log.
-void log_load(ApplicationSession& session, Tag tag, const Bytes& before, const Bytes& after);
+void log_load(ApplicationSession& session, Tag tag, const ByteString& before,
+              const ByteString& after);
 
 }  // namespace quorrin::simulator

@@ -23,15 +23,15 @@ const Code codes[] = {
     {23, gl_TAC_Default, &gl_FgTAC_Default, nullptr},
 };
 
-Bytes all_codes() {
-    Bytes bytes;
+ByteString all_codes() {
+    ByteString bytes;
     for (const Code& code : codes) {
         bytes.insert(bytes.end(), std::begin(code.code), std::end(code.code));
     }
     return bytes;
 }
 
-Bytes flags() {
+ByteString flags() {
     return {gl_FgTAC_Denial, gl_FgTAC_Online, gl_FgTAC_Default};
 }
 
@@ -78,7 +78,7 @@ TEST_F(ActionCodes, BitsOutsideACodeAreZero) {
 
 TEST_F(ActionCodes, AreFilledWithAllOnesOrZeros) {
     for (const Code& selected : codes) {
-        const Bytes before = all_codes();
+        const ByteString before = all_codes();
         for (const int on : {1, 2, 0xFF}) {
             std::ranges::fill(selected.code, std::uint8_t{0x5A});
             EXPECT_EQ(emvSetActionCode(selected.selector, static_cast<std::uint8_t>(on)), 0);
@@ -109,7 +109,7 @@ TEST_F(ActionCodes, DeliberatelyFillingLeavesPresenceAsItWas) {
     }
     gl_FgTAC_Denial = gl_FgTAC_Online = gl_FgTAC_Default = 1;
     for (const Code& code : codes) {
-        for (const std::uint8_t on : Bytes{1, 0}) {
+        for (const std::uint8_t on : ByteString{1, 0}) {
             EXPECT_EQ(emvSetActionCode(code.selector, on), 0);
         }
     }
@@ -121,8 +121,8 @@ TEST_F(ActionCodes, DeliberatelyFillingLeavesPresenceAsItWas) {
 }
 
 TEST_F(ActionCodes, OtherSelectorsAreRefusedEverywhere) {
-    const Bytes before = all_codes();
-    const Bytes code = pattern(5);
+    const ByteString before = all_codes();
+    const ByteString code = pattern(5);
     for (int number = 0; number <= 255; ++number) {
         const auto selector = static_cast<std::uint8_t>(number);
         if (!is_selector(number)) {
@@ -142,7 +142,7 @@ TEST_F(ActionCodes, OfTheTerminalAreSetWithTheirOwnFlag) {
             continue;
         }
         emvClrIccAndTermData();
-        Bytes expected = all_codes();
+        ByteString expected = all_codes();
         std::ranges::copy(pattern(5), expected.begin() + 5 * (&selected - codes));
         EXPECT_EQ(emvSetTermActionCode(ExactBytes(pattern(5)).data(), selected.selector), 0);
         EXPECT_EQ(all_codes(), expected) << int{selected.selector};
@@ -155,8 +155,8 @@ TEST_F(ActionCodes, OfTheTerminalAreSetWithTheirOwnFlag) {
 }
 
 TEST_F(ActionCodes, OfTheIssuerCannotBeSetByTheHost) {
-    const Bytes before = all_codes();
-    for (const std::uint8_t selector : Bytes{11, 12, 13}) {
+    const ByteString before = all_codes();
+    for (const std::uint8_t selector : ByteString{11, 12, 13}) {
         EXPECT_EQ(emvSetTermActionCode(pattern(5).data(), selector), 49);
     }
     EXPECT_EQ(all_codes(), before);
@@ -164,8 +164,8 @@ TEST_F(ActionCodes, OfTheIssuerCannotBeSetByTheHost) {
 }
 
 TEST_F(ActionCodes, NullCodeIsRefused) {
-    const Bytes before = all_codes();
-    for (const std::uint8_t selector : Bytes{21, 22, 23, 0}) {
+    const ByteString before = all_codes();
+    for (const std::uint8_t selector : ByteString{21, 22, 23, 0}) {
         EXPECT_EQ(emvSetTermActionCode(nullptr, selector), 49);
     }
     EXPECT_EQ(all_codes(), before);
@@ -201,7 +201,7 @@ constexpr Cascade cascades[] = {
 
 TEST_F(ActionCodes, DeliberatelyTheTerminalsPresenceCascadesToTheDefaultCode) {
     for (const Cascade& cascade : cascades) {
-        const Bytes set = hex(cascade.flags);
+        const ByteString set = hex(cascade.flags);
         gl_FgTAC_Denial = set[0];
         gl_FgTAC_Online = set[1];
         gl_FgTAC_Default = set[2];

@@ -60,7 +60,7 @@ TEST_F(Card, ShorterFileLocatorLeavesTheRestAlone) {
         ASSERT_EQ(emvSetAFL(pattern(252, 3).data(), 252), present ? 0 : 1);
         set_state_of("94", present ? 1 : 0);
         EXPECT_EQ(emvSetAFL(ExactBytes(hex("18010201")).data(), 4), present ? 1 : 0);
-        Bytes expected = pattern(252, 3);
+        ByteString expected = pattern(252, 3);
         std::ranges::copy(hex("18010201"), expected.begin());
         EXPECT_EQ(stored("94"), expected);
         EXPECT_EQ(row("94").curLen, present ? 252 : 4);

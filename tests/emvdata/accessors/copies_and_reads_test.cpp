@@ -42,7 +42,7 @@ constexpr Copy reads[] = {
 
 void expect_delivery(const Copy& copy, std::uint16_t length) {
     SCOPED_TRACE(std::string(copy.name) + " of " + std::to_string(length));
-    const Bytes value = pattern(length, 0x31);
+    const ByteString value = pattern(length, 0x31);
     put(copy.tag, value);
     GuardedBuffer out(copy.longest);
     GuardedBuffer out_length(1);
@@ -97,7 +97,7 @@ TEST_F(CopiesAndReads, ReadsOfAnAbsentElementTellItsTableAndLengthZero) {
 
 TEST_F(CopiesAndReads, DeliberatelyReadsDoNotAskForPresence) {
     for (const Copy& read : reads) {
-        const Bytes value = pattern(read.longest);
+        const ByteString value = pattern(read.longest);
         put(read.tag, value);
         set_state_of(read.tag, 0);
         GuardedBuffer out(read.longest);
@@ -127,7 +127,7 @@ TEST_F(CopiesAndReads, EndWithTheStorageWhateverLengthTheHostHasSet) {
         for (const Copy& copy : family) {
             // The cardholder ID number has one byte of storage more than it accepts.
             const std::size_t storage = copy.tag == std::string_view("9F61") ? 41 : copy.longest;
-            const Bytes value = pattern(copy.longest);
+            const ByteString value = pattern(copy.longest);
             put(copy.tag, value);
             set_length_of(copy.tag, 0xFFFF, Current);
             GuardedBuffer out(storage);

@@ -52,7 +52,7 @@ TEST_F(Cryptogram, InformationDataAreTakenApart) {
 
 TEST_F(Cryptogram, OtherItemsOfTheInformationDataAreRefused) {
     emvSetCID(0xFF);
-    for (const std::uint8_t item : Bytes{0, 5, 255}) {
+    for (const std::uint8_t item : ByteString{0, 5, 255}) {
         EXPECT_EQ(emvGetCIDItem(item), -32);
     }
 }

@@ -25,8 +25,8 @@ class CvmList : public AccessorTest {
 
 TEST_F(CvmList, AmountsStandAtItsStart) {
     put_rules("1F03");
-    EXPECT_EQ(Bytes(emvGetCVMListXX(), emvGetCVMListXX() + 4), hex("00000064"));
-    EXPECT_EQ(Bytes(emvGetCVMListYY(), emvGetCVMListYY() + 4), hex("000000C8"));
+    EXPECT_EQ(ByteString(emvGetCVMListXX(), emvGetCVMListXX() + 4), hex("00000064"));
+    EXPECT_EQ(ByteString(emvGetCVMListYY(), emvGetCVMListYY() + 4), hex("000000C8"));
 }
 
 TEST_F(CvmList, OfTenBytesHasOneRule) {
@@ -73,7 +73,7 @@ TEST_F(CvmList, ItemsAreThoseOfTheRule) {
 
 TEST_F(CvmList, OtherItemsAreRefused) {
     put_rules("4203");
-    for (const std::uint8_t other : Bytes{0, 4, 255}) {
+    for (const std::uint8_t other : ByteString{0, 4, 255}) {
         EXPECT_EQ(emvGetCVMListCVR(item.data(), 0, other), -29);
     }
     EXPECT_TRUE(item.untouched());
@@ -97,7 +97,7 @@ TEST_F(CvmList, TheIndexIsJudgedBeforeTheItem) {
 TEST_F(CvmList, ShorterThanItsAmountsHasNoRules) {
     for (std::uint16_t length = 0; length <= 8; ++length) {
         set_length_of("8E", length, Current);
-        for (const std::uint8_t index : Bytes{0, 1, 127, 128, 255}) {
+        for (const std::uint8_t index : ByteString{0, 1, 127, 128, 255}) {
             EXPECT_EQ(get_rule(index), -31) << length;
             EXPECT_EQ(emvGetCVMListCVR(item.data(), index, 1), length % 2 != 0 ? -32 : -31)
                 << length;
@@ -129,7 +129,7 @@ TEST_F(CvmList, RulesOutsideTheStorageAreZero) {
     set_length_of("8E", 254, Current);
     EXPECT_EQ(get_rule(122), 0);
     EXPECT_TRUE(rule.holds(hex("0000")));
-    for (const std::uint8_t asked : Bytes{1, 2, 3}) {
+    for (const std::uint8_t asked : ByteString{1, 2, 3}) {
         GuardedBuffer out(1);
         EXPECT_EQ(emvGetCVMListCVR(out.data(), 122, asked), 0);
         EXPECT_TRUE(out.holds(hex("00")));

@@ -63,7 +63,7 @@ TEST_F(DolData, CardTdolEndsWithTheStorageWhateverLengthTheHostHasSet) {
 
 // ---- The terminal's defaults
 
-Bytes bytes_of(const std::uint8_t (&storage)[252]) {
+ByteString bytes_of(const std::uint8_t (&storage)[252]) {
     return {std::begin(storage), std::end(storage)};
 }
 
@@ -103,7 +103,7 @@ TEST_F(DolData, DefaultTdolMayBeEmpty) {
 }
 
 TEST_F(DolData, ShorterDefaultsLeaveTheRestAlone) {
-    Bytes expected = pattern(252, 2);
+    ByteString expected = pattern(252, 2);
     std::ranges::copy(hex("9F3704"), expected.begin());
     emvSetTermDDOL(pattern(252, 2).data(), 252);
     EXPECT_EQ(emvSetTermDDOL(ExactBytes(hex("9F3704")).data(), 3), 0);
@@ -117,7 +117,7 @@ TEST_F(DolData, ShorterDefaultsLeaveTheRestAlone) {
 }
 
 TEST_F(DolData, DeliberatelyDefaultsKeepTheLengthGivenAndHandOutWhatTheyHold) {
-    for (const std::uint8_t given : Bytes{252, 253, 255}) {
+    for (const std::uint8_t given : ByteString{252, 253, 255}) {
         EXPECT_EQ(emvSetTermDDOL(ExactBytes(pattern(given)).data(), given), 0);
         EXPECT_EQ(bytes_of(gl_Tm_DDOL), pattern(252));
         EXPECT_EQ(gl_Tm_LenDDOL, given);
@@ -170,7 +170,7 @@ TEST_F(DolData, CommandDataAreKeptApart) {
         emvClrIccAndTermData();
         command.set(ExactBytes(pattern(7)).data(), 7);
         for (const CommandData& other : commands) {
-            const Bytes expected = &other == &command ? pattern(7) : filled(7, 0x00);
+            const ByteString expected = &other == &command ? pattern(7) : filled(7, 0x00);
             EXPECT_EQ(to_hex(other.storage), to_hex(join(expected, filled(249, 0x00))))
                 << command.name << other.name;
             EXPECT_EQ(other.length, &other == &command ? 7 : 0) << command.name << other.name;
@@ -182,7 +182,7 @@ TEST_F(DolData, ShorterCommandDataLeaveTheRestAlone) {
     for (const CommandData& command : commands) {
         command.set(pattern(256, 2).data(), 256);
         command.set(ExactBytes(hex("8302AABB")).data(), 4);
-        Bytes expected = pattern(256, 2);
+        ByteString expected = pattern(256, 2);
         std::ranges::copy(hex("8302AABB"), expected.begin());
         EXPECT_EQ(to_hex(command.storage), to_hex(expected)) << command.name;
         EXPECT_EQ(command.length, 4) << command.name;
@@ -269,7 +269,7 @@ constexpr ProcessingOptions processing_options[] = {
 TEST_F(DolData, ProcessingOptionsAreHandedOutWithoutTheirTemplate) {
     for (const ProcessingOptions& options : processing_options) {
         emvClrIccAndTermData();
-        const Bytes kept = hex(options.kept);
+        const ByteString kept = hex(options.kept);
         emvSetGPOPdolData(ExactBytes(kept).data(), static_cast<std::uint16_t>(kept.size()));
         GuardedBuffer out(256);
         std::uint16_t length = 0xABCD;
@@ -280,7 +280,7 @@ TEST_F(DolData, ProcessingOptionsAreHandedOutWithoutTheirTemplate) {
 }
 
 TEST_F(DolData, ProcessingOptionsFillTheirStorage) {
-    const Bytes values = pattern(253);
+    const ByteString values = pattern(253);
     emvSetGPOPdolData(join(hex("8381FD"), values).data(), 256);
     GuardedBuffer out(253);
     std::uint16_t length = 0;

@@ -10,7 +10,7 @@ using testing::IsEmpty;
 
 class IssuerResults : public AccessorTest {};
 
-Bytes script_results() {
+ByteString script_results() {
     return {std::begin(gl_Iss_ScriptRslt), std::end(gl_Iss_ScriptRslt)};
 }
 

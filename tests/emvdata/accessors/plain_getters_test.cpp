@@ -90,7 +90,7 @@ constexpr BitReader bit_readers[] = {
 TEST_F(PlainGetters, BitsCountBytesFromOneAndBitsFromTheLeastSignificant) {
     for (const BitReader& reader : bit_readers) {
         for (unsigned at = 0; at < reader.bytes * 8u; ++at) {
-            Bytes value = filled(reader.bytes, 0x00);
+            ByteString value = filled(reader.bytes, 0x00);
             value[at / 8] = static_cast<std::uint8_t>(1u << at % 8);
             put(reader.tag, value);
             for (unsigned asked = 0; asked < reader.bytes * 8u; ++asked) {
@@ -172,9 +172,9 @@ TEST_F(PlainGetters, AddressesAreThoseOfTheElementsStorage) {
 
 TEST_F(PlainGetters, AddressesShowAStoredValue) {
     for (const Address& address : addresses) {
-        const Bytes value = pattern(row(address.tag).maxLen);
+        const ByteString value = pattern(row(address.tag).maxLen);
         put(address.tag, value);
-        EXPECT_EQ(Bytes(address.accessor(), address.accessor() + value.size()), value)
+        EXPECT_EQ(ByteString(address.accessor(), address.accessor() + value.size()), value)
             << address.name;
     }
 }

@@ -122,7 +122,7 @@ void expect_stored(const Given& setter, std::uint16_t length) {
     SCOPED_TRACE(std::string(setter.name) + " of " + std::to_string(length));
     emvClrIccAndTermData();
     const StoreImage before;
-    const Bytes value = pattern(length);
+    const ByteString value = pattern(length);
     EXPECT_EQ(setter.accessor(ExactBytes(value).data(), length), 0);
     EXPECT_THAT(before.changed(), ElementsAre(setter.tag));
     EXPECT_EQ(stored(setter.tag), join(value, filled(setter.longest - length, 0x00)));
@@ -147,7 +147,7 @@ TEST_F(PlainSetters, StoreTheirOneElementInTheLengthGiven) {
 
 TEST_F(PlainSetters, RefuseAGivenLengthOutsideTheElementsBounds) {
     for (const Given& setter : given_setters) {
-        const Bytes value = pattern(setter.longest + 1u);
+        const ByteString value = pattern(setter.longest + 1u);
         const auto shorter = static_cast<std::uint16_t>(setter.shortest - 1);
         expect_refused(setter, value.data(), 0, -28);
         expect_refused(setter, value.data(), shorter, shorter == 0 ? -28 : -22);

@@ -15,7 +15,7 @@ using Lengths = std::vector<std::uint16_t>;
 
 // The dictionary row of a tag: "9F38".
 inline QuorrinDataElement& row(std::string_view tag) {
-    const Bytes bytes = hex(tag);
+    const ByteString bytes = hex(tag);
     std::uint16_t index = 0;
     switch (emvFindDataElement(bytes.data(), static_cast<std::uint8_t>(bytes.size()), &index)) {
         case 1:
@@ -28,11 +28,11 @@ inline QuorrinDataElement& row(std::string_view tag) {
 }
 
 // The first bytes of an element's storage; all of it (its longest length) unless a count is given.
-inline Bytes stored(std::string_view tag) {
+inline ByteString stored(std::string_view tag) {
     const QuorrinDataElement& element = row(tag);
     return {element.value, element.value + element.maxLen};
 }
-inline Bytes stored(std::string_view tag, std::size_t count) {
+inline ByteString stored(std::string_view tag, std::size_t count) {
     const QuorrinDataElement& element = row(tag);
     return {element.value, element.value + count};
 }
@@ -54,8 +54,8 @@ inline void fill_every_element() {
 }
 
 // Bytes that differ from each other, from zero and from the guards.
-inline Bytes pattern(std::size_t count, std::uint8_t first = 1) {
-    Bytes bytes;
+inline ByteString pattern(std::size_t count, std::uint8_t first = 1) {
+    ByteString bytes;
     for (std::uint8_t next = first; bytes.size() < count; next = next == 0x9F ? 1 : next + 1) {
         bytes.push_back(next);
     }
@@ -89,7 +89,7 @@ class StoreImage {
   private:
     struct Element {
         std::string tag;
-        Bytes value;
+        ByteString value;
         unsigned length;
         unsigned state;
         bool operator==(const Element&) const = default;

@@ -82,12 +82,12 @@ TEST_F(Terminal, DeclaresByTheValueOfItsCapabilitiesNotByTheirPresence) {
 
 TEST_F(Terminal, RiskManagementChoiceEndsAtTwo) {
     EXPECT_EQ(gl_Tm_RmCheckFlg, 1);
-    for (const std::uint8_t flag : Bytes{0, 2, 1}) {
+    for (const std::uint8_t flag : ByteString{0, 2, 1}) {
         EXPECT_EQ(emvSetTmRmCheckFlg(flag), 0);
         EXPECT_EQ(gl_Tm_RmCheckFlg, flag);
         EXPECT_EQ(emvGetTmRmCheckFlg(), flag);
     }
-    for (const std::uint8_t flag : Bytes{3, 255}) {
+    for (const std::uint8_t flag : ByteString{3, 255}) {
         EXPECT_EQ(emvSetTmRmCheckFlg(flag), 49);
         EXPECT_EQ(gl_Tm_RmCheckFlg, 1);
     }

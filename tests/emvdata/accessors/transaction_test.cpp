@@ -108,7 +108,7 @@ TEST_F(Transaction, TypeIsStoredInOneByte) {
 }
 
 TEST_F(Transaction, OtherTypesAreNotCheckedAgainstTheTerminal) {
-    for (const std::uint8_t type : Bytes{0x02, 0x20, 0x31, 0xFF}) {
+    for (const std::uint8_t type : ByteString{0x02, 0x20, 0x31, 0xFF}) {
         EXPECT_EQ(emvSetTransType(type), 0);
         EXPECT_EQ(emvGetTransType(), type);
     }
@@ -136,10 +136,10 @@ TEST_F(Transaction, CashbackIsTypeOne) {
 }
 
 TEST_F(Transaction, DeliberatelyTheCashbackFlagOverwritesTheType) {
-    for (const std::uint8_t flag : Bytes{1, 0, 0x5A}) {
+    for (const std::uint8_t flag : ByteString{1, 0, 0x5A}) {
         emvSetCashBackFlg(flag);
         EXPECT_EQ(gl_Tm_CashBackFlg, flag);
-        EXPECT_EQ(stored("9C"), Bytes{flag});
+        EXPECT_EQ(stored("9C"), ByteString{flag});
         EXPECT_EQ(emvGetTransType(), flag);
         EXPECT_EQ(row("9C").state, 0);
         EXPECT_EQ(row("9C").curLen, 0);
@@ -160,7 +160,7 @@ TEST_F(Transaction, AccountTypesAreTheFourTensUpToThirty) {
         EXPECT_EQ(emvSetAccountType(static_cast<std::uint8_t>(type)), known ? 0 : 49) << type;
         if (known) {
             EXPECT_THAT(before.changed(), ElementsAre("5F57"));
-            EXPECT_EQ(stored("5F57"), Bytes{static_cast<std::uint8_t>(type)});
+            EXPECT_EQ(stored("5F57"), ByteString{static_cast<std::uint8_t>(type)});
             EXPECT_EQ(row("5F57").curLen, 1);
             EXPECT_EQ(row("5F57").state, 1);
         } else {
@@ -206,7 +206,7 @@ TEST_F(Transaction, DeliberatelyTheRandomNumberIsDeliveredWithZeroAndMissingWith
 
 TEST_F(Transaction, AnyFlagButZeroTellsARandomNumber) {
     gl_RandNum = 0x7777;
-    for (const std::uint8_t flag : Bytes{1, 2, 255}) {
+    for (const std::uint8_t flag : ByteString{1, 2, 255}) {
         gl_RandNum_Flag = flag;
         std::uint16_t number = 0xFFFF;
         EXPECT_EQ(emvGetRandNum(&number), 0) << int{flag};

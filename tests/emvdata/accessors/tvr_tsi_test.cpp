@@ -49,9 +49,9 @@ TEST_F(TvrAndTsi, SetEveryBitAloneAndClearItAlone) {
         for (unsigned at = 0; at < indicator.bytes * 8u; ++at) {
             const auto byte = static_cast<std::uint8_t>(at / 8 + 1);
             const auto bit = static_cast<std::uint8_t>(at % 8 + 1);
-            Bytes alone = filled(indicator.bytes, 0x00);
+            ByteString alone = filled(indicator.bytes, 0x00);
             alone[at / 8] = static_cast<std::uint8_t>(1u << at % 8);
-            Bytes missing = filled(indicator.bytes, 0xFF);
+            ByteString missing = filled(indicator.bytes, 0xFF);
             missing[at / 8] = static_cast<std::uint8_t>(~(1u << at % 8));
 
             std::ranges::copy(filled(indicator.bytes, 0x00), row(indicator.tag).value);
@@ -82,7 +82,7 @@ TEST_F(TvrAndTsi, DeliberatelyABitDoesNotMakeTheElementPresent) {
         indicator.set(1, 8, 1);
         EXPECT_EQ(row(indicator.tag).state, 0) << indicator.tag;
         EXPECT_EQ(row(indicator.tag).curLen, 0) << indicator.tag;
-        const Bytes tag = hex(indicator.tag);
+        const ByteString tag = hex(indicator.tag);
         GuardedBuffer out(indicator.bytes);
         std::uint16_t length = indicator.bytes;
         EXPECT_EQ(emvGetDataElement(tag.data(), 1, &length, out.data()), 2);
@@ -93,7 +93,7 @@ TEST_F(TvrAndTsi, DeliberatelyABitDoesNotMakeTheElementPresent) {
 TEST_F(TvrAndTsi, DeliberatelyABitLeavesStateAndLengthAsTheyWere) {
     for (const Indicator& indicator : indicators) {
         mark(indicator.tag, 1, 0x0301);
-        for (const std::uint8_t on : Bytes{1, 0}) {
+        for (const std::uint8_t on : ByteString{1, 0}) {
             indicator.set(1, 8, on);
             EXPECT_EQ(row(indicator.tag).state, 1) << indicator.tag;
             EXPECT_EQ(row(indicator.tag).curLen, 0x0301) << indicator.tag;

@@ -54,7 +54,7 @@ class DisturbedCard {
         fault_ = fault;
     }
 
-    Answer exchange(const Bytes& command) {
+    Answer exchange(const ByteString& command) {
         Answer given = answer(card_->transmit(command));
         if (number_ && exchanges_.size() == *number_) {
             given = fault_->disturb(*fault_, given.bytes);
@@ -91,7 +91,7 @@ class FaultMatrix : public LibraryTest, public testing::WithParamInterface<std::
   protected:
     void insert(DisturbedCard& card) {
         reader().power_on[contact_slot_code] = answer(card.device().power_on());
-        reader().card = [&card](const Bytes& command) { return card.exchange(command); };
+        reader().card = [&card](const ByteString& command) { return card.exchange(command); };
         ReaderHandle = 7;
     }
 
@@ -203,11 +203,11 @@ std::int64_t own_code(const Fault& fault) {
     return listed_code(fault.number);
 }
 
-std::string command_name(const Bytes& command) {
-    const std::string header = to_hex(Bytes(command.begin(), command.begin() + 4));
+std::string command_name(const ByteString& command) {
+    const std::string header = to_hex(ByteString(command.begin(), command.begin() + 4));
     switch (command[1]) {
         case 0xA4:
-            return "SELECT " + to_hex(Bytes(command.begin() + 5, command.end() - 1));
+            return "SELECT " + to_hex(ByteString(command.begin() + 5, command.end() - 1));
         case 0xB2:
             return "READ RECORD " + std::to_string(command[2]) + " of file " +
                    std::to_string(command[3] >> 3);
@@ -241,9 +241,9 @@ std::string contents(const std::filesystem::path& file) {
 }
 
 // The application of the directory, and those that the host can name.
-std::vector<Bytes> applications(const std::filesystem::path& profile) {
+std::vector<ByteString> applications(const std::filesystem::path& profile) {
     const auto card = simulator::load_profile(read_configuration(profile));
-    std::vector<Bytes> aids;
+    std::vector<ByteString> aids;
     if (card.contact_directory) {
         aids.push_back({});
     }
@@ -256,7 +256,7 @@ std::vector<Bytes> applications(const std::filesystem::path& profile) {
 TEST_P(FaultMatrix, EveryFailureOfEveryExchangeHasItsResult) {
     std::ostringstream table;
     DisturbedCard card(GetParam());
-    for (const Bytes& aid : applications(GetParam())) {
+    for (const ByteString& aid : applications(GetParam())) {
         for (const OperationRow& row : operations) {
             if (row.operation == Operation::PanAndName && !aid.empty()) {
                 continue;  // takes the directory's

@@ -3,31 +3,31 @@
 namespace quorrin::test {
 namespace {
 
-Answer reader_result(const Fault& fault, const Bytes& /*card_answer*/) {
+Answer reader_result(const Fault& fault, const ByteString& /*card_answer*/) {
     return failure(fault.number);
 }
 
-Answer status_word(const Fault& fault, const Bytes& /*card_answer*/) {
-    return answer(Bytes{static_cast<std::uint8_t>(fault.number >> 8),
-                        static_cast<std::uint8_t>(fault.number)});
+Answer status_word(const Fault& fault, const ByteString& /*card_answer*/) {
+    return answer(ByteString{static_cast<std::uint8_t>(fault.number >> 8),
+                             static_cast<std::uint8_t>(fault.number)});
 }
 
-Answer empty(const Fault& /*fault*/, const Bytes& /*card_answer*/) {
+Answer empty(const Fault& /*fault*/, const ByteString& /*card_answer*/) {
     return answer("9000");
 }
 
 // The first half of the data, with a good status word.
-Answer truncated(const Fault& /*fault*/, const Bytes& card_answer) {
+Answer truncated(const Fault& /*fault*/, const ByteString& card_answer) {
     const auto half = static_cast<std::ptrdiff_t>((card_answer.size() - 2) / 2);
-    return answer(join(Bytes(card_answer.begin(), card_answer.begin() + half), hex("9000")));
+    return answer(join(ByteString(card_answer.begin(), card_answer.begin() + half), hex("9000")));
 }
 
 // As much as the interface has room for, all of it padding.
-Answer zeros(const Fault& /*fault*/, const Bytes& /*card_answer*/) {
+Answer zeros(const Fault& /*fault*/, const ByteString& /*card_answer*/) {
     return answer(join(filled(1022, 0x00), hex("9000")));
 }
 
-Answer more_than_there_is_room_for(const Fault& /*fault*/, const Bytes& /*card_answer*/) {
+Answer more_than_there_is_room_for(const Fault& /*fault*/, const ByteString& /*card_answer*/) {
     return {1025, filled(1024, 0x90)};
 }
 
@@ -44,7 +44,8 @@ std::vector<Fault> make_faults() {
          {0x6281, 0x6283, 0x6300, 0x63C2, 0x63C5, 0x6400, 0x6581, 0x6700, 0x6882, 0x6900,
           0x6982, 0x6983, 0x6984, 0x6985, 0x6986, 0x6988, 0x6A80, 0x6A81, 0x6A82, 0x6A83,
           0x6A86, 0x6A88, 0x6B00, 0x6D00, 0x6E00, 0x6F00, 0x9302, 0x9402, 0x9001}) {
-        const Bytes bytes{static_cast<std::uint8_t>(word >> 8), static_cast<std::uint8_t>(word)};
+        const ByteString bytes{static_cast<std::uint8_t>(word >> 8),
+                               static_cast<std::uint8_t>(word)};
         faults.push_back({"status word", to_hex(bytes), status_word, word});
     }
     faults.push_back({"61xx", "6110", status_word, 0x6110});

@@ -14,7 +14,7 @@ struct Fault {
     std::string column;
     std::string name;
     // What the library gets in place of the card's answer.
-    Answer (*disturb)(const Fault& fault, const Bytes& card_answer);
+    Answer (*disturb)(const Fault& fault, const ByteString& card_answer);
     std::int64_t number = 0;  // reader's result or status word
 };
 

@@ -17,11 +17,11 @@ constexpr std::int64_t missing = -106;
 
 struct Object {
     unsigned tag;
-    Bytes value;
+    ByteString value;
 };
 
 // All objects, those inside templates behind their template; nothing for malformed data.
-std::optional<std::vector<Object>> objects_of(const Bytes& data) {
+std::optional<std::vector<Object>> objects_of(const ByteString& data) {
     std::vector<Object> found;
     std::size_t i = 0;
     const auto next = [&]() -> unsigned { return i < data.size() ? data[i++] : 0x100U; };
@@ -44,8 +44,8 @@ std::optional<std::vector<Object>> objects_of(const Bytes& data) {
         if (length > data.size() - i) {
             return std::nullopt;
         }
-        const Bytes value(data.begin() + static_cast<std::ptrdiff_t>(i),
-                          data.begin() + static_cast<std::ptrdiff_t>(i + length));
+        const ByteString value(data.begin() + static_cast<std::ptrdiff_t>(i),
+                               data.begin() + static_cast<std::ptrdiff_t>(i + length));
         i += length;
         found.push_back({tag, value});
         if (is_template) {
@@ -59,7 +59,7 @@ std::optional<std::vector<Object>> objects_of(const Bytes& data) {
     return found;
 }
 
-std::optional<Bytes> only_value(const Bytes& data, unsigned tag) {
+std::optional<ByteString> only_value(const ByteString& data, unsigned tag) {
     const auto objects = objects_of(data);
     if (!objects || std::ranges::count(*objects, tag, &Object::tag) != 1) {
         return std::nullopt;
@@ -72,7 +72,7 @@ std::optional<Bytes> only_value(const Bytes& data, unsigned tag) {
 struct Step {
     bool from_reader = false;  // no status word came
     std::int64_t code = 0;     // 0 when the card agreed
-    Bytes data;
+    ByteString data;
 
     bool agreed() const { return code == 0; }
 };
@@ -82,32 +82,32 @@ class Follower {
     explicit Follower(const std::deque<Exchange>& exchanges) : rest_(exchanges) {}
 
     // The outcome of the command that has to come now.
-    Step step(const Bytes& header, const Bytes& data = {}, bool with_data = false) {
+    Step step(const ByteString& header, const ByteString& data = {}, bool with_data = false) {
         const Answer answer = take(command(header, data, with_data));
         if (answer.result == 2 && answer.bytes[0] == 0x61) {
-            return judge(take(Bytes{0x00, 0xC0, 0x00, 0x00, answer.bytes[1]}));
+            return judge(take(ByteString{0x00, 0xC0, 0x00, 0x00, answer.bytes[1]}));
         }
         if (answer.result == 2 && answer.bytes[0] == 0x6C) {
-            return judge(take(join(header, Bytes{answer.bytes[1]})));
+            return judge(take(join(header, ByteString{answer.bytes[1]})));
         }
         return judge(answer);
     }
     // The same for a command whose data are not judged here.
-    Step step_with_any_data(const Bytes& header) {
+    Step step_with_any_data(const ByteString& header) {
         if (rest_.empty() ||
-            !std::ranges::equal(
-                header, Bytes(rest_.front().command.begin(), rest_.front().command.begin() + 4))) {
+            !std::ranges::equal(header, ByteString(rest_.front().command.begin(),
+                                                   rest_.front().command.begin() + 4))) {
             return step(header);
         }
-        const Bytes& sent = rest_.front().command;
+        const ByteString& sent = rest_.front().command;
         const std::size_t data_size = sent.size() > 5 ? sent[4] : 0;
         return step(
             header,
-            Bytes(sent.begin() + 5, sent.begin() + 5 + static_cast<std::ptrdiff_t>(data_size)),
+            ByteString(sent.begin() + 5, sent.begin() + 5 + static_cast<std::ptrdiff_t>(data_size)),
             data_size > 0);
     }
 
-    bool next_is(const Bytes& header) const {
+    bool next_is(const ByteString& header) const {
         return !rest_.empty() &&
                std::equal(header.begin(), header.end(), rest_.front().command.begin());
     }
@@ -120,17 +120,17 @@ class Follower {
     }
 
   private:
-    static Bytes command(const Bytes& header, const Bytes& data, bool with_data) {
+    static ByteString command(const ByteString& header, const ByteString& data, bool with_data) {
         if (!with_data) {
-            return join(header, Bytes{0x00});
+            return join(header, ByteString{0x00});
         }
         // EXTERNAL AUTHENTICATE alone has no Le.
         const bool has_le = header[1] != 0x82;
-        return join(header, Bytes{static_cast<std::uint8_t>(data.size())}, data,
+        return join(header, ByteString{static_cast<std::uint8_t>(data.size())}, data,
                     filled(has_le ? 1 : 0, 0x00));
     }
 
-    Answer take(const Bytes& expected) {
+    Answer take(const ByteString& expected) {
         if (rest_.empty()) {
             complain("missing command " + to_hex(expected));
             return failure(0);
@@ -158,13 +158,13 @@ class Follower {
             return {
                 .from_reader = answer.result != 0, .code = listed_code(answer.result), .data = {}};
         }
-        const Bytes& bytes = answer.bytes;
+        const ByteString& bytes = answer.bytes;
         const std::uint8_t sw1 = bytes[bytes.size() - 2];
         const std::uint8_t sw2 = bytes.back();
         if (sw1 != 0x90 || sw2 != 0x00) {
             return {.code = listed_code_of_status(sw1, sw2), .data = {}};
         }
-        return {.data = Bytes(bytes.begin(), bytes.end() - 2)};
+        return {.data = ByteString(bytes.begin(), bytes.end() - 2)};
     }
 
     std::deque<Exchange> rest_;
@@ -176,7 +176,7 @@ class Follower {
 struct Directory {
     std::int64_t code = 0;
     bool lost_connection = false;  // within the directory
-    Bytes first_aid;
+    ByteString first_aid;
 };
 
 Directory read_directory(Follower& card) {
@@ -203,7 +203,7 @@ Directory read_directory(Follower& card) {
             record.data.empty() || record.data[0] == 0x00 ? std::nullopt : objects_of(record.data);
         for (const Object& object : objects.value_or(std::vector<Object>{})) {
             if (object.tag == 0x61 && !listed_one) {
-                directory.first_aid = only_value(object.value, 0x4F).value_or(Bytes{});
+                directory.first_aid = only_value(object.value, 0x4F).value_or(ByteString{});
                 listed_one = true;
             }
         }
@@ -216,7 +216,7 @@ std::int64_t listed_or_unknown(std::int64_t code) {
 }
 
 // True when the operation goes on; with an FCI unless the connection was lost in the directory.
-bool select(Follower& card, Bytes aid, std::int64_t& result) {
+bool select(Follower& card, ByteString aid, std::int64_t& result) {
     if (aid.empty()) {
         const Directory directory = read_directory(card);
         if (directory.code != 0 || directory.lost_connection) {
@@ -231,8 +231,8 @@ bool select(Follower& card, Bytes aid, std::int64_t& result) {
 }
 
 // Up to the last record. `elements` are those of the records.
-bool read_application(Follower& card, const Bytes& aid, std::int64_t& result,
-                      std::map<unsigned, Bytes>& elements) {
+bool read_application(Follower& card, const ByteString& aid, std::int64_t& result,
+                      std::map<unsigned, ByteString>& elements) {
     if (!select(card, aid, result)) {
         return false;
     }
@@ -242,7 +242,7 @@ bool read_application(Follower& card, const Bytes& aid, std::int64_t& result,
         result = malformed;
         return false;
     }
-    Bytes locator;
+    ByteString locator;
     if (objects->front().tag == 0x80) {
         locator.assign(objects->front().value.begin() + 2, objects->front().value.end());
     } else if (const auto found = only_value(options.data, 0x94)) {
@@ -268,11 +268,11 @@ bool read_application(Follower& card, const Bytes& aid, std::int64_t& result,
     return true;
 }
 
-std::int64_t first_cryptogram(Follower& card, const Bytes& aid) {
+std::int64_t first_cryptogram(Follower& card, const ByteString& aid) {
     constexpr std::int64_t no_cdol1 = 238;
     constexpr std::int64_t no_cryptogram = 208;
     std::int64_t result = 0;
-    std::map<unsigned, Bytes> elements;
+    std::map<unsigned, ByteString> elements;
     if (!read_application(card, aid, result, elements)) {
         return result;
     }
@@ -287,7 +287,7 @@ std::int64_t first_cryptogram(Follower& card, const Bytes& aid) {
     return objects && !objects->empty() && answer.data[0] != 0x00 ? 0 : no_cryptogram;
 }
 
-std::int64_t log_records(Follower& card, Bytes aid) {
+std::int64_t log_records(Follower& card, ByteString aid) {
     if (aid.empty()) {
         const Directory directory = read_directory(card);
         aid = directory.first_aid;
@@ -334,10 +334,10 @@ std::int64_t listed_code_of_status(std::uint8_t sw1, std::uint8_t sw2) {
     return row != std::end(message_listing) ? row->code : unknown_code;
 }
 
-Verdict follow(Operation operation, const Bytes& aid, const std::deque<Exchange>& exchanges) {
+Verdict follow(Operation operation, const ByteString& aid, const std::deque<Exchange>& exchanges) {
     Follower card(exchanges);
     std::int64_t result = 0;
-    std::map<unsigned, Bytes> elements;
+    std::map<unsigned, ByteString> elements;
     switch (operation) {
         case Operation::CardHolderInformation:
             if (read_application(card, aid, result, elements)) {

@@ -12,7 +12,7 @@
 namespace quorrin::test {
 
 struct Exchange {
-    Bytes command;
+    ByteString command;
     Answer answer;
 };
 
@@ -31,7 +31,7 @@ struct Verdict {
 };
 
 // Follows an operation through its exchanges. The AID is what the host named, or empty.
-Verdict follow(Operation operation, const Bytes& aid, const std::deque<Exchange>& exchanges);
+Verdict follow(Operation operation, const ByteString& aid, const std::deque<Exchange>& exchanges);
 
 // The result that a card's refusal or a reader's failure becomes (see the message listing).
 std::int64_t listed_code(std::int64_t reader_result);

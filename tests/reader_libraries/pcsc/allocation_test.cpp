@@ -48,7 +48,7 @@ TEST_F(PcscAllocation, NoneInAnExchange) {
         fake.reader("Desk Reader 00 00").protocol = protocol;
         ASSERT_GT(open(), 0);
         ASSERT_EQ(power_on(contact), "3B00");
-        Bytes command = hex("00A4040008A00000033301010100");
+        ByteString command = hex("00A4040008A00000033301010100");
         const std::size_t before = allocations;
         for (int i = 0; i < 100; ++i) {
             EXPECT_EQ(exchange(command), 2);

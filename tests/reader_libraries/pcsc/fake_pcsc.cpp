@@ -144,7 +144,7 @@ LONG status(SCARDHANDLE card, LPSTR, LPDWORD, LPDWORD, LPDWORD, LPBYTE answer, L
     if (const LONG result = fake.next_result("Status")) {
         return result;
     }
-    const Bytes& atr = fake.find_reader(fake.cards[card].c_str())->answer_to_reset;
+    const ByteString& atr = fake.find_reader(fake.cards[card].c_str())->answer_to_reset;
     std::ranges::copy(atr, answer);
     *length = atr.size();
     return SCARD_S_SUCCESS;
@@ -164,7 +164,7 @@ LONG get_attribute(SCARDHANDLE card, DWORD, LPBYTE attribute, LPDWORD length) {
     if (const LONG result = fake.next_result("GetAttrib")) {
         return result;
     }
-    const Bytes& serial = fake.find_reader(fake.cards[card].c_str())->serial;
+    const ByteString& serial = fake.find_reader(fake.cards[card].c_str())->serial;
     if (serial.empty()) {
         return SCARD_E_UNSUPPORTED_FEATURE;
     }

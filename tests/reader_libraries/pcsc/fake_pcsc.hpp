@@ -20,11 +20,11 @@ namespace quorrin::test {
 struct FakeReader {
     std::string name;
     bool card = true;
-    Bytes answer_to_reset = {0x3B, 0x00};
+    ByteString answer_to_reset = {0x3B, 0x00};
     DWORD protocol = SCARD_PROTOCOL_T1;
     DWORD held = 0;                     // SCARD_STATE_INUSE or _EXCLUSIVE: by another program
     std::chrono::milliseconds until{};  // so long by the fake's clock
-    Bytes serial = {};                  // the attribute; empty: the reader has none
+    ByteString serial = {};             // the attribute; empty: the reader has none
 };
 
 // What a card answers; the most common one says 90 00. Allocates nothing.

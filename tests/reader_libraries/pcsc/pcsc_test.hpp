@@ -56,7 +56,7 @@ class PcscTest : public testing::Test {
             EXPECT_TRUE(atr.untouched());
             return "result " + std::to_string(result);
         }
-        const Bytes bytes = atr.first(static_cast<std::size_t>(result));
+        const ByteString bytes = atr.first(static_cast<std::size_t>(result));
         EXPECT_TRUE(atr.holds(bytes));
         return to_hex(bytes);
     }
@@ -65,14 +65,14 @@ class PcscTest : public testing::Test {
 
     // What came back as hex text, or "result n" when it is no answer.
     std::string send(int slot, std::string_view command) const {
-        Bytes bytes = hex(command);
+        ByteString bytes = hex(command);
         GuardedBuffer response(1024);
         const std::int64_t result = ICC_Reader_Application(
             handle, slot, static_cast<std::int64_t>(bytes.size()), bytes.data(), response.data());
         if (result < 2 || result > 1024) {
             return "result " + std::to_string(result);
         }
-        const Bytes answer = response.first(static_cast<std::size_t>(result));
+        const ByteString answer = response.first(static_cast<std::size_t>(result));
         EXPECT_TRUE(response.holds(answer));
         return to_hex(answer);
     }

@@ -253,7 +253,7 @@ TEST_F(PcscReaderFunctions, TheSerialNumberIsTheReadersAttribute) {
 
 TEST_F(PcscReaderFunctions, TheSerialNumberEndsAtAZeroByteAndFitsItsRoom) {
     ASSERT_GT(open(), 0);
-    fake.reader("Desk Reader 00 00").serial = join(text_bytes("0042"), Bytes{0, 0x41, 0});
+    fake.reader("Desk Reader 00 00").serial = join(text_bytes("0042"), ByteString{0, 0x41, 0});
     EXPECT_EQ(serial(), "0042");
     fake.reader("Desk Reader 00 00").serial = filled(264, 'S');
     EXPECT_EQ(serial(), std::string(99, 'S'));

@@ -29,7 +29,7 @@ RealService::~RealService() {
 }
 
 CardInReader::CardInReader(const Place& place, std::shared_ptr<simulator::CardDevice> card,
-                           const Bytes& answer_to_reset)
+                           const ByteString& answer_to_reset)
     : VirtualCard(place.port, *card, answer_to_reset), place_(place), card_(std::move(card)) {
     EXPECT_TRUE(wait_for_card(place.reader, true)) << "the reader does not see the card";
     heard();
@@ -41,7 +41,7 @@ CardInReader::~CardInReader() {
 }
 
 void RealService::insert(std::shared_ptr<simulator::CardDevice> card,
-                         const Bytes& answer_to_reset) {
+                         const ByteString& answer_to_reset) {
     pull();
     inserted = std::make_unique<CardInReader>(contact_place, std::move(card), answer_to_reset);
 }

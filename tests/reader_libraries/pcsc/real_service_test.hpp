@@ -37,28 +37,28 @@ VirtualReaders& virtual_readers();
 
 // Answers to reset that offer T=0 (five bytes of history) and T=1, as a contactless reader makes it up
 // (PC/SC part 3, 3.1.3.2.3.1).
-inline const Bytes t0_answer_to_reset = hex("3B 65 00 00 54 45 53 54 30");
-inline const Bytes t1_answer_to_reset = hex("3B 88 80 01 00 00 00 00 33 81 81 00 3A");
+inline const ByteString t0_answer_to_reset = hex("3B 65 00 00 54 45 53 54 30");
+inline const ByteString t1_answer_to_reset = hex("3B 88 80 01 00 00 00 00 33 81 81 00 3A");
 
 // A card that does what a test says.
 class PlayedCard final : public simulator::CardDevice {
   public:
-    using Answer = std::function<Bytes(const Bytes& command)>;
+    using Answer = std::function<ByteString(const ByteString& command)>;
     explicit PlayedCard(
-        Bytes answer_to_reset, Answer answer =
-                                   [](const Bytes&) {
-                                       return Bytes{0x90, 0x00};
-                                   })
+        ByteString answer_to_reset, Answer answer =
+                                        [](const ByteString&) {
+                                            return ByteString{0x90, 0x00};
+                                        })
         : answer_to_reset_(std::move(answer_to_reset)), answer_(std::move(answer)) {}
 
-    Bytes power_on() override { return answer_to_reset_; }
+    ByteString power_on() override { return answer_to_reset_; }
     void power_off() override {}
-    Bytes transmit(std::span<const std::uint8_t> command) override {
+    ByteString transmit(std::span<const std::uint8_t> command) override {
         return answer_({command.begin(), command.end()});
     }
 
   private:
-    Bytes answer_to_reset_;
+    ByteString answer_to_reset_;
     Answer answer_;
 };
 
@@ -98,7 +98,7 @@ class OtherProgram {
 class CardInReader : public VirtualCard {
   public:
     CardInReader(const Place& place, std::shared_ptr<simulator::CardDevice> card,
-                 const Bytes& answer_to_reset = {});
+                 const ByteString& answer_to_reset = {});
     ~CardInReader();
 
   private:
@@ -112,7 +112,8 @@ class RealService : public PcscTest {
     ~RealService() override;
 
     // A card in the contact reader.
-    void insert(std::shared_ptr<simulator::CardDevice> card, const Bytes& answer_to_reset = {});
+    void insert(std::shared_ptr<simulator::CardDevice> card,
+                const ByteString& answer_to_reset = {});
     void pull() { inserted.reset(); }
 
     // The reader is open with a card in the contact slot that has power.

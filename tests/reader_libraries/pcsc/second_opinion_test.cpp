@@ -33,7 +33,8 @@ std::string answer_in(const std::string& output) {
         unsigned sw1 = 0;
         unsigned sw2 = 0;
         if (std::sscanf(line.c_str(), "Received (SW1=0x%X, SW2=0x%X)", &sw1, &sw2) == 2) {
-            status = to_hex(Bytes{static_cast<std::uint8_t>(sw1), static_cast<std::uint8_t>(sw2)});
+            status =
+                to_hex(ByteString{static_cast<std::uint8_t>(sw1), static_cast<std::uint8_t>(sw2)});
         } else if (!status.empty()) {
             data += line.substr(0, 48);
         }

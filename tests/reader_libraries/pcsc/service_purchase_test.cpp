@@ -20,9 +20,9 @@ class T0Card final : public simulator::CardDevice {
   public:
     explicit T0Card(std::unique_ptr<simulator::CardDevice> card)
         : card_(std::move(card)), framing_(*card_, {.portion = 64}) {}
-    Bytes power_on() override { return framing_.power_on(); }
+    ByteString power_on() override { return framing_.power_on(); }
     void power_off() override { framing_.power_off(); }
-    Bytes transmit(std::span<const std::uint8_t> command) override {
+    ByteString transmit(std::span<const std::uint8_t> command) override {
         return framing_.transmit(command);
     }
 
@@ -66,7 +66,7 @@ TEST_P(RealPurchase, IsMadeTwiceAndTheCardKeepsItsState) {
     auto debit = simulator::load_card_file(QUORRIN_PROFILES "/debit.toml");
     const std::shared_ptr<simulator::CardDevice> card =
         way.t0 ? std::make_unique<T0Card>(std::move(debit)) : std::move(debit);
-    const Bytes& atr = way.t0 ? t0_answer_to_reset : t1_answer_to_reset;
+    const ByteString& atr = way.t0 ? t0_answer_to_reset : t1_answer_to_reset;
     const CardInReader in_reader(way.place, card, atr);
     const host::TestBank bank;
 
@@ -126,8 +126,8 @@ TEST_F(RealHost, IsToldWhereTheCardWasPulledOut) {
 }
 
 TEST_F(RealHost, GetsAnEndOfAnEndlessChain) {
-    insert(std::make_shared<PlayedCard>(t0_answer_to_reset, [](const Bytes&) {
-        return Bytes{0x61, 0x10};
+    insert(std::make_shared<PlayedCard>(t0_answer_to_reset, [](const ByteString&) {
+        return ByteString{0x61, 0x10};
     }));
     const host::Reader reader;
     const host::Card found = reader.find_card(Search::Contact);

@@ -31,9 +31,9 @@ TEST_F(RealTransport, EverySlotReachesItsOwnCard) {
     for (const SlotOfCard& slot : slots) {
         // Tells its slot's code in its answers.
         const auto code = static_cast<std::uint8_t>(slot.code);
-        cards.push_back(
-            std::make_unique<PlayedCard>(Bytes{0x3B, 0x01, code}, [code](const Bytes& command) {
-                return Bytes{command[3], code, 0x90, 0x00};
+        cards.push_back(std::make_unique<PlayedCard>(
+            ByteString{0x3B, 0x01, code}, [code](const ByteString& command) {
+                return ByteString{command[3], code, 0x90, 0x00};
             }));
         plugs.push_back(std::make_unique<VirtualCard>(slot.place.port, *cards.back()));
     }
@@ -46,7 +46,7 @@ TEST_F(RealTransport, EverySlotReachesItsOwnCard) {
     ASSERT_GT(handle, 0);
     EXPECT_TRUE(name.holds_text(std::string(contact_place.reader) + '\0'));
     for (const SlotOfCard& slot : slots) {
-        const std::string code = to_hex(Bytes{static_cast<std::uint8_t>(slot.code)});
+        const std::string code = to_hex(ByteString{static_cast<std::uint8_t>(slot.code)});
         EXPECT_EQ(send(slot.code, "80CA0007"), "result -3") << code;
         EXPECT_EQ(power_on(slot.code), "3B01" + code);
         EXPECT_EQ(send(slot.code, "80CA0007"), "07" + code + "9000");
@@ -118,9 +118,9 @@ TEST_F(RealTransport, OverT1CommandsGoAsTheyAre) {
 }
 
 TEST_F(RealTransport, AnnouncedDataAndWrongLengthsComeUnchanged) {
-    for (const Bytes& atr : {t0_answer_to_reset, t1_answer_to_reset}) {
-        const auto card = std::make_shared<PlayedCard>(atr, [](const Bytes& command) {
-            return command[1] == 0xA4 ? Bytes{0x61, 0x1A} : Bytes{0x6C, 0x05};
+    for (const ByteString& atr : {t0_answer_to_reset, t1_answer_to_reset}) {
+        const auto card = std::make_shared<PlayedCard>(atr, [](const ByteString& command) {
+            return command[1] == 0xA4 ? ByteString{0x61, 0x1A} : ByteString{0x6C, 0x05};
         });
         insert(card);
         ASSERT_GT(open(), 0);
@@ -131,12 +131,13 @@ TEST_F(RealTransport, AnnouncedDataAndWrongLengthsComeUnchanged) {
 }
 
 TEST_F(RealTransport, TheLongestCommandAndTheLongestAnswerPass) {
-    const auto card = std::make_shared<PlayedCard>(t1_answer_to_reset, [](const Bytes& command) {
-        const std::size_t size = command[2] << 8 | command[3];
-        Bytes answer = filled(size, 0x5A);
-        answer.back() = static_cast<std::uint8_t>(command.size() % 251);
-        return answer;
-    });
+    const auto card =
+        std::make_shared<PlayedCard>(t1_answer_to_reset, [](const ByteString& command) {
+            const std::size_t size = command[2] << 8 | command[3];
+            ByteString answer = filled(size, 0x5A);
+            answer.back() = static_cast<std::uint8_t>(command.size() % 251);
+            return answer;
+        });
     insert(card);
     ASSERT_GT(open(), 0);
     ASSERT_EQ(power_on(contact), to_hex(t1_answer_to_reset));

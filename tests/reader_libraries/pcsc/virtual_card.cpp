@@ -21,7 +21,8 @@ constexpr std::chrono::seconds limit{5};
 
 }  // namespace
 
-VirtualCard::VirtualCard(std::uint16_t port, simulator::CardDevice& card, Bytes answer_to_reset)
+VirtualCard::VirtualCard(std::uint16_t port, simulator::CardDevice& card,
+                         ByteString answer_to_reset)
     : port_(port),
       card_(card),
       answer_to_reset_(std::move(answer_to_reset)),
@@ -60,7 +61,7 @@ void VirtualCard::serve() {
         answer_to_reset_ = card_.power_on();  // the driver asks for it before it gives power
     }
     if (connect_to_reader()) {
-        Bytes message;
+        ByteString message;
         while (receive(message) && answer(message)) {
         }
     }
@@ -110,7 +111,7 @@ bool VirtualCard::receive_bytes(std::span<std::uint8_t> bytes) const {
     return true;
 }
 
-bool VirtualCard::receive(Bytes& message) const {
+bool VirtualCard::receive(ByteString& message) const {
     std::uint8_t length[2];
     if (!receive_bytes(length)) {
         return false;
@@ -120,15 +121,15 @@ bool VirtualCard::receive(Bytes& message) const {
 }
 
 // Never without a byte: the driver would wait for ever.
-bool VirtualCard::send(const Bytes& message) const {
-    const Bytes packet = join(Bytes{static_cast<std::uint8_t>(message.size() >> 8),
-                                    static_cast<std::uint8_t>(message.size())},
-                              message);
+bool VirtualCard::send(const ByteString& message) const {
+    const ByteString packet = join(ByteString{static_cast<std::uint8_t>(message.size() >> 8),
+                                              static_cast<std::uint8_t>(message.size())},
+                                   message);
     return !message.empty() && ::send(socket_, packet.data(), packet.size(), MSG_NOSIGNAL) ==
                                    static_cast<ssize_t>(packet.size());
 }
 
-bool VirtualCard::answer(const Bytes& message) {
+bool VirtualCard::answer(const ByteString& message) {
     if (message.size() > 1) {
         note(to_hex(message));
         return !leave_at_command_ && send(card_.transmit(message));
@@ -144,7 +145,7 @@ bool VirtualCard::answer(const Bytes& message) {
         case PowerOn:
         case Reset:
             note(message[0] == Reset ? "reset" : "on");
-            if (const Bytes own = card_.power_on(); !fixed_answer_to_reset_) {
+            if (const ByteString own = card_.power_on(); !fixed_answer_to_reset_) {
                 answer_to_reset_ = own;
             }
             return true;

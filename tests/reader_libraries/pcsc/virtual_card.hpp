@@ -18,7 +18,7 @@ class VirtualCard {
   public:
     // The card is in the reader from now on, as soon as the reader listens, until `pull` or the end.
     // An empty answer to reset stands for the card's own.
-    VirtualCard(std::uint16_t port, simulator::CardDevice& card, Bytes answer_to_reset = {});
+    VirtualCard(std::uint16_t port, simulator::CardDevice& card, ByteString answer_to_reset = {});
     ~VirtualCard() { pull(); }
     VirtualCard(const VirtualCard&) = delete;
     VirtualCard& operator=(const VirtualCard&) = delete;
@@ -38,15 +38,15 @@ class VirtualCard {
   private:
     void serve();
     bool connect_to_reader();
-    bool receive(Bytes& message) const;
+    bool receive(ByteString& message) const;
     bool receive_bytes(std::span<std::uint8_t> bytes) const;
-    bool send(const Bytes& message) const;
-    bool answer(const Bytes& message);
+    bool send(const ByteString& message) const;
+    bool answer(const ByteString& message);
     void note(std::string event);
 
     std::uint16_t port_;
     simulator::CardDevice& card_;
-    Bytes answer_to_reset_;
+    ByteString answer_to_reset_;
     bool fixed_answer_to_reset_;
     std::atomic<bool> leave_at_command_ = false;
     std::mutex mutex_;

@@ -36,7 +36,7 @@ void run(simulator::CardDevice& card, std::uint16_t port, bool t0) {
     if (t0) {
         framing.emplace(card, simulator::T0Settings{});
     }
-    const test::Bytes atr =
+    const test::ByteString atr =
         test::hex(t0 ? "3B 65 00 00 54 45 53 54 30" : "3B 88 80 01 00 00 00 00 33 81 81 00 3A");
     sigset_t end;
     sigemptyset(&end);

@@ -31,7 +31,7 @@ class DocumentedExample : public SimulatorTest {
         for (std::string line; std::getline(profile, line);) {
             if (line.starts_with("atc = ")) {
                 const auto atc = static_cast<std::uint8_t>(std::stoi(line.substr(6)));
-                return to_hex(join(hex("9F 36 02 00"), Bytes{atc}, hex("90 00")));
+                return to_hex(join(hex("9F 36 02 00"), ByteString{atc}, hex("90 00")));
             }
         }
         throw std::runtime_error("the debit card has no counter");

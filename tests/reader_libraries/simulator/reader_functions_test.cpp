@@ -107,7 +107,8 @@ INSTANTIATE_TEST_SUITE_P(Rows, EverySlot,
                                          SlotCodes{0x12, 0x12}, SlotCodes{0x13, 0x13},
                                          SlotCodes{0x14, 0x14}),
                          [](const auto& row) {
-                             return "Slot" + to_hex(Bytes{static_cast<std::uint8_t>(row.param.on)});
+                             return "Slot" +
+                                    to_hex(ByteString{static_cast<std::uint8_t>(row.param.on)});
                          });
 
 TEST_F(ReaderFunctions, DeliberatelyPowerOffOfTheContactlessSlotHasACodeOfItsOwn) {
@@ -198,7 +199,7 @@ TEST_F(ReaderFunctions, CommandsOf4To261BytesReachTheCard) {
     ASSERT_GT(open(), 0);
     EXPECT_EQ(power_on(contact), 17);
     std::uint8_t response[1024] = {};
-    Bytes command = join(hex("00 FF 00 00 FF"), filled(257, 0x00));
+    ByteString command = join(hex("00 FF 00 00 FF"), filled(257, 0x00));
     for (const std::int64_t length : {4, 5, 260, 261}) {
         EXPECT_EQ(ICC_Reader_Application(handle, contact, length, command.data(), response), 2)
             << length;
@@ -224,7 +225,7 @@ TEST_F(ReaderFunctions, WithoutAReaderFileDebitCardsAreInBothUserSlots) {
     // What the shipped profile has to say, to compare with.
     use("reader.toml", "[contact]\nprofile = \"profiles/debit.toml\"\n");
     ASSERT_GT(open(), 0);
-    Bytes atr(512);
+    ByteString atr(512);
     const auto atr_length = ICC_Reader_PowerOn(handle, contact, atr.data());
     ASSERT_GT(atr_length, 0);
     atr.resize(static_cast<std::size_t>(atr_length));

@@ -14,24 +14,24 @@ namespace quorrin::test {
 
 class RecordedCard final : public simulator::CardDevice {
   public:
-    Bytes atr = hex("3B 00");
-    std::map<std::string, Bytes> answers;  // by command as hex text; 6D00 for any other
-    std::vector<std::string> asked;        // commands as hex text, "on", "off"
+    ByteString atr = hex("3B 00");
+    std::map<std::string, ByteString> answers;  // by command as hex text; 6D00 for any other
+    std::vector<std::string> asked;             // commands as hex text, "on", "off"
 
-    Bytes power_on() override {
+    ByteString power_on() override {
         asked.emplace_back("on");
         return atr;
     }
     void power_off() override { asked.emplace_back("off"); }
-    Bytes transmit(std::span<const std::uint8_t> command) override {
+    ByteString transmit(std::span<const std::uint8_t> command) override {
         asked.push_back(to_hex(command));
         const auto found = answers.find(asked.back());
         return found == answers.end() ? hex("6D 00") : found->second;
     }
 };
 
-inline Bytes numbered(std::size_t count) {
-    Bytes bytes(count);
+inline ByteString numbered(std::size_t count) {
+    ByteString bytes(count);
     for (std::size_t i = 0; i < count; ++i) {
         bytes[i] = static_cast<std::uint8_t>(i + 1);
     }

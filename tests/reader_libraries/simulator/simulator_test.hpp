@@ -32,7 +32,7 @@ file = 1
 number = 1
 elements = ["5A 9999010000000011", "5F24 301231", "8C 9F02 06", "8D 8A 02"]
 )";
-inline const Bytes own_atr = hex("3B 6D 00 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D");
+inline const ByteString own_atr = hex("3B 6D 00 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D");
 
 class SimulatorTest : public testing::Test {
   protected:
@@ -66,7 +66,7 @@ class SimulatorTest : public testing::Test {
 
     // What came back as hex text, or "result n" when it is no answer.
     std::string send(int slot, std::string_view command) const {
-        Bytes bytes = hex(command);
+        ByteString bytes = hex(command);
         GuardedBuffer response(1024);
         const std::int64_t result = ICC_Reader_Application(
             handle, slot, static_cast<std::int64_t>(bytes.size()), bytes.data(), response.data());
@@ -74,7 +74,7 @@ class SimulatorTest : public testing::Test {
             EXPECT_TRUE(response.untouched());
             return "result " + std::to_string(result);
         }
-        const Bytes answer = response.first(static_cast<std::size_t>(result));
+        const ByteString answer = response.first(static_cast<std::size_t>(result));
         EXPECT_TRUE(response.holds(answer));
         return result < 2 ? "result " + std::to_string(result) : to_hex(answer);
     }

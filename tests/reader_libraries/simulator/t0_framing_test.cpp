@@ -18,7 +18,7 @@ constexpr const char* read_record = "00B2010C00";     // Le only
 
 class T0FramingTest : public testing::Test {
   protected:
-    static Bytes send(T0Framing& framing, std::string_view command) {
+    static ByteString send(T0Framing& framing, std::string_view command) {
         return framing.transmit(hex(command));
     }
 
@@ -44,10 +44,10 @@ TEST_F(T0FramingTest, GivesDataInPortions) {
     card.answers[select] = join(numbered(70), hex("90 00"));
     T0Framing framing(card, {.portion = 32});
     EXPECT_EQ(send(framing, select), hex("61 20"));
-    const Bytes all = numbered(70);
+    const ByteString all = numbered(70);
     const auto part = [&](std::size_t from, std::size_t to) {
-        return Bytes(all.begin() + static_cast<std::ptrdiff_t>(from),
-                     all.begin() + static_cast<std::ptrdiff_t>(to));
+        return ByteString(all.begin() + static_cast<std::ptrdiff_t>(from),
+                          all.begin() + static_cast<std::ptrdiff_t>(to));
     };
     EXPECT_EQ(send(framing, "00 C0 00 00 20"), join(part(0, 32), hex("61 20")));
     EXPECT_EQ(send(framing, "00 C0 00 00 20"), join(part(32, 64), hex("61 06")));

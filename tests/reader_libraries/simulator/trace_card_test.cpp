@@ -13,7 +13,7 @@ namespace {
 class Recording {
   public:
     Recording& power_on(std::string_view atr, std::int64_t failure = 0) {
-        const Bytes bytes = hex(atr);
+        const ByteString bytes = hex(atr);
         masking_.power_on();
         add({.action = trace::Action::PowerOn,
              .slot = slot_,
@@ -27,8 +27,8 @@ class Recording {
     }
     Recording& exchange(std::string_view command, std::string_view answer,
                         std::int64_t failure = 0) {
-        const Bytes sent = hex(command);
-        const Bytes received = hex(answer);
+        const ByteString sent = hex(command);
+        const ByteString received = hex(answer);
         add({.action = trace::Action::Exchange,
              .slot = slot_,
              .result = failure != 0 ? failure : static_cast<std::int64_t>(received.size()),
@@ -78,7 +78,7 @@ class TraceCard : public SimulatorTest {
         ASSERT_GT(open(), 0);
     }
     std::string powered_on(int slot = contact) {
-        Bytes atr(512);
+        ByteString atr(512);
         const std::int64_t result = ICC_Reader_PowerOn(handle, slot, atr.data());
         if (result < 0) {
             return "result " + std::to_string(result);

@@ -22,7 +22,7 @@
 namespace {
 
 using namespace quorrin::trace;
-using Bytes = std::vector<std::uint8_t>;
+using ByteString = std::vector<std::uint8_t>;
 
 constexpr int terminals = 240;
 constexpr int days = 3;
@@ -30,9 +30,9 @@ constexpr std::int64_t first_day = 1795046400'000'000;  // 2026-11-19T00:00:00Z
 constexpr std::int64_t day_length = 86'400'000'000;
 constexpr int exchanges_of_a_purchase = 16;  // 13, and 23 over T=0
 
-Bytes bytes(std::string_view text) {
+ByteString bytes(std::string_view text) {
     const auto digit = [](char c) { return c <= '9' ? c - '0' : c - 'A' + 10; };
-    Bytes result;
+    ByteString result;
     for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
         result.push_back(static_cast<std::uint8_t>(digit(text[i]) << 4 | digit(text[i + 1])));
     }
@@ -53,9 +53,9 @@ class Random {
 };
 
 struct Step {
-    Bytes command;
-    Bytes data;  // of the answer
-    Bytes status;
+    ByteString command;
+    ByteString data;  // of the answer
+    ByteString status;
 };
 
 std::vector<Step> purchase(std::string_view aid) {
@@ -138,7 +138,7 @@ class Terminal {
         file_.write(line.data(), static_cast<std::streamsize>(line.size()));
     }
 
-    void exchange(const Bytes& command, const Bytes& answer, std::int64_t microseconds) {
+    void exchange(const ByteString& command, const ByteString& answer, std::int64_t microseconds) {
         record({.action = Action::Exchange,
                 .handle = 1,
                 .slot = 1,
@@ -151,7 +151,7 @@ class Terminal {
 
     // One command as the card's protocol has it.
     void step(const Step& step, std::int64_t microseconds) {
-        Bytes answer = step.data;
+        ByteString answer = step.data;
         answer.insert(answer.end(), step.status.begin(), step.status.end());
         if (number_ % 3 != 0 || step.data.empty()) {
             return exchange(step.command, answer, microseconds);
@@ -159,7 +159,7 @@ class Terminal {
         const auto size = static_cast<std::uint8_t>(step.data.size());
         if (step.command.size() == 5) {
             exchange(step.command, {0x6C, size}, microseconds / 2);
-            Bytes again = step.command;
+            ByteString again = step.command;
             again[4] = size;
             return exchange(again, answer, microseconds / 2);
         }
@@ -172,7 +172,7 @@ class Terminal {
         session_ = name_ + "-" + std::to_string(number + 1);
         const char* reader = number_ == 31 && day == days - 1 ? "Desk reader 2" : "Desk reader 1";
         record({.action = Action::Open, .result = 1, .text = reader}, 900 + random_.below(200));
-        const Bytes atr = bytes("3B6D000053494D20544553542043415244");
+        const ByteString atr = bytes("3B6D000053494D20544553542043415244");
         masking_.power_on();
         record({.action = Action::PowerOn,
                 .handle = 1,

@@ -29,10 +29,10 @@ std::string expected(std::string_view action, std::string_view outcome, std::str
 }
 
 TEST(TraceLine, OfEachCall) {
-    const test::Bytes atr = test::hex("3B00");
-    const test::Bytes command = test::hex("00B2010C00");
-    const test::Bytes answer = test::hex("5A0212349000");
-    const test::Bytes application = test::hex("A000000333");
+    const test::ByteString atr = test::hex("3B00");
+    const test::ByteString command = test::hex("00B2010C00");
+    const test::ByteString answer = test::hex("5A0212349000");
+    const test::ByteString application = test::hex("A000000333");
     DigitMask mask;
     mask.start(answer.size());
     mask.hide(2, 3);
@@ -149,7 +149,7 @@ TEST(TraceLine, CountsRefusalsByTheCardAsFailures) {
     };
     for (const Row& row : {Row{"9000", true}, Row{"6110", true}, Row{"6C10", true},
                            Row{"6A82", false}, Row{"63C2", false}, Row{"9001", false}}) {
-        const test::Bytes answer = test::hex(row.answer);
+        const test::ByteString answer = test::hex(row.answer);
         const auto parsed =
             parse_line(line({.action = Action::Exchange, .result = 2, .answer = answer}), 1);
         ASSERT_TRUE(parsed.entry);
@@ -166,8 +166,8 @@ TEST(TraceLine, WritesAnyTextAsJson) {
 }
 
 TEST(TraceLine, HoldsTheLargestExchange) {
-    const test::Bytes command = test::filled(longest_command, 0xAB);
-    const test::Bytes answer = test::filled(response_room, 0xCD);
+    const test::ByteString command = test::filled(longest_command, 0xAB);
+    const test::ByteString answer = test::filled(response_room, 0xCD);
     const std::string all_escaped(200, '\x01');
     LineWriter writer;
     const std::string_view written =

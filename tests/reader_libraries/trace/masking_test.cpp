@@ -11,9 +11,9 @@
 namespace quorrin::trace {
 namespace {
 
-using test::Bytes;
+using test::ByteString;
 
-std::string shown(const Bytes& bytes, const DigitMask& mask) {
+std::string shown(const ByteString& bytes, const DigitMask& mask) {
     std::string text = test::to_hex(bytes);
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (mask.is_hidden(i)) {
@@ -36,8 +36,8 @@ class Conversation {
     };
 
     Line exchange(std::string_view command, std::string_view answer) {
-        const Bytes sent = test::hex(command);
-        const Bytes received = test::hex(answer);
+        const ByteString sent = test::hex(command);
+        const ByteString received = test::hex(answer);
         DigitMask command_mask;
         DigitMask answer_mask;
         card_.exchange(sent, received, secrets_, command_mask, answer_mask);
@@ -48,7 +48,7 @@ class Conversation {
     }
     std::string application() const {
         const auto name = card_.application();
-        return test::to_hex(Bytes(name.begin(), name.end()));
+        return test::to_hex(ByteString(name.begin(), name.end()));
     }
     CardMasking& card() { return card_; }
 
@@ -332,12 +332,12 @@ TEST(Masking, FollowsAnAnswerThroughGetResponse) {
 }
 
 TEST(Masking, FollowsAnAnswerOfSingleBytes) {
-    const Bytes record = test::hex("700E 5A08 9999010000000011 5F340101 9000");
+    const ByteString record = test::hex("700E 5A08 9999010000000011 5F340101 9000");
     Conversation card;
     card.exchange("00B2010C00", "6101");
     std::string all;
     for (std::size_t i = 0; i + 2 < record.size(); ++i) {
-        const Bytes byte = {record[i]};
+        const ByteString byte = {record[i]};
         const std::string more = i + 3 < record.size() ? "6101" : "9000";
         all += card.answer("00C0000001", test::to_hex(byte) + more).substr(0, 2);
     }

@@ -184,7 +184,7 @@ TEST_F(PassThrough, PowerOff) {
 }
 
 TEST_F(PassThrough, Exchange) {
-    test::Bytes command = test::hex("00B2010C00");
+    test::ByteString command = test::hex("00B2010C00");
     std::array<std::uint8_t, 1024> response;
     response.fill(0x77);
     reader().exchange = [&](std::int64_t handle, int slot, std::int64_t length, std::uint8_t* given,
@@ -195,7 +195,7 @@ TEST_F(PassThrough, Exchange) {
         EXPECT_EQ(given, command.data());
         EXPECT_EQ(out, response.data());
         given[4] = 0x99;  // a library may use the host's buffer
-        const test::Bytes answer = test::hex("700A5A0899990100000000119000");
+        const test::ByteString answer = test::hex("700A5A0899990100000000119000");
         std::ranges::copy(answer, out);
         return static_cast<std::int64_t>(answer.size());
     };
@@ -214,7 +214,7 @@ TEST_F(PassThrough, Exchange) {
 TEST_F(PassThrough, ExchangeInOneBufferForBoth) {
     std::array<std::uint8_t, 1024> both{0x00, 0x84, 0x00, 0x00, 0x02};
     reader().exchange = [](auto, auto, auto, auto, std::uint8_t* out) -> std::int64_t {
-        const test::Bytes answer = test::hex("ABCD9000");
+        const test::ByteString answer = test::hex("ABCD9000");
         std::ranges::copy(answer, out);
         return 4;
     };
@@ -259,7 +259,7 @@ TEST_F(PassThrough, ExchangeWithOddArguments) {
 }
 
 TEST_F(PassThrough, ExchangeWithOddResults) {
-    test::Bytes command = test::hex("00B2010C00");
+    test::ByteString command = test::hex("00B2010C00");
     for (const std::int64_t result :
          {INT64_MIN, INT64_C(-40000), INT64_C(0), INT64_C(1), INT64_C(1025), INT64_MAX}) {
         std::array<std::uint8_t, 1024> response{};
@@ -273,7 +273,7 @@ TEST_F(PassThrough, ExchangeWithOddResults) {
 }
 
 TEST_F(PassThrough, TheLongestCommandAndAnswer) {
-    test::Bytes command = test::filled(261, 0xFE);
+    test::ByteString command = test::filled(261, 0xFE);
     std::array<std::uint8_t, 1024> response;
     response.fill(0xA5);
     reader().exchange = [](auto, auto, auto, auto, auto) { return INT64_C(1024); };

@@ -13,7 +13,7 @@
 namespace quorrin::trace {
 namespace {
 
-using test::Bytes;
+using test::ByteString;
 
 std::string text_of(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
@@ -70,12 +70,12 @@ class CuriousHost {
     explicit CuriousHost(simulator::CardDevice& card) : card_(card) { card_.power_on(); }
 
     // Sends a command, fetches the answer as over T=0, keeps what is shown and what was there.
-    Bytes send(const Bytes& command) {
+    ByteString send(const ByteString& command) {
         std::string shown;
-        Bytes whole;
-        Bytes answer = exchange(command, shown);
+        ByteString whole;
+        ByteString answer = exchange(command, shown);
         if (answer.size() == 2 && answer[0] == 0x6C) {
-            Bytes again(command.begin(), command.begin() + 4);
+            ByteString again(command.begin(), command.begin() + 4);
             again.push_back(answer[1]);
             answer = exchange(again, shown);
         }
@@ -89,19 +89,20 @@ class CuriousHost {
         whole.insert(whole.end(), answer.end() - 2, answer.end());
         return whole;
     }
-    Bytes send(std::string_view command) { return send(test::hex(command)); }
+    ByteString send(std::string_view command) { return send(test::hex(command)); }
 
     // The same command with longer and longer data, until the card is content.
     void send_until_accepted(std::uint8_t instruction, std::uint8_t p1, bool template_83) {
         for (std::uint8_t size = 0; size < 120; ++size) {
-            Bytes data(size, 0x00);
+            ByteString data(size, 0x00);
             if (template_83) {
                 data.insert(data.begin(), {0x83, size});
             }
-            Bytes command = {0x80, instruction, p1, 0x00, static_cast<std::uint8_t>(data.size())};
+            ByteString command = {0x80, instruction, p1, 0x00,
+                                  static_cast<std::uint8_t>(data.size())};
             command.insert(command.end(), data.begin(), data.end());
             command.push_back(0x00);
-            const Bytes answer = send(command);
+            const ByteString answer = send(command);
             if (answer[answer.size() - 2] == 0x90) {
                 return;
             }
@@ -113,8 +114,8 @@ class CuriousHost {
     const std::vector<std::string>& commands() const { return commands_; }
 
   private:
-    Bytes exchange(const Bytes& command, std::string& shown) {
-        const Bytes answer = card_.transmit(command);
+    ByteString exchange(const ByteString& command, std::string& shown) {
+        const ByteString answer = card_.transmit(command);
         DigitMask command_mask;
         DigitMask answer_mask;
         masking_.exchange(command, answer, secrets_, command_mask, answer_mask);
@@ -122,7 +123,7 @@ class CuriousHost {
         shown += text(answer, answer.size() - 2, answer_mask);
         return answer;
     }
-    static std::string text(const Bytes& bytes, std::size_t size, const DigitMask& mask) {
+    static std::string text(const ByteString& bytes, std::size_t size, const DigitMask& mask) {
         std::string text = test::to_hex(bytes).substr(0, 2 * size);
         for (std::size_t i = 0; i < text.size(); ++i) {
             if (mask.is_hidden(i)) {
@@ -143,8 +144,9 @@ class CuriousHost {
 void read_all_records(CuriousHost& host) {
     for (unsigned file = 1; file <= 30; ++file) {
         for (unsigned record = 1; record <= 12; ++record) {
-            const Bytes answer = host.send(Bytes{0x00, 0xB2, static_cast<std::uint8_t>(record),
-                                                 static_cast<std::uint8_t>(file << 3 | 4), 0x00});
+            const ByteString answer =
+                host.send(ByteString{0x00, 0xB2, static_cast<std::uint8_t>(record),
+                                     static_cast<std::uint8_t>(file << 3 | 4), 0x00});
             if (answer[answer.size() - 2] != 0x90) {
                 break;
             }
@@ -157,8 +159,8 @@ void ask_for_everything(CuriousHost& host, const std::string& profile, const Sec
     read_all_records(host);
     host.send("00A404000E325041592E5359532E444446303100");
     for (const std::string& aid : all_matches(profile, R"re(aid = "([0-9A-F]+)")re")) {
-        const Bytes name = test::hex(aid);
-        Bytes select = {0x00, 0xA4, 0x04, 0x00, static_cast<std::uint8_t>(name.size())};
+        const ByteString name = test::hex(aid);
+        ByteString select = {0x00, 0xA4, 0x04, 0x00, static_cast<std::uint8_t>(name.size())};
         select.insert(select.end(), name.begin(), name.end());
         select.push_back(0x00);
         host.send(select);

@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint8_t old8 = 0x77;
 constexpr std::uint16_t old16 = 0x7777;
 
-Bytes tag_bytes(std::uint8_t first, std::size_t middle, std::uint8_t last) {
+ByteString tag_bytes(std::uint8_t first, std::size_t middle, std::uint8_t last) {
     return join(filled(1, first), filled(middle, 0x81), filled(1, last));
 }
 
@@ -22,7 +22,7 @@ std::ostream& operator<<(std::ostream& out, const TagResult& tag) {
     return out << "result " << tag.result << ", length " << tag.length;
 }
 
-TagResult read_tag(const Bytes& data) {
+TagResult read_tag(const ByteString& data) {
     const ExactBytes bytes(data);
     std::uint8_t length = old8;
     const int result = tlvGetTag(bytes.data(), bytes.size16(), &length);
@@ -80,7 +80,7 @@ std::ostream& operator<<(std::ostream& out, const LengthResult& length) {
                << length.value;
 }
 
-LengthResult read_length(const Bytes& data) {
+LengthResult read_length(const ByteString& data) {
     const ExactBytes bytes(data);
     std::uint8_t size = old8;
     std::uint16_t value = old16;
@@ -88,7 +88,7 @@ LengthResult read_length(const Bytes& data) {
     return {result, size, value};
 }
 
-std::pair<int, int> read_length_size(const Bytes& data) {
+std::pair<int, int> read_length_size(const ByteString& data) {
     const ExactBytes bytes(data);
     std::uint8_t size = old8;
     const int result = tlvGetLength(bytes.data(), bytes.size16(), &size);
@@ -172,7 +172,7 @@ std::ostream& operator<<(std::ostream& out, const ObjectResult& object) {
                << object.length << ", value " << object.value;
 }
 
-ObjectResult read_object(const Bytes& data) {
+ObjectResult read_object(const ByteString& data) {
     const ExactBytes bytes(data);
     std::uint8_t tag = old8;
     std::uint8_t length = old8;
@@ -229,7 +229,7 @@ TEST(Codec, RefusesNullPointers) {
     EXPECT_EQ(tlvGetLength(nullptr, 5, &size), -31);
     EXPECT_EQ(tlvGetLengthValue(nullptr, 5, &size, &value), -31);
     EXPECT_EQ(tlvGetTLV(nullptr, 5, &tag, &size, &value), -32);
-    const Bytes object = hex("5A 01 62");
+    const ByteString object = hex("5A 01 62");
     EXPECT_EQ(tlvGetTag(object.data(), 3, nullptr), 0);
     EXPECT_EQ(tlvGetLength(object.data() + 1, 2, nullptr), 0);
     EXPECT_EQ(tlvGetLengthValue(object.data() + 1, 2, nullptr, nullptr), 0);

@@ -17,14 +17,14 @@ class Source {
 
     // Bytes that make tags, lengths, templates and padding more often than chance would.
     std::uint8_t telling_byte() {
-        static const Bytes telling =
+        static const ByteString telling =
             hex("00 FF 80 81 82 83 84 9F 5F BF DF 1F 7F 0C 70 77 6F A5 61 73 71 72 8F 5A 57 87 88 "
                 "50 84 4F 94 01 02 03 04 05 06 07 08 09 0A 10 20 11 12 2D 26 36 27 13 17 1A 22 38 "
                 "24 9A 9C 95 42 55");
         return below(8) == 0 ? byte() : telling[below(telling.size())];
     }
-    Bytes bytes(std::size_t size) {
-        Bytes made(size);
+    ByteString bytes(std::size_t size) {
+        ByteString made(size);
         const bool even = below(4) == 0;
         for (std::uint8_t& b : made) {
             b = even ? byte() : telling_byte();
@@ -33,17 +33,17 @@ class Source {
     }
 
     // Well-formed objects and templates of known and unknown tags, then maybe broken.
-    Bytes objects(int depth = 0) {
+    ByteString objects(int depth = 0) {
         static const char* const tags[] = {"5A",   "8F",   "9F26",   "9F36", "84",   "50",
                                            "9F12", "5F2D", "9F1A",   "9F02", "C1",   "9F70",
                                            "9F38", "5F55", "9F8101", "87",   "9F11", "42"};
         static const char* const templates[] = {"70", "77", "6F",   "A5",     "61", "73",
                                                 "71", "72", "BF0C", "7F8101", "E1"};
-        Bytes made;
+        ByteString made;
         for (std::size_t count = below(4) + 1; count > 0; --count) {
             const bool nested = depth < 5 && below(3) == 0;
-            const Bytes contents = nested ? objects(depth + 1) : bytes(below(12));
-            const Bytes tag =
+            const ByteString contents = nested ? objects(depth + 1) : bytes(below(12));
+            const ByteString tag =
                 hex(nested ? templates[below(std::size(templates))] : tags[below(std::size(tags))]);
             made.insert(made.end(), tag.begin(), tag.end());
             if (contents.size() >= 0x80 || below(8) == 0) {
@@ -56,7 +56,7 @@ class Source {
         }
         return made;
     }
-    Bytes broken(Bytes data) {
+    ByteString broken(ByteString data) {
         if (!data.empty() && below(2) == 0) {
             data[below(data.size())] = telling_byte();
         }
@@ -65,8 +65,8 @@ class Source {
         }
         return data;
     }
-    Bytes any(std::size_t longest) {
-        Bytes data = below(2) == 0 ? bytes(below(longest + 1)) : broken(objects());
+    ByteString any(std::size_t longest) {
+        ByteString data = below(2) == 0 ? bytes(below(longest + 1)) : broken(objects());
         data.resize(std::min(data.size(), longest));
         return data;
     }
@@ -75,7 +75,7 @@ class Source {
     std::mt19937 engine_;
 };
 
-void compare_codec(const Bytes& data) {
+void compare_codec(const ByteString& data) {
     const ExactBytes bytes(data);
     constexpr std::uint8_t old = 0x77;
     std::uint8_t tag_length = old;
@@ -102,7 +102,7 @@ void compare_codec(const Bytes& data) {
     EXPECT_EQ(emvCheckTLVString(bytes.data(), bytes.size16()), reference_check(data));
 }
 
-void compare_search(const Bytes& data, const Bytes& tag) {
+void compare_search(const ByteString& data, const ByteString& tag) {
     const ExactBytes bytes(data);
     const ExactBytes wanted(tag);
     const ReferenceSearch expected = reference_search(data, tag);
@@ -114,7 +114,7 @@ void compare_search(const Bytes& data, const Bytes& tag) {
     EXPECT_EQ((ReferenceSearch{result, out.first(length)}), expected);
 }
 
-void compare_lists(const Bytes& list) {
+void compare_lists(const ByteString& list) {
     const ExactBytes bytes(list);
     const struct {
         bool for_pdol;
@@ -133,8 +133,8 @@ void compare_lists(const Bytes& list) {
 class MalformedData : public StoreTest {
   protected:
     // Everything that a walk may change.
-    static Bytes snapshot() {
-        Bytes all;
+    static ByteString snapshot() {
+        ByteString all;
         const auto add = [&all](const void* data, std::size_t size) {
             const auto* bytes = static_cast<const std::uint8_t*>(data);
             all.insert(all.end(), bytes, bytes + size);
@@ -150,10 +150,10 @@ class MalformedData : public StoreTest {
         return all;
     }
 
-    static void compare_walk(const Bytes& parent, const Bytes& data) {
+    static void compare_walk(const ByteString& parent, const ByteString& data) {
         emvClrIccAndTermData();
         const int expected = reference_walk(parent, data);
-        const Bytes expected_store = snapshot();
+        const ByteString expected_store = snapshot();
         emvClrIccAndTermData();
         EXPECT_EQ(parent.empty() ? walk(data) : walk_template(to_hex(parent), data), expected);
         EXPECT_TRUE(snapshot() == expected_store);
@@ -163,7 +163,7 @@ class MalformedData : public StoreTest {
 TEST_F(MalformedData, CodecGivesTheReferenceResults) {
     Source source(20250101);
     for (int i = 0; i < 30000; ++i) {
-        const Bytes data = source.any(40);
+        const ByteString data = source.any(40);
         SCOPED_TRACE(to_hex(data));
         compare_codec(data);
     }
@@ -172,7 +172,7 @@ TEST_F(MalformedData, CodecGivesTheReferenceResults) {
 TEST_F(MalformedData, CodecTakesLongTagsAndLengthFields) {
     Source source(20250102);
     for (int i = 0; i < 300; ++i) {
-        Bytes data(source.below(600) + 1, source.below(2) == 0 ? 0xFF : 0x9F);
+        ByteString data(source.below(600) + 1, source.below(2) == 0 ? 0xFF : 0x9F);
         data[source.below(data.size())] = source.telling_byte();
         data[source.below(data.size())] = source.telling_byte();
         SCOPED_TRACE(to_hex(data));
@@ -183,10 +183,10 @@ TEST_F(MalformedData, CodecTakesLongTagsAndLengthFields) {
 
 TEST_F(MalformedData, SearchGivesTheReferenceResults) {
     Source source(20250103);
-    const Bytes tags[] = {hex("5A"),   hex("8F"), hex("9F18"),   hex("BF0C"),
-                          hex("9F36"), hex("70"), hex("9F8101"), hex("00")};
+    const ByteString tags[] = {hex("5A"),   hex("8F"), hex("9F18"),   hex("BF0C"),
+                               hex("9F36"), hex("70"), hex("9F8101"), hex("00")};
     for (int i = 0; i < 20000; ++i) {
-        const Bytes data = source.any(257);
+        const ByteString data = source.any(257);
         SCOPED_TRACE(to_hex(data));
         compare_search(data, tags[source.below(std::size(tags))]);
     }
@@ -206,12 +206,12 @@ TEST_F(MalformedData, ListsGiveTheReferenceAnswers) {
             ASSERT_EQ(
                 set_length_of(key_index, static_cast<std::uint16_t>(source.below(2)), Current), 0);
         }
-        Bytes list;
+        ByteString list;
         for (std::size_t entries = source.below(8); entries > 0; --entries) {
             static const char* const tags[] = {"9F02", "9F1A", "5A", "9F22", "95",    "C1",
                                                "9F70", "70",   "42", "DF69", "9F8101"};
             const std::size_t kinds = source.below(6) == 0 ? 11 : 10;
-            const Bytes tag = hex(tags[source.below(kinds)]);
+            const ByteString tag = hex(tags[source.below(kinds)]);
             list.insert(list.end(), tag.begin(), tag.end());
             list.push_back(static_cast<std::uint8_t>(source.below(12)));
         }
@@ -235,7 +235,7 @@ TEST_F(MalformedData, WalksStoreWhatTheReferenceStores) {
     Source source(20250105);
     const char* const parents[] = {"", "70", "77", "A5", "BF0C", "7F8101"};
     for (int i = 0; i < 3000; ++i) {
-        const Bytes data = source.any(80);
+        const ByteString data = source.any(80);
         SCOPED_TRACE(to_hex(data));
         compare_walk(hex(parents[source.below(std::size(parents))]), data);
     }
@@ -247,16 +247,16 @@ TEST_F(MalformedData, TagsAround256Bytes) {
     store("81", "11223344");
     for (const unsigned first : {0x1Fu, 0x3Fu, 0x5Fu, 0x7Fu, 0x9Fu, 0xBFu, 0xDFu, 0xFFu}) {
         for (const std::size_t middle : {253u, 254u, 255u, 256u}) {
-            const Bytes tag = join(filled(1, static_cast<std::uint8_t>(first)),
-                                   filled(middle, 0x81), filled(1, 0x01));
+            const ByteString tag = join(filled(1, static_cast<std::uint8_t>(first)),
+                                        filled(middle, 0x81), filled(1, 0x01));
             SCOPED_TRACE(testing::Message() << "first byte " << first << ", middle " << middle);
             compare_lists(join(hex("9A03"), tag, hex("03 9A03")));
             for (const std::size_t behind : {0u, 300u, 0x9000u}) {
-                const Bytes data = join(tag, filled(behind, 0x00), hex("8F 01 92"));
+                const ByteString data = join(tag, filled(behind, 0x00), hex("8F 01 92"));
                 compare_codec(data);
                 compare_walk({}, data);
                 compare_walk(hex("70"), data);
-                const Bytes noise = join(tag, source.bytes(behind), hex("8F 01 92"));
+                const ByteString noise = join(tag, source.bytes(behind), hex("8F 01 92"));
                 compare_codec(noise);
                 compare_walk({}, noise);
             }
@@ -265,23 +265,23 @@ TEST_F(MalformedData, TagsAround256Bytes) {
 }
 
 TEST_F(MalformedData, EveryCutOfAResponse) {
-    const Bytes responses[] = {
+    const ByteString responses[] = {
         hex("70 81 2F 57 13 6200000000000000005D29122010000000000F 5A 0A 6200000000000000005F"
             "5F24 03 291231 8F 01 92 9F07 02 FF00"),
         hex("6F 2A 84 07 A0000003330101 A5 1F 50 04 50424F43 87 01 01 9F38 03 9F3704"
             "BF0C 0D 5F55 02 434E 42 03 620000 9F0D 00"),
         hex("77 1E 9F27 01 80 9F36 02 0001 9F26 08 0102030405060708 9F10 07 07010103A00000"),
     };
-    for (const Bytes& response : responses) {
+    for (const ByteString& response : responses) {
         ASSERT_EQ(walk(response), 0) << to_hex(response);
         for (std::size_t size = 0; size < response.size(); ++size) {
-            const Bytes cut = copied(slice(response, 0, size));
+            const ByteString cut = copied(slice(response, 0, size));
             SCOPED_TRACE(to_hex(cut));
             compare_walk({}, cut);
             compare_codec(cut);
             compare_search(cut, hex("9F36"));
             // A length that lies: every byte replaced in turn.
-            Bytes changed = response;
+            ByteString changed = response;
             for (const unsigned byte : {0x00u, 0x7Fu, 0x80u, 0x81u, 0x82u, 0xFFu}) {
                 changed[size] = static_cast<std::uint8_t>(byte);
                 compare_walk({}, changed);
@@ -295,7 +295,8 @@ TEST_F(MalformedData, EveryCutOfAResponse) {
 TEST_F(MalformedData, InputsOf64KiB) {
     Source source(20250106);
     for (int i = 0; i < 12; ++i) {
-        Bytes data = i % 3 == 0 ? filled(0xFFFF, i % 2 == 0 ? 0x9F : 0x70) : source.bytes(0xFFFF);
+        ByteString data =
+            i % 3 == 0 ? filled(0xFFFF, i % 2 == 0 ? 0x9F : 0x70) : source.bytes(0xFFFF);
         if (i % 3 == 2) {
             data = join(hex("DF7F 82FF00"), filled(0xFF00, 0x5A), source.bytes(0xFA));
         }
@@ -316,7 +317,7 @@ TEST_F(MalformedData, InputsOf64KiB) {
 TEST_F(MalformedData, ListsOf64KiB) {
     Source source(20250107);
     for (int i = 0; i < 4; ++i) {
-        Bytes list;
+        ByteString list;
         while (list.size() + 3 <= 0xFFFF) {
             const auto entry_size = static_cast<std::uint8_t>(source.below(3));
             list.insert(list.end(), {0x9F, 0x02, entry_size});

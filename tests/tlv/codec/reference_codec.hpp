@@ -96,7 +96,7 @@ inline View rest_of(View data, std::size_t from) {
 inline bool same(View a, View b) {
     return std::ranges::equal(a, b);
 }
-inline Bytes copied(View bytes) {
+inline ByteString copied(View bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
@@ -134,7 +134,7 @@ inline int reference_check(View string) {
 
 struct ReferenceSearch {
     int result;
-    Bytes value;
+    ByteString value;
     bool operator==(const ReferenceSearch&) const = default;
 };
 inline std::ostream& operator<<(std::ostream& out, const ReferenceSearch& search) {
@@ -145,7 +145,7 @@ inline ReferenceSearch reference_search(View string, View tag) {
     if (string.size() > 256) {
         return {-31, {}};
     }
-    std::optional<Bytes> value;
+    std::optional<ByteString> value;
     for (std::size_t position = 0; position < string.size();) {
         if (is_padding(string[position])) {
             position += 1;
@@ -153,20 +153,20 @@ inline ReferenceSearch reference_search(View string, View tag) {
         }
         const ReferenceObject object = reference_object(rest_of(string, position));
         if (object.result < 0) {
-            return {-31, value.value_or(Bytes{})};
+            return {-31, value.value_or(ByteString{})};
         }
         if (same(slice(string, position, object.tag), tag)) {
             if (value) {
                 return {-30, *value};
             }
             value = copied(slice(string, position + object.header(), object.value));
-            if (same(tag, Bytes{0x9F, 0x18})) {
+            if (same(tag, ByteString{0x9F, 0x18})) {
                 return {0, *value};
             }
         }
         position += object.result == 1 ? object.header() : object.size();
     }
-    return {value ? 0 : 1, value.value_or(Bytes{})};
+    return {value ? 0 : 1, value.value_or(ByteString{})};
 }
 
 // The walk of a card response, template by template; stores through the library, whose store has
@@ -214,7 +214,7 @@ inline int reference_walk(View parent, View data) {
 
 struct ReferenceBuilt {
     int result;
-    Bytes data;
+    ByteString data;
     bool operator==(const ReferenceBuilt&) const = default;
 };
 inline std::ostream& operator<<(std::ostream& out, const ReferenceBuilt& built) {
@@ -233,7 +233,7 @@ inline ReferenceBuilt reference_dol(View list, bool for_pdol) {
             return {-31, built.data};
         }
         const std::string name = to_hex(slice(list, position, tag.length));
-        Bytes entry(length.value, 0x00);
+        ByteString entry(length.value, 0x00);
         if (tag.result == 0 && length.value != 0) {
             const Read stored = read(name, length.value);
             if (stored.result < 0 && stored.result != -30) {

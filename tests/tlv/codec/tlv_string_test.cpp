@@ -17,7 +17,7 @@ std::ostream& operator<<(std::ostream& out, const SearchResult& search) {
 }
 
 // The output buffer must hold the value and then its old bytes.
-SearchResult find(const Bytes& string, std::string_view tag, std::size_t written) {
+SearchResult find(const ByteString& string, std::string_view tag, std::size_t written) {
     const ExactBytes bytes(string);
     const ExactBytes wanted(hex(tag));
     GuardedBuffer out(256);
@@ -89,7 +89,7 @@ TEST(TlvSearch, DeliberatelyWalksOutOfATemplateThatIsTooShort) {
 }
 
 TEST(TlvSearch, TakesAtMost256Bytes) {
-    const Bytes longest = join(hex("DF7F 81 FC"), filled(0xFC, 0x11));
+    const ByteString longest = join(hex("DF7F 81 FC"), filled(0xFC, 0x11));
     ASSERT_EQ(longest.size(), 256u);
     EXPECT_EQ(find(longest, "DF7F", 0xFC), (SearchResult{0, 0xFC, to_hex(filled(0xFC, 0x11))}));
     EXPECT_EQ(find(join(longest, hex("00")), "DF7F", 0), (SearchResult{-31, 0, ""}));
@@ -98,9 +98,9 @@ TEST(TlvSearch, TakesAtMost256Bytes) {
 }
 
 TEST(TlvSearch, OutputMayLieInTheString) {
-    Bytes string = hex("8F 02 0102 5A 03 620005");
+    ByteString string = hex("8F 02 0102 5A 03 620005");
     std::uint16_t length = 0;
-    const Bytes tag = hex("5A");
+    const ByteString tag = hex("5A");
     EXPECT_EQ(tlvGetTLVDataInString(string.data(), static_cast<std::uint16_t>(string.size()),
                                     tag.data(), 1, string.data() + 5, &length),
               0);
@@ -109,8 +109,8 @@ TEST(TlvSearch, OutputMayLieInTheString) {
 }
 
 TEST(TlvSearch, RefusesNullPointers) {
-    const Bytes string = hex("5A 01 62");
-    const Bytes tag = hex("5A");
+    const ByteString string = hex("5A 01 62");
+    const ByteString tag = hex("5A");
     std::uint8_t out[256];
     std::uint16_t length = 0x7777;
     EXPECT_EQ(tlvGetTLVDataInString(nullptr, 3, tag.data(), 1, out, &length), -31);
@@ -157,7 +157,7 @@ TEST(TlvString, IsWellFormedOrNot) {
 }
 
 TEST(TlvString, MayBe64KiB) {
-    const auto check = [](const Bytes& string) {
+    const auto check = [](const ByteString& string) {
         const ExactBytes bytes(string);
         return int{emvCheckTLVString(bytes.data(), bytes.size16())};
     };
@@ -165,7 +165,7 @@ TEST(TlvString, MayBe64KiB) {
     EXPECT_EQ(check(filled(0xFFFF, 0xFF)), 0);
     EXPECT_EQ(check(join(hex("DF7F 82FFFA"), filled(0xFFFA, 0x11))), 0);
     EXPECT_EQ(check(join(hex("DF7F 82FFFB"), filled(0xFFFA, 0x11))), -30);
-    Bytes templates;
+    ByteString templates;
     while (templates.size() < 0xFFFE) {
         templates.insert(templates.end(), {0x70, 0x00});
     }
@@ -186,7 +186,7 @@ TEST(Append, WritesTagLengthAndValue) {
     for (const auto& c : cases) {
         const ExactBytes tag(hex(c.tag));
         const ExactBytes value(filled(c.value_length, 0x3C));
-        const Bytes object = join(hex(c.header), filled(c.value_length, 0x3C));
+        const ByteString object = join(hex(c.header), filled(c.value_length, 0x3C));
         // At the start, and behind three bytes that stay.
         for (const std::uint32_t start : {0u, 3u}) {
             GuardedBuffer out(start + object.size());
@@ -203,7 +203,7 @@ TEST(Append, WritesTagLengthAndValue) {
 
 TEST(Append, TakesLongTags) {
     const ExactBytes tag(join(filled(254, 0x9F), filled(1, 0x01)));
-    const Bytes value = hex("AA");
+    const ByteString value = hex("AA");
     GuardedBuffer out(257);
     std::uint32_t position = 0;
     EXPECT_EQ(ucAppendTLV(out.data(), &position, tag.data(), 255, value.data(), 1), 0);
@@ -212,8 +212,8 @@ TEST(Append, TakesLongTags) {
 }
 
 TEST(Append, WritesNothingForAnEmptyTagOrANullPointer) {
-    const Bytes tag = hex("5A");
-    const Bytes value = hex("62");
+    const ByteString tag = hex("5A");
+    const ByteString value = hex("62");
     GuardedBuffer out(8);
     std::uint32_t position = 2;
     EXPECT_EQ(ucAppendTLV(out.data(), &position, tag.data(), 0, value.data(), 1), 1);

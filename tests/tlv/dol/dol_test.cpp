@@ -19,7 +19,7 @@ using Builder = std::int32_t (*)(std::uint8_t*, std::uint16_t*, const std::uint8
 
 // Into a buffer of exactly `room` bytes, of which those from the reported length on must be as
 // before.
-Built build(Builder builder, const Bytes& list, std::size_t room) {
+Built build(Builder builder, const ByteString& list, std::size_t room) {
     const ExactBytes bytes(list);
     GuardedBuffer out(room);
     std::uint16_t length = 0x7777;
@@ -154,7 +154,7 @@ TEST_F(Dol, BuildsTheLongestEntries) {
 }
 
 TEST_F(Dol, BuildsFromTheLongestList) {
-    Bytes list;
+    ByteString list;
     while (list.size() < 0xFFFE) {
         list.insert(list.end(), {0x9C, 0x01});
     }
@@ -163,7 +163,7 @@ TEST_F(Dol, BuildsFromTheLongestList) {
 }
 
 TEST_F(Dol, AnAnswerAbove64KiBIsWrittenWholeAndCountedIn16Bits) {
-    const Bytes list = hex("9A82FFFF 9A03");
+    const ByteString list = hex("9A82FFFF 9A03");
     const ExactBytes bytes(list);
     GuardedBuffer out(0x10002);
     std::uint16_t length = 0;
@@ -237,7 +237,7 @@ TEST_F(Dol, BuildingChangesNothingInTheStore) {
 
 TEST_F(Dol, RefusesNullPointers) {
     for (const Builder builder : {dolPaddingDOL, dolPaddingPdol}) {
-        const Bytes list = hex("9A03");
+        const ByteString list = hex("9A03");
         GuardedBuffer out(3);
         std::uint16_t length = 0x7777;
         EXPECT_EQ(builder(out.data(), &length, nullptr, 2), -30);
@@ -252,7 +252,7 @@ TEST_F(Dol, RefusesNullPointers) {
     }
 }
 
-std::int32_t asks_for(const Bytes& list, std::string_view tag) {
+std::int32_t asks_for(const ByteString& list, std::string_view tag) {
     const ExactBytes bytes(list);
     const ExactBytes wanted(hex(tag));
     return dolCheckTagInDol(wanted.data(), wanted.size8(), bytes.data(), bytes.size8());
@@ -296,7 +296,7 @@ TEST(TagInDol, DoesNotLookAtTheLengthsValue) {
 }
 
 TEST(TagInDol, SearchesTheLongestList) {
-    Bytes list;
+    ByteString list;
     while (list.size() < 252) {
         list.insert(list.end(), {0x9F, 0x02, 0x06});
     }
@@ -306,7 +306,7 @@ TEST(TagInDol, SearchesTheLongestList) {
 }
 
 TEST(TagInDol, RefusesNullPointers) {
-    const Bytes list = hex("9A03");
+    const ByteString list = hex("9A03");
     EXPECT_EQ(dolCheckTagInDol(nullptr, 1, list.data(), 2), 0);
     EXPECT_EQ(dolCheckTagInDol(list.data(), 1, nullptr, 2), -31);
     EXPECT_EQ(dolCheckTagInDol(list.data(), 1, nullptr, 0), 0);

@@ -33,7 +33,7 @@ TEST_F(IssuerDataExtraction, StoresResponseCodeAuthenticationDataAndScript) {
 // --- the copy of at most 512 bytes ---
 
 TEST_F(IssuerDataExtraction, TakesDataOf512Bytes) {
-    const Bytes data =
+    const ByteString data =
         join(hex("8A023030"), object("C1", filled(494, 0x55)), hex("91080102030405060708"));
     ASSERT_EQ(data.size(), 512u);
     EXPECT_EQ(extract_bytes(data), 0);
@@ -42,7 +42,7 @@ TEST_F(IssuerDataExtraction, TakesDataOf512Bytes) {
 }
 
 TEST_F(IssuerDataExtraction, StoresNothingOfMoreThan512Bytes) {
-    const Bytes data =
+    const ByteString data =
         join(hex("8A023030 91080102030405060708 7102 8600"), object("C1", filled(491, 0x55)));
     ASSERT_EQ(data.size(), 513u);
     EXPECT_EQ(extract_bytes(data), 0);
@@ -52,7 +52,7 @@ TEST_F(IssuerDataExtraction, StoresNothingOfMoreThan512Bytes) {
 TEST_F(IssuerDataExtraction, TakesNoDataAndNoPointer) {
     EXPECT_EQ(emvExtractIssuerData(nullptr, 0), 0);
     EXPECT_EQ(emvExtractIssuerData(nullptr, 10), 0);
-    EXPECT_EQ(extract_bytes(Bytes{}), 0);
+    EXPECT_EQ(extract_bytes(ByteString{}), 0);
     expect_untouched();
 }
 
@@ -166,7 +166,7 @@ TEST_F(IssuerDataExtraction, CollectsAScriptWhoseContentIsMalformed) {
 
 TEST_F(IssuerDataExtraction, StoresAScriptBufferOf256Bytes) {
     // Count, size, script of 253 bytes, zero byte.
-    const Bytes script = object("71", object("86", filled(247, 0xAB)));
+    const ByteString script = object("71", object("86", filled(247, 0xAB)));
     ASSERT_EQ(script.size(), 253u);
     extract_bytes(script);
     EXPECT_TRUE(script_area_holds(join(hex("01 FD"), script, hex("00"))));
@@ -174,8 +174,8 @@ TEST_F(IssuerDataExtraction, StoresAScriptBufferOf256Bytes) {
 }
 
 TEST_F(IssuerDataExtraction, StoresNoScriptAtAllWhenTheyExceed256Bytes) {
-    const Bytes small = card_bytes("71[ 86[84180000] ]");
-    const Bytes large = object("72", object("86", filled(239, 0xAB)));
+    const ByteString small = card_bytes("71[ 86[84180000] ]");
+    const ByteString large = object("72", object("86", filled(239, 0xAB)));
     ASSERT_EQ(1 + 1 + small.size() + 1 + large.size() + 1, 257u);
     extract_bytes(join(hex("8A023030"), small, large));
     EXPECT_TRUE(script_area_holds({}));
@@ -190,7 +190,7 @@ TEST_F(IssuerDataExtraction, ScriptsThatDoNotFitLeaveTheEarlierOnesInPlace) {
 }
 
 TEST_F(IssuerDataExtraction, SurvivesTheMostScriptsThat512BytesCanHold) {
-    Bytes data;
+    ByteString data;
     for (int i = 0; i < 256; ++i) {
         data = join(data, hex("7200"));
     }
@@ -200,8 +200,8 @@ TEST_F(IssuerDataExtraction, SurvivesTheMostScriptsThat512BytesCanHold) {
 }
 
 TEST_F(IssuerDataExtraction, StoresTheMostScriptsThatTheBufferHolds) {
-    Bytes data;
-    Bytes buffer = hex("54");  // 84 scripts
+    ByteString data;
+    ByteString buffer = hex("54");  // 84 scripts
     for (int i = 0; i < 84; ++i) {
         data = join(data, hex("7100"));
         buffer = join(buffer, hex("027100"));
@@ -262,12 +262,12 @@ INSTANTIATE_TEST_SUITE_P(IssuerData, MalformedIssuerData, testing::ValuesIn(malf
 
 // Any cut of a full answer: no byte outside it is read (the heap block is exactly as long).
 TEST_F(IssuerDataExtraction, SurvivesEveryCutOfAnAnswer) {
-    const Bytes whole = card_bytes(
+    const ByteString whole = card_bytes(
         "8A[3030] 89['ABC123'] 91[0102030405060708] 71[ 9F18[11223344] 86[00DA9F5800] ] 72[ 860484 "
         "]");
     for (std::size_t length = 0; length <= whole.size(); ++length) {
         emvClrIccAndTermData();
-        const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        const ByteString cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
         EXPECT_EQ(extract_bytes(cut), 0);
         EXPECT_EQ(element("8A"), length >= 4 ? "3030" : "absent") << length;
         EXPECT_EQ(element("89"), length >= 12 ? "414243313233" : "absent") << length;

@@ -19,7 +19,7 @@ class IssuerScriptTest : public LibraryTest {
         std::ranges::fill(gl_Iss_Script, std::uint8_t{0});
         gl_cScptIDExist = 0;
         ReaderHandle = 7;
-        reader().card = [this](const Bytes&) {
+        reader().card = [this](const ByteString&) {
             if (next_ < card_answers.size()) {
                 return card_answers[next_++];
             }
@@ -29,50 +29,50 @@ class IssuerScriptTest : public LibraryTest {
 
     // Takes issuer data in card notation.
     static std::int32_t extract(std::string_view text) { return extract_bytes(card_bytes(text)); }
-    static std::int32_t extract_bytes(const Bytes& data) {
+    static std::int32_t extract_bytes(const ByteString& data) {
         return emvExtractIssuerData(data.data(), static_cast<std::uint16_t>(data.size()));
     }
 
-    static std::int32_t check(const Bytes& script) {
+    static std::int32_t check(const ByteString& script) {
         return emvCheckIssuerScript(script.data(), static_cast<std::uint16_t>(script.size()));
     }
     static std::int32_t check(std::string_view text) { return check(card_bytes(text)); }
 
-    static std::int32_t run_value(const Bytes& value) {
+    static std::int32_t run_value(const ByteString& value) {
         return emvIssuerCommandProcess(value.data(), static_cast<std::uint16_t>(value.size()));
     }
     static std::int32_t run_value(std::string_view text) { return run_value(card_bytes(text)); }
 
     // Collects these scripts, as they would come from the issuer.
     static void collect(std::initializer_list<std::string_view> scripts) {
-        Bytes data;
+        ByteString data;
         for (const std::string_view script : scripts) {
             data = join(data, card_bytes(script));
         }
         extract_bytes(data);
     }
     // Puts a script buffer into the store that no issuer data would give.
-    static void store_buffer(const Bytes& buffer) { put("71", buffer); }
+    static void store_buffer(const ByteString& buffer) { put("71", buffer); }
 
     // An element as "state length value", the value over its current length; "absent" for one that
     // is as the reset left it.
     static std::string element(std::string_view tag_text) {
-        const Bytes tag = hex(tag_text);
+        const ByteString tag = hex(tag_text);
         const auto tag_length = static_cast<std::uint8_t>(tag.size());
         std::uint16_t length = emvGetDataElementLength(tag.data(), tag_length, 0);
         const std::int32_t state = emvGetDataElementState(tag.data(), tag_length);
         if (length == 0) {
             return state == 0 ? "absent" : "empty";
         }
-        Bytes value(length);
+        ByteString value(length);
         EXPECT_GT(emvGetDataElement(tag.data(), tag_length, &length, value.data()), 0);
         return (state == 1 ? "" : "unset ") + to_hex(value);
     }
 
     // The whole script area of 512 bytes.
-    static testing::AssertionResult script_area_holds(Bytes expected) {
+    static testing::AssertionResult script_area_holds(ByteString expected) {
         expected.resize(sizeof gl_Iss_Script);
-        const Bytes actual(std::begin(gl_Iss_Script), std::end(gl_Iss_Script));
+        const ByteString actual(std::begin(gl_Iss_Script), std::end(gl_Iss_Script));
         if (actual == expected) {
             return testing::AssertionSuccess();
         }
@@ -82,12 +82,12 @@ class IssuerScriptTest : public LibraryTest {
 
     // Result entries from the first one; all entries after them are zero.
     static testing::AssertionResult entries_are(std::initializer_list<std::string_view> entries) {
-        Bytes expected;
+        ByteString expected;
         for (const std::string_view entry : entries) {
             expected = join(expected, hex(entry));
         }
         expected.resize(sizeof gl_Iss_ScriptRslt);
-        const Bytes actual(std::begin(gl_Iss_ScriptRslt), std::end(gl_Iss_ScriptRslt));
+        const ByteString actual(std::begin(gl_Iss_ScriptRslt), std::end(gl_Iss_ScriptRslt));
         if (actual == expected) {
             return testing::AssertionSuccess();
         }

@@ -119,7 +119,7 @@ class RefusedScript : public ScriptCheck, public testing::WithParamInterface<Ref
 
 TEST_P(RefusedScript, IsRecordedAsRefused) {
     // An entry that must not stay as it is.
-    const Bytes stale = hex("E1E2E3E4");
+    const ByteString stale = hex("E1E2E3E4");
     emvSetIssScrptRslt(2, 9);
     emvSetIssScrptRsltID(stale.data());
     EXPECT_EQ(check(GetParam().script), GetParam().code);
@@ -173,7 +173,7 @@ struct UnrecordedCase {
 class UnrecordedScript : public ScriptCheck, public testing::WithParamInterface<UnrecordedCase> {};
 
 TEST_P(UnrecordedScript, GivesMinus30AndRecordsNothing) {
-    const Bytes stale = hex("E1E2E3E4");
+    const ByteString stale = hex("E1E2E3E4");
     emvSetIssScrptRslt(2, 9);
     emvSetIssScrptRsltID(stale.data());
     EXPECT_EQ(check(GetParam().script), -30);
@@ -208,7 +208,7 @@ TEST_F(ScriptCheck, RefusesANullPointer) {
 // --- beyond 255 bytes ---
 
 TEST_F(ScriptCheck, WalksContentsOf255Bytes) {
-    const Bytes script = object("71", object("86", filled(252, 0x84)));
+    const ByteString script = object("71", object("86", filled(252, 0x84)));
     ASSERT_EQ(script.size(), 3u + 255u);
     EXPECT_EQ(check(script), 0);
 }
@@ -224,7 +224,7 @@ TEST_F(ScriptCheck, DeliberatelyCountsTheRemainingContentsModulo256) {
 }
 
 TEST_F(ScriptCheck, AnIdentifierInAScriptOfMoreThan256BytesIsNotLookedForBeforehand) {
-    const Bytes contents = join(object("86", filled(250, 0x84)), hex("9F180411223344"));
+    const ByteString contents = join(object("86", filled(250, 0x84)), hex("9F180411223344"));
     EXPECT_EQ(check(object("71", join(contents, hex("8605")))), -31);
     EXPECT_TRUE(entries_are({"0000000000"}));
 }
@@ -244,7 +244,7 @@ TEST_F(ScriptCheck, WritesNoIdentifierOnceTwelveEntriesAreFinal) {
 TEST_F(ScriptCheck, WritesTheTwelfthEntry) {
     gl_Iss_NumScriptRslt = 11;
     EXPECT_EQ(check("71[ 9F18[11223344] ]"), 0);
-    const Bytes last(std::end(gl_Iss_ScriptRslt) - 5, std::end(gl_Iss_ScriptRslt));
+    const ByteString last(std::end(gl_Iss_ScriptRslt) - 5, std::end(gl_Iss_ScriptRslt));
     EXPECT_EQ(to_hex(last), "0011223344");
     gl_Iss_NumScriptRslt = 0;
 }

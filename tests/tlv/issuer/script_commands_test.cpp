@@ -100,8 +100,8 @@ TEST_F(ScriptCommands, AnEmptyTemplateIsSuccessful) {
 
 TEST_F(ScriptCommands, ReportNotPerformedUntilTheyHaveAllBeenSent) {
     emvSetIssScrptRslt(2, 9);
-    Bytes during;
-    reader().card = [&](const Bytes&) {
+    ByteString during;
+    reader().card = [&](const ByteString&) {
         during.push_back(gl_Iss_ScriptRslt[0]);
         return answer("9000");
     };
@@ -186,7 +186,7 @@ INSTANTIATE_TEST_SUITE_P(IssuerData, ShortCommand, testing::ValuesIn(short_cases
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(ScriptCommands, TheNumberOfTheFailingCommandIsCappedAt15) {
-    Bytes value;
+    ByteString value;
     for (int i = 0; i < 14; ++i) {
         value = join(value, hex("860484180000"));
     }
@@ -198,7 +198,7 @@ TEST_F(ScriptCommands, TheNumberOfTheFailingCommandIsCappedAt15) {
 }
 
 TEST_F(ScriptCommands, TheNumberStaysCappedBeyond255Commands) {
-    Bytes value;
+    ByteString value;
     for (int i = 0; i < 256; ++i) {
         value = join(value, hex("860484180000"));
     }

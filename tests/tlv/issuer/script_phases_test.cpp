@@ -15,17 +15,17 @@ class ScriptPhases : public IssuerScriptTest {
     static constexpr const char* unblock = "841800000000";  // as sent
 
     // A script of one UPDATE-like command, `size` bytes in all, with or without identifier.
-    static Bytes script_of(std::string_view tag, std::size_t size,
-                           std::string_view identifier = "") {
-        Bytes contents;
+    static ByteString script_of(std::string_view tag, std::size_t size,
+                                std::string_view identifier = "") {
+        ByteString contents;
         if (!identifier.empty()) {
             contents = object("9F18", hex(identifier));
         }
         // Tag and length of the template, of the command, and CLA INS P1 P2 Lc.
         const std::size_t data = size - 2 - contents.size() - 2 - 5;
-        contents = join(contents,
-                        object("86", join(hex("84DC0100"), Bytes{static_cast<std::uint8_t>(data)},
-                                          filled(data, 0xD1))));
+        contents = join(contents, object("86", join(hex("84DC0100"),
+                                                    ByteString{static_cast<std::uint8_t>(data)},
+                                                    filled(data, 0xD1))));
         return object(tag, contents);
     }
 };
@@ -144,7 +144,7 @@ TEST_F(ScriptPhases, TakeDataBeyondACommandFromTheStoredScripts) {
 
 TEST_F(ScriptPhases, TakeZerosBeyondTheStoredArea) {
     // Two objects that are no scripts fill the area up to a script that ends with it.
-    const Bytes area =
+    const ByteString area =
         join(hex("03"), hex("FD"), object("70", filled(250, 0)), hex("F6"),
              object("70", filled(243, 0)), hex("09"), card_bytes("71[ 86[841E0000 03] ]"));
     ASSERT_EQ(area.size(), sizeof gl_Iss_Script);
@@ -252,7 +252,7 @@ TEST_F(ScriptPhases, ARefusedScriptOfTheOtherPhaseStaysButShowsInTvrAndTsi) {
 }
 
 TEST_F(ScriptPhases, DeliberatelyALengthMismatchMovesOnWithTheEntryAsItStands) {
-    const Bytes stale = hex("E1E2E3E4");
+    const ByteString stale = hex("E1E2E3E4");
     emvSetIssScrptRslt(2, 9);
     emvSetIssScrptRsltID(stale.data());
     store_buffer(join(hex("01 0A"), card_bytes("71[ 86[84180000] ] 0000"), hex("00")));
@@ -413,7 +413,7 @@ TEST_F(ScriptPhases, TheIdentifierFlagIsClearedBeforeEachScript) {
 // --- the result list ---
 
 TEST_F(ScriptPhases, RecordTwelveScriptsAndRunTheOthersAllTheSame) {
-    Bytes data;
+    ByteString data;
     for (int i = 0; i < 14; ++i) {
         data = join(data, card_bytes("71[ 86[84180000] ]"));
     }
@@ -438,7 +438,7 @@ TEST_F(ScriptPhases, TheCountWrapsAt256) {
 // --- buffers that no issuer data give ---
 
 TEST_F(ScriptPhases, SurviveABufferThatCountsMoreScriptsThanItHolds) {
-    Bytes buffer = join(hex("FF 08"), card_bytes("71[ 86[84180000] ]"));
+    ByteString buffer = join(hex("FF 08"), card_bytes("71[ 86[84180000] ]"));
     buffer.resize(256, 0xFF);
     store_buffer(buffer);
     EXPECT_EQ(emvScriptProcess(1), 0);

@@ -135,8 +135,8 @@ class CardBehaviour : public CardTest {
 
 // "9000", "6C05", or with the cryptogram's type behind it: "9000 TC".
 std::string told(const CardReply& reply) {
-    std::string text = to_hex(Bytes{static_cast<std::uint8_t>(reply.status >> 8),
-                                    static_cast<std::uint8_t>(reply.status)});
+    std::string text = to_hex(ByteString{static_cast<std::uint8_t>(reply.status >> 8),
+                                         static_cast<std::uint8_t>(reply.status)});
     if (!reply.data.empty() && reply.data[0] == 0x77) {
         if (const auto information = element(reply.data, "9F27")) {
             text += information->at(0) == 0x80   ? " ARQC"

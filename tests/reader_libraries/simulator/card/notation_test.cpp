@@ -14,12 +14,12 @@ using simulator::parse_bytes;
 using simulator::parse_encoded_element;
 
 TEST(ProfileNotation, JoinsDigitsTextAndRepetitions) {
-    EXPECT_EQ(parse_bytes(""), Bytes{});
+    EXPECT_EQ(parse_bytes(""), ByteString{});
     EXPECT_EQ(parse_bytes("  0a 0B  "), hex("0A0B"));
     EXPECT_EQ(parse_bytes("9999 D 30 12 F"), hex("9999D3012F"));
     EXPECT_EQ(parse_bytes("01 'A B' 'C'00*3 FF"),
               join(hex("01"), text_bytes("A BC"), hex("000000FF")));
-    EXPECT_EQ(parse_bytes("AB*0"), Bytes{});
+    EXPECT_EQ(parse_bytes("AB*0"), ByteString{});
     EXPECT_EQ(parse_bytes("'5F24'"), text_bytes("5F24"));
 }
 

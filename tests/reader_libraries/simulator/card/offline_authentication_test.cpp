@@ -11,17 +11,17 @@ namespace quorrin::test {
 namespace {
 
 struct PublicKey {
-    Bytes modulus;
-    Bytes exponent = hex("03");
+    ByteString modulus;
+    ByteString exponent = hex("03");
 };
 
-Bytes power(const PublicKey& key, const Bytes& block) {
+ByteString power(const PublicKey& key, const ByteString& block) {
     BN_CTX* context = BN_CTX_new();
     BIGNUM* base = BN_bin2bn(block.data(), static_cast<int>(block.size()), nullptr);
     BIGNUM* n = BN_bin2bn(key.modulus.data(), static_cast<int>(key.modulus.size()), nullptr);
     BIGNUM* e = BN_bin2bn(key.exponent.data(), static_cast<int>(key.exponent.size()), nullptr);
     BN_mod_exp(base, base, e, n, context);
-    Bytes result(key.modulus.size());
+    ByteString result(key.modulus.size());
     BN_bn2binpad(base, result.data(), static_cast<int>(result.size()));
     BN_free(base);
     BN_free(n);
@@ -30,8 +30,8 @@ Bytes power(const PublicKey& key, const Bytes& block) {
     return result;
 }
 
-Bytes sha1_of(const Bytes& data) {
-    Bytes hash(20);
+ByteString sha1_of(const ByteString& data) {
+    ByteString hash(20);
     EVP_Digest(data.data(), data.size(), hash.data(), nullptr, EVP_sha1(), nullptr);
     return hash;
 }
@@ -54,28 +54,29 @@ PublicKey test_ca() {
     return ca;
 }
 
-Bytes part(const Bytes& bytes, std::size_t from, std::size_t count) {
+ByteString part(const ByteString& bytes, std::size_t from, std::size_t count) {
     const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(from);
     return {begin, begin + static_cast<std::ptrdiff_t>(count)};
 }
 
 // What a signature covers, header, trailer and hash taken off and checked. `more` goes into the hash.
-Bytes recovered(const PublicKey& key, const Bytes& signature, const Bytes& more) {
+ByteString recovered(const PublicKey& key, const ByteString& signature, const ByteString& more) {
     EXPECT_EQ(signature.size(), key.modulus.size());
-    const Bytes clear = power(key, signature);
+    const ByteString clear = power(key, signature);
     EXPECT_EQ(clear.front(), 0x6A);
     EXPECT_EQ(clear.back(), 0xBC);
-    const Bytes content = part(clear, 1, clear.size() - 22);
+    const ByteString content = part(clear, 1, clear.size() - 22);
     EXPECT_EQ(part(clear, clear.size() - 21, 20), sha1_of(join(content, more)));
     return content;
 }
 
 // The key in a certificate: `fixed` bytes stand before its digits, the last two of them its sizes.
-PublicKey certified(const PublicKey& by, const Bytes& certificate, std::size_t fixed,
-                    const Bytes& remainder, const Bytes& exponent, const Bytes& covered) {
-    const Bytes content = recovered(by, certificate, join(remainder, exponent, covered));
+PublicKey certified(const PublicKey& by, const ByteString& certificate, std::size_t fixed,
+                    const ByteString& remainder, const ByteString& exponent,
+                    const ByteString& covered) {
+    const ByteString content = recovered(by, certificate, join(remainder, exponent, covered));
     const std::size_t size = content.at(fixed - 2);
-    Bytes modulus = join(part(content, fixed, content.size() - fixed), remainder);
+    ByteString modulus = join(part(content, fixed, content.size() - fixed), remainder);
     modulus.resize(size);
     return {modulus, exponent};
 }
@@ -92,15 +93,15 @@ class SigningCard : public Terminal {
     }
 
     // EMV book 3 section 10.3.
-    Bytes static_data() {
-        Bytes data;
-        const Bytes locator = expect_element(options, "94");
+    ByteString static_data() {
+        ByteString data;
+        const ByteString locator = expect_element(options, "94");
         for (std::size_t at = 0; at < locator.size(); at += 4) {
             for (unsigned i = 0; i < locator[at + 3]; ++i) {
                 const auto record = static_cast<std::uint8_t>(locator[at + 1] + i);
-                const auto reply = send(
-                    join(hex("00B2"), Bytes{record, static_cast<std::uint8_t>(locator[at] | 4)},
-                         hex("00")));
+                const auto reply = send(join(
+                    hex("00B2"), ByteString{record, static_cast<std::uint8_t>(locator[at] | 4)},
+                    hex("00")));
                 data = join(data, expect_element(reply.data, "70"));
             }
         }
@@ -118,7 +119,7 @@ class SigningCard : public Terminal {
                          static_data());
     }
 
-    const Bytes aid = hex("A000000333010101");
+    const ByteString aid = hex("A000000333010101");
 };
 
 class OfflineAuthentication : public testing::TestWithParam<const char*> {};
@@ -127,7 +128,7 @@ TEST_P(OfflineAuthentication, OfStaticDataHolds) {
     SigningCard card(GetParam());
     card.begin();
     EXPECT_NE(expect_element(card.options, "82").at(0) & 0x40, 0);
-    const Bytes content =
+    const ByteString content =
         recovered(card.issuer(), expect_element(card.records, "93"), card.static_data());
     EXPECT_EQ(to_hex(part(content, 0, 4)), "0301DAC1");
 }
@@ -139,10 +140,10 @@ TEST(DynamicAuthentication, HoldsAndIsToldInTheVerificationResults) {
     for (const char* profile : {"full.toml", "quick.toml"}) {
         SigningCard card(profile);
         card.begin();
-        const Bytes number = hex("11223344");
+        const ByteString number = hex("11223344");
         const auto reply = card.send(join(hex("0088000004"), number, hex("00")));
         ASSERT_EQ(reply.status, 0x9000U) << profile;
-        const Bytes content =
+        const ByteString content =
             recovered(card.card_key(), expect_element(reply.data, "9F4B"), number);
         EXPECT_EQ(to_hex(part(content, 0, 4)), "05010908") << profile;
         EXPECT_EQ(card.send("0088000003 112233 00").status, 0x6700U);
@@ -156,24 +157,24 @@ TEST(CombinedAuthentication, HoldsInBothCryptograms) {
     SigningCard card("full.toml");
     card.begin();
     const PublicKey key = card.card_key();
-    Bytes lists = card.list_data(expect_element(card.fci, "9F38"));
+    ByteString lists = card.list_data(expect_element(card.fci, "9F38"));
     const auto check = [&](std::uint8_t request, const char* list, const char* information) {
         lists = join(lists, card.list_data(expect_element(card.records, list)));
         EXPECT_EQ(card.generate_ac(request).status, 0x9000U);
-        const Bytes& answer = card.cryptogram_answer;
+        const ByteString& answer = card.cryptogram_answer;
         EXPECT_FALSE(element(answer, "9F26"));
         EXPECT_EQ(to_hex(expect_element(answer, "9F27")), information);
-        const Bytes content =
+        const ByteString content =
             recovered(key, expect_element(answer, "9F4B"), card.values.at("9F37"));
         EXPECT_EQ(to_hex(part(content, 0, 4)), "05012608");
         EXPECT_EQ(to_hex(part(content, 12, 1)), information);
-        const Bytes covered =
+        const ByteString covered =
             join(hex("9F2701"), expect_element(answer, "9F27"), hex("9F3602"),
                  expect_element(answer, "9F36"), hex("9F1008"), expect_element(answer, "9F10"));
         EXPECT_EQ(part(content, 21, 20), sha1_of(join(lists, covered)));
         return part(content, 13, 8);
     };
-    const Bytes arqc = check(0x90, "8C", "80");
+    const ByteString arqc = check(0x90, "8C", "80");
     card.cryptogram_answer = join(card.cryptogram_answer, hex("9F2608"), arqc);
     const auto answer = bank::answer_online(test_bank(), card.online_request());
     EXPECT_TRUE(answer.cryptogram_right) << answer.reason;
@@ -197,7 +198,7 @@ TEST(FastDynamicAuthentication, HoldsWhereTheTerminalAsksForIt) {
     card.values["9F02"] = hex("000000000100");
     card.values["9F66"] = hex("20000080");
     card.begin();
-    const Bytes added = expect_element(card.options, "9F69");
+    const ByteString added = expect_element(card.options, "9F69");
     ASSERT_EQ(added.size(), 7U);
     recovered(card.card_key(), expect_element(card.options, "9F4B"),
               join(card.values["9F37"], card.values["9F02"], card.values["5F2A"], added));
@@ -210,17 +211,17 @@ TEST(EncipheredPin, IsTakenWithTheCardsChallengeOnce) {
     SigningCard card("full.toml");
     card.begin();
     const PublicKey key = card.card_key();
-    const auto verify = [&](const char* pin_block, const Bytes& challenge) {
-        const Bytes block =
+    const auto verify = [&](const char* pin_block, const ByteString& challenge) {
+        const ByteString block =
             join(hex("7F"), hex(pin_block), challenge, filled(key.modulus.size() - 17, 0x5A));
         return card
-            .send(join(hex("00200088"), Bytes{static_cast<std::uint8_t>(key.modulus.size())},
+            .send(join(hex("00200088"), ByteString{static_cast<std::uint8_t>(key.modulus.size())},
                        power(key, block)))
             .status;
     };
     constexpr const char* right = "26246810FFFFFFFF";
     const auto challenge = [&] { return card.send("0084000000").data; };
-    Bytes number = challenge();
+    ByteString number = challenge();
     EXPECT_EQ(verify(right, number), 0x9000U);
     EXPECT_EQ(verify(right, number), 0x6985U) << "no challenge left";
     number = challenge();

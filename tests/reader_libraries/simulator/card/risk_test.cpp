@@ -36,8 +36,8 @@ class RiskTerminal : public Terminal {
     std::uint8_t type() const { return expect_element(cryptogram_answer, "9F27").at(0); }
     // Byte 2 to 4 of the card verification results.
     std::string results() const {
-        const Bytes data = expect_element(cryptogram_answer, "9F10");
-        return to_hex(Bytes(data.begin() + 4, data.begin() + 7));
+        const ByteString data = expect_element(cryptogram_answer, "9F10");
+        return to_hex(ByteString(data.begin() + 4, data.begin() + 7));
     }
     bank::OnlineAnswer answer(const bank::Decision& decision = {}) const {
         return bank::answer_online(test_bank(), online_request(), decision);

@@ -15,7 +15,7 @@ class CardScript : public CardTest {
     std::vector<unsigned> run(std::initializer_list<ScriptCommand> commands) {
         std::vector<unsigned> statuses;
         for (const CardReply& reply : terminal.run_scripts(answer_with(commands))) {
-            EXPECT_EQ(reply.data, Bytes{});
+            EXPECT_EQ(reply.data, ByteString{});
             statuses.push_back(reply.status);
         }
         return statuses;
@@ -32,7 +32,7 @@ TEST_F(CardScript, BlocksTheApplicationAndUnblocksItInTheSameTransaction) {
     EXPECT_EQ(
         run({bank::application_block(), bank::application_unblock(), bank::application_block()}),
         (Statuses{0x9000, 0x9000, 0x9000}));
-    const Bytes fci = terminal.select(first_aid).data;
+    const ByteString fci = terminal.select(first_aid).data;
     EXPECT_EQ(terminal.select(first_aid).status, 0x6283U);
     EXPECT_EQ(expect_element(fci, "84"), first_aid);
     EXPECT_EQ(terminal.get_options().status, 0x9000U);
@@ -96,7 +96,7 @@ TEST_F(CardScript, EndsAfterAsManyWrongMacsAsTheProfileSays) {
                                                .identifier = {},
                                                .commands = {bank::application_block()}}}};
     const auto answer = bank::answer_online(test_bank(), strict.online_request(), decision);
-    Bytes wrong = expect_element(answer.issuer_data, "86");
+    ByteString wrong = expect_element(answer.issuer_data, "86");
     wrong.back() ^= 0x01;
     EXPECT_EQ(strict.send(wrong).status, 0x6988U);
     EXPECT_EQ(strict.send(wrong).status, 0x6988U);
@@ -154,7 +154,7 @@ TEST_F(CardScript, TakesTheNewPinOfAnIssuerWhoseKeysHaveParity) {
         bank::Script script;
         script.commands = {bank::pin_change(pin)};
         const cryptography::ScriptContext context{.atc = request.covered.atc, .arqc = request.arqc};
-        const Bytes sealed = bank::sealed_scripts({&script, 1}, context, keys);
+        const ByteString sealed = bank::sealed_scripts({&script, 1}, context, keys);
         EXPECT_EQ(terminal.send(expect_element(sealed, "86")).status, 0x9000U) << pin;
         std::string block = "002000800824" + pin + "FFFFFFFFFF";
         block[11] = "0123456789ABC"[pin.size()];
@@ -195,7 +195,7 @@ TEST_F(CardScript, LogsALoadOfElectronicCash) {
 }
 
 TEST_F(CardScript, UpdatesARecordUnderBothClasses) {
-    const Bytes record = hex("70 0C 9F61 09 4E4557204F574E4552");
+    const ByteString record = hex("70 0C 9F61 09 4E4557204F574E4552");
     EXPECT_EQ(run({bank::update_record(3, 1, hex("70 00")),
                    bank::update_record(3, 1, record, bank::CommandClass::SecureProprietary)}),
               (Statuses{0x9000, 0x9000}));
@@ -232,13 +232,13 @@ TEST_F(CardScript, RefusesParametersThatItDoesNotKnow) {
 
 TEST_F(CardScript, RefusesAnyFlippedBitAndTakesTheRightCommandAfterwards) {
     const auto answered = answer_with({bank::put_data(0x9F79, hex("000000020000"))});
-    const Bytes command = expect_element(answered.issuer_data, "86");
+    const ByteString command = expect_element(answered.issuer_data, "86");
     ASSERT_EQ(command.size(), 15U);
     for (std::size_t bit = 0; bit < command.size() * 8; ++bit) {
         if (bit / 8 == 4) {
             continue;  // Lc: another length altogether, below
         }
-        Bytes flipped = command;
+        ByteString flipped = command;
         flipped[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
         const unsigned status = terminal.send(join(flipped, hex("00"))).status;
         // Another class or instruction may be one that the card does not have.
@@ -256,7 +256,7 @@ TEST_F(CardScript, RefusesAnyFlippedBitAndTakesTheRightCommandAfterwards) {
 TEST_F(CardScript, RefusesACommandSentAgainOrOutOfOrder) {
     const auto answered = answer_with(
         {bank::put_data(0x9F79, hex("000000020000")), bank::put_data(0x9F77, hex("000000200000"))});
-    std::vector<Bytes> commands;
+    std::vector<ByteString> commands;
     for (const FoundObject& object : objects_in(expect_element(answered.issuer_data, "72"))) {
         commands.push_back(object.value);
     }

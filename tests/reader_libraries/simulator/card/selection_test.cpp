@@ -9,7 +9,7 @@ class CardSelection : public CardTest {};
 TEST_F(CardSelection, AnswersToResetAndIsMuteWithoutPower) {
     EXPECT_EQ(terminal.card().power_on(), hex("3B00"));
     terminal.card().power_off();
-    EXPECT_EQ(terminal.card().transmit(hex("00A4040000")), Bytes{});
+    EXPECT_EQ(terminal.card().transmit(hex("00A4040000")), ByteString{});
 }
 
 TEST_F(CardSelection, GivesTheContactDirectoryRecordByRecord) {
@@ -48,7 +48,7 @@ TEST_F(CardSelection, DescribesTheApplication) {
 }
 
 TEST_F(CardSelection, FindsByPartOfTheNameAndGoesOnToTheNextOccurrence) {
-    const Bytes part = hex("A000000333");
+    const ByteString part = hex("A000000333");
     EXPECT_EQ(expect_element(terminal.select(part).data, "84"), first_aid);
     EXPECT_EQ(expect_element(terminal.select(part, 0x02).data, "84"), second_aid);
     EXPECT_EQ(terminal.select(part, 0x02).status, 0x6A82U);
@@ -93,7 +93,7 @@ TEST_P(RefusedCommand, IsAnsweredByItsStatusWordAlone) {
     terminal.select(first_aid);
     const auto reply = terminal.send(GetParam().command);
     EXPECT_EQ(reply.status, GetParam().status);
-    EXPECT_EQ(reply.data, Bytes{});
+    EXPECT_EQ(reply.data, ByteString{});
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -131,13 +131,13 @@ TEST(CardCommands, OfAnyLengthAndContentAreAnswered) {
     const auto next = [&] {
         return static_cast<std::uint8_t>((state = state * 1103515245U + 12345U) >> 16);
     };
-    const Bytes classes = hex("00048084");
-    const Bytes instructions = hex("16181E20248284A4A8AEB2CADADC");
+    const ByteString classes = hex("00048084");
+    const ByteString instructions = hex("16181E20248284A4A8AEB2CADADC");
     for (int i = 0; i < 20000; ++i) {
         if (i % 64 == 0) {
             terminal.select(first_aid);
         }
-        Bytes command(next() % 40);
+        ByteString command(next() % 40);
         for (auto& byte : command) {
             byte = next();
         }
@@ -150,7 +150,7 @@ TEST(CardCommands, OfAnyLengthAndContentAreAnswered) {
                 command[4] = static_cast<std::uint8_t>(command.size() - 5);
             }
         }
-        const Bytes answer = terminal.card().transmit(command);
+        const ByteString answer = terminal.card().transmit(command);
         ASSERT_GE(answer.size(), 2U) << to_hex(command);
         ASSERT_LE(answer.size(), 258U) << to_hex(command);
     }

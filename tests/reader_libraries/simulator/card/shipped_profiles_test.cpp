@@ -57,9 +57,9 @@ TEST_P(ShippedProfile, MakesAPurchaseFromSelectionToScript) {
     EXPECT_TRUE(bank::answer_online(product, terminal.online_request()).cryptogram_right);
 
     // The newest log record holds the transaction.
-    const Bytes entry = expect_element(terminal.fci, "9F4D");
+    const ByteString entry = expect_element(terminal.fci, "9F4D");
     const auto record = terminal.send(
-        join(hex("00B201"), Bytes{static_cast<std::uint8_t>(entry.at(0) << 3 | 4), 0x00}));
+        join(hex("00B201"), ByteString{static_cast<std::uint8_t>(entry.at(0) << 3 | 4), 0x00}));
     EXPECT_EQ(record.status, 0x9000U);
     terminal.values["9F36"] = expect_element(terminal.cryptogram_answer, "9F36");
     EXPECT_EQ(record.data, terminal.list_data(terminal.data_value("9F4F")));
@@ -77,13 +77,14 @@ TEST_P(ShippedProfile, RefusesAFlippedArpcAndScriptMac) {
     decision.scripts.push_back(
         {bank::ScriptPhase::AfterFinalCryptogram, {}, {bank::application_block()}});
     const auto answer = bank::answer_online(product_of(card), terminal.online_request(), decision);
-    Bytes command = expect_element(answer.issuer_data, "86");
+    ByteString command = expect_element(answer.issuer_data, "86");
     command.back() ^= 0x01;
     EXPECT_EQ(terminal.send(join(command, hex("00"))).status, 0x6988U);
-    Bytes data = expect_element(answer.issuer_data, "91");
+    ByteString data = expect_element(answer.issuer_data, "91");
     data.front() ^= 0x80;
     EXPECT_EQ(
-        terminal.send(join(hex("00820000"), Bytes{static_cast<std::uint8_t>(data.size())}, data))
+        terminal
+            .send(join(hex("00820000"), ByteString{static_cast<std::uint8_t>(data.size())}, data))
             .status,
         0x6300U);
     auto request = terminal.online_request();
@@ -120,7 +121,7 @@ TEST(DecliningCard, GivesAnAacWhateverItIsAskedFor) {
 
 TEST(BlockedCard, IsFreedUnderItsAac) {
     Terminal terminal(shipped("blocked.toml"));
-    const Bytes aid = hex("A000000333010101");
+    const ByteString aid = hex("A000000333010101");
     EXPECT_EQ(terminal.select(aid).status, 0x6283U);
     EXPECT_EQ(terminal.get_options().status, 0x9000U);
     terminal.read_records();
@@ -164,7 +165,7 @@ TEST(DefaultCard, IsTheDebitCard) {
     Terminal built_in(simulator::default_card());
     Terminal debit(shipped("debit.toml"));
     EXPECT_EQ(built_in.card().power_on(), debit.card().power_on());
-    const Bytes aid = hex("A000000333010101");
+    const ByteString aid = hex("A000000333010101");
     EXPECT_EQ(built_in.select(aid).data, debit.select(aid).data);
     built_in.purchase(aid);
     EXPECT_TRUE(bank::answer_online(test_bank(), built_in.online_request()).cryptogram_right);
@@ -196,7 +197,7 @@ TEST(CardWithTwoApplications, ListsCreditFirstAndFindsBothByTheirCommonPart) {
     EXPECT_EQ(terminal.select(text_bytes("1PAY.SYS.DDF01")).status, 0x9000U);
     EXPECT_EQ(expect_element(terminal.send("00B2010C00").data, "4F"), hex("A000000333010102"));
     EXPECT_EQ(expect_element(terminal.send("00B2020C00").data, "4F"), hex("A000000333010101"));
-    const Bytes part = hex("A00000033301");
+    const ByteString part = hex("A00000033301");
     EXPECT_EQ(expect_element(terminal.select(part).data, "84"), hex("A000000333010102"));
     EXPECT_EQ(expect_element(terminal.select(part, 2).data, "84"), hex("A000000333010101"));
 }
@@ -216,7 +217,7 @@ TEST(OldCard, HasTheOddLayoutThatItIsFor) {
 class QuickCard : public testing::Test {
   protected:
     Terminal terminal{shipped("quick.toml")};
-    const Bytes aid = hex("A000000333010101");
+    const ByteString aid = hex("A000000333010101");
 
     void SetUp() override {
         const auto ppse = terminal.select(text_bytes("2PAY.SYS.DDF01"));
@@ -311,7 +312,7 @@ TEST(DocumentedProfile, MakesAPurchase) {
     ASSERT_NE(example, "");
     Terminal terminal(card_of(example));
     EXPECT_EQ(terminal.select(text_bytes("1PAY.SYS.DDF01")).status, 0x9000U);
-    const Bytes aid = expect_element(terminal.send("00B2010C00").data, "4F");
+    const ByteString aid = expect_element(terminal.send("00B2010C00").data, "4F");
     terminal.purchase(aid);
     const auto answer = bank::answer_online(test_bank(), terminal.online_request());
     EXPECT_TRUE(answer.cryptogram_right) << answer.reason;

@@ -6,13 +6,13 @@ namespace quorrin::test {
 namespace {
 
 struct Cursor {
-    const Bytes& bytes;
+    const ByteString& bytes;
     std::size_t at = 0;
 
     std::uint8_t next() { return bytes.at(at++); }
 
     std::string tag() {
-        Bytes found{next()};
+        ByteString found{next()};
         if ((found[0] & 0x1F) == 0x1F) {
             do {
                 found.push_back(next());
@@ -33,7 +33,7 @@ struct Cursor {
         return value;
     }
 
-    Bytes take(std::size_t count) {
+    ByteString take(std::size_t count) {
         if (count > bytes.size() - at) {
             throw std::out_of_range("an object is longer than what holds it");
         }
@@ -54,16 +54,16 @@ bool constructed(const std::string& tag) {
 }
 
 template <std::size_t Size>
-void copy_value(const std::map<std::string, Bytes>& values, const std::string& tag,
+void copy_value(const std::map<std::string, ByteString>& values, const std::string& tag,
                 std::array<std::uint8_t, Size>& target) {
-    const Bytes& value = values.at(tag);
+    const ByteString& value = values.at(tag);
     ASSERT_EQ(value.size(), Size) << tag;
     std::copy(value.begin(), value.end(), target.begin());
 }
 
 }  // namespace
 
-std::vector<FoundObject> objects_in(const Bytes& bytes) {
+std::vector<FoundObject> objects_in(const ByteString& bytes) {
     std::vector<FoundObject> objects;
     Cursor cursor{bytes};
     for (cursor.skip_padding(); cursor.at < bytes.size(); cursor.skip_padding()) {
@@ -75,7 +75,7 @@ std::vector<FoundObject> objects_in(const Bytes& bytes) {
     return objects;
 }
 
-std::optional<Bytes> element(const Bytes& objects, const std::string& tag) {
+std::optional<ByteString> element(const ByteString& objects, const std::string& tag) {
     for (const FoundObject& object : objects_in(objects)) {
         if (object.tag == tag) {
             return object.value;
@@ -89,16 +89,16 @@ std::optional<Bytes> element(const Bytes& objects, const std::string& tag) {
     return std::nullopt;
 }
 
-Bytes expect_element(const Bytes& objects, const std::string& tag) {
+ByteString expect_element(const ByteString& objects, const std::string& tag) {
     const auto found = element(objects, tag);
     EXPECT_TRUE(found) << tag << " in " << to_hex(objects);
-    return found.value_or(Bytes{});
+    return found.value_or(ByteString{});
 }
 
 bank::CardProduct test_bank() {
     const auto key = [](const std::string& digits) {
         cryptography::Key bytes{};
-        const Bytes read = hex(digits);
+        const ByteString read = hex(digits);
         std::copy(read.begin(), read.end(), bytes.begin());
         return bytes;
     };
@@ -129,8 +129,8 @@ Terminal::Terminal(std::unique_ptr<simulator::CardDevice> card) : card_(std::mov
     EXPECT_FALSE(card_->power_on().empty());
 }
 
-CardReply Terminal::send(const Bytes& command) {
-    const Bytes answer = card_->transmit(command);
+CardReply Terminal::send(const ByteString& command) {
+    const ByteString answer = card_->transmit(command);
     if (answer.size() < 2) {
         ADD_FAILURE() << "no status word after " << to_hex(command);
         return {};
@@ -141,26 +141,26 @@ CardReply Terminal::send(const Bytes& command) {
     return reply;
 }
 
-CardReply Terminal::select(const Bytes& name, std::uint8_t p2) {
-    const auto reply = send(
-        join(hex("00A404"), Bytes{p2, static_cast<std::uint8_t>(name.size())}, name, hex("00")));
+CardReply Terminal::select(const ByteString& name, std::uint8_t p2) {
+    const auto reply = send(join(
+        hex("00A404"), ByteString{p2, static_cast<std::uint8_t>(name.size())}, name, hex("00")));
     fci = reply.data;
     first_generated_ = false;
     return reply;
 }
 
 CardReply Terminal::get_options() {
-    const Bytes data = list_data(element(fci, "9F38").value_or(Bytes{}));
+    const ByteString data = list_data(element(fci, "9F38").value_or(ByteString{}));
     const auto size = static_cast<std::uint8_t>(data.size());
-    const auto reply = send(join(hex("80A80000"), Bytes{static_cast<std::uint8_t>(size + 2)},
-                                 Bytes{0x83, size}, data, hex("00")));
+    const auto reply = send(join(hex("80A80000"), ByteString{static_cast<std::uint8_t>(size + 2)},
+                                 ByteString{0x83, size}, data, hex("00")));
     options = reply.data;
     return reply;
 }
 
 void Terminal::read_records() {
     records.clear();
-    Bytes locator;
+    ByteString locator;
     if (const auto format1 = element(options, "80")) {
         locator.assign(format1->begin() + 2, format1->end());
     } else {
@@ -171,7 +171,7 @@ void Terminal::read_records() {
         const auto file = static_cast<std::uint8_t>(locator[at] | 0x04);
         for (unsigned record = locator[at + 1]; record <= locator[at + 2]; ++record) {
             const auto reply =
-                send(join(hex("00B2"), Bytes{static_cast<std::uint8_t>(record), file, 0x00}));
+                send(join(hex("00B2"), ByteString{static_cast<std::uint8_t>(record), file, 0x00}));
             if (reply.status != 0x9000) {
                 EXPECT_EQ(reply.status, 0x6A83U);
                 break;
@@ -182,9 +182,10 @@ void Terminal::read_records() {
 }
 
 CardReply Terminal::generate_ac(std::uint8_t p1) {
-    const Bytes data = list_data(expect_element(records, first_generated_ ? "8D" : "8C"));
-    const auto reply = send(join(
-        hex("80AE"), Bytes{p1, 0x00, static_cast<std::uint8_t>(data.size())}, data, hex("00")));
+    const ByteString data = list_data(expect_element(records, first_generated_ ? "8D" : "8C"));
+    const auto reply =
+        send(join(hex("80AE"), ByteString{p1, 0x00, static_cast<std::uint8_t>(data.size())}, data,
+                  hex("00")));
     if (reply.status == 0x9000) {
         first_generated_ = true;
         cryptogram_answer = reply.data;
@@ -192,12 +193,12 @@ CardReply Terminal::generate_ac(std::uint8_t p1) {
             // 9F27, 9F36, 9F26 and 9F10 without tags.
             const auto& value = *format1;
             const auto from = [&](std::ptrdiff_t begin, std::ptrdiff_t end) {
-                return Bytes(value.begin() + begin, value.begin() + end);
+                return ByteString(value.begin() + begin, value.begin() + end);
             };
             const auto size = static_cast<std::ptrdiff_t>(value.size());
-            cryptogram_answer = join(hex("9F2701"), from(0, 1), hex("9F3602"), from(1, 3),
-                                     hex("9F2608"), from(3, 11), hex("9F10"),
-                                     Bytes{static_cast<std::uint8_t>(size - 11)}, from(11, size));
+            cryptogram_answer = join(
+                hex("9F2701"), from(0, 1), hex("9F3602"), from(1, 3), hex("9F2608"), from(3, 11),
+                hex("9F10"), ByteString{static_cast<std::uint8_t>(size - 11)}, from(11, size));
         }
     }
     return reply;
@@ -207,13 +208,13 @@ CardReply Terminal::get_data(const std::string& tag) {
     return send("80CA" + tag + "00");
 }
 
-Bytes Terminal::data_value(const std::string& tag) {
+ByteString Terminal::data_value(const std::string& tag) {
     const auto reply = get_data(tag);
     EXPECT_EQ(reply.status, 0x9000U) << tag;
     return expect_element(reply.data, tag);
 }
 
-CardReply Terminal::purchase(const Bytes& aid) {
+CardReply Terminal::purchase(const ByteString& aid) {
     EXPECT_EQ(select(aid).status, 0x9000U);
     EXPECT_EQ(get_options().status, 0x9000U);
     read_records();
@@ -222,14 +223,14 @@ CardReply Terminal::purchase(const Bytes& aid) {
     return reply;
 }
 
-Bytes Terminal::list_data(const Bytes& list) const {
-    Bytes data;
+ByteString Terminal::list_data(const ByteString& list) const {
+    ByteString data;
     Cursor cursor{list};
     while (cursor.at < list.size()) {
         const std::string tag = cursor.tag();
         const std::size_t length = cursor.length();
         const auto known = values.find(tag);
-        Bytes value = known == values.end() ? Bytes{} : known->second;
+        ByteString value = known == values.end() ? ByteString{} : known->second;
         value.resize(length, 0);
         data = join(data, value);
     }
@@ -243,7 +244,7 @@ bank::OnlineRequest Terminal::online_request() const {
         request.pan.pop_back();
     }
     request.pan_sequence_number = expect_element(records, "5F34").at(0);
-    const Bytes arqc = expect_element(cryptogram_answer, "9F26");
+    const ByteString arqc = expect_element(cryptogram_answer, "9F26");
     std::copy(arqc.begin(), arqc.end(), request.arqc.begin());
     request.issuer_application_data = expect_element(cryptogram_answer, "9F10");
 
@@ -257,16 +258,16 @@ bank::OnlineRequest Terminal::online_request() const {
     covered.type = values.at("9C").at(0);
     copy_value(values, "9F37", covered.unpredictable_number);
     const auto format1 = element(options, "80");
-    const Bytes profile = format1 ? *format1 : expect_element(options, "82");
+    const ByteString profile = format1 ? *format1 : expect_element(options, "82");
     std::copy_n(profile.begin(), 2, covered.interchange_profile.begin());
-    const Bytes atc = expect_element(cryptogram_answer, "9F36");
+    const ByteString atc = expect_element(cryptogram_answer, "9F36");
     covered.atc = static_cast<std::uint16_t>(atc.at(0) << 8 | atc.at(1));
     return request;
 }
 
 CardReply Terminal::authenticate(const bank::OnlineAnswer& answer) {
-    const Bytes data = expect_element(answer.issuer_data, "91");
-    return send(join(hex("00820000"), Bytes{static_cast<std::uint8_t>(data.size())}, data));
+    const ByteString data = expect_element(answer.issuer_data, "91");
+    return send(join(hex("00820000"), ByteString{static_cast<std::uint8_t>(data.size())}, data));
 }
 
 std::vector<CardReply> Terminal::run_scripts(const bank::OnlineAnswer& answer) {

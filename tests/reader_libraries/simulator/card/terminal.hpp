@@ -16,15 +16,15 @@
 namespace quorrin::test {
 
 struct CardReply {
-    Bytes data;
+    ByteString data;
     unsigned status = 0;
 };
 
 // The value of the first object with this tag ("9F26"), in templates too.
-std::optional<Bytes> element(const Bytes& objects, const std::string& tag);
+std::optional<ByteString> element(const ByteString& objects, const std::string& tag);
 
 // The same where it has to be there; an empty value and a failed test otherwise.
-Bytes expect_element(const Bytes& objects, const std::string& tag);
+ByteString expect_element(const ByteString& objects, const std::string& tag);
 
 // The bank of all test cards.
 bank::CardProduct test_bank();
@@ -36,23 +36,23 @@ class Terminal {
     simulator::CardDevice& card() { return *card_; }
 
     // What the terminal has to tell, by tag. Lists get zeros for what is not here.
-    std::map<std::string, Bytes> values;
+    std::map<std::string, ByteString> values;
 
-    CardReply send(const Bytes& command);
+    CardReply send(const ByteString& command);
     CardReply send(const std::string& command) { return send(hex(command)); }
 
-    CardReply select(const Bytes& name, std::uint8_t p2 = 0);
+    CardReply select(const ByteString& name, std::uint8_t p2 = 0);
     CardReply get_options();                 // with the selected application's PDOL
     void read_records();                     // all that the AFL names
     CardReply generate_ac(std::uint8_t p1);  // with CDOL1 the first time, then CDOL2
 
     CardReply get_data(const std::string& tag);
-    Bytes data_value(const std::string& tag);  // of a GET DATA that has to succeed
+    ByteString data_value(const std::string& tag);  // of a GET DATA that has to succeed
 
     // Selection to ARQC, each step expected to succeed.
-    CardReply purchase(const Bytes& aid);
+    CardReply purchase(const ByteString& aid);
 
-    [[nodiscard]] Bytes list_data(const Bytes& list) const;
+    [[nodiscard]] ByteString list_data(const ByteString& list) const;
     [[nodiscard]] bank::OnlineRequest online_request() const;
 
     // EXTERNAL AUTHENTICATE with the answer's 91.
@@ -61,10 +61,10 @@ class Terminal {
     // The answer's script commands one after the other, as terminals send them: with Le behind.
     std::vector<CardReply> run_scripts(const bank::OnlineAnswer& answer);
 
-    Bytes fci;
-    Bytes records;  // the values of all templates 70, one behind the other
-    Bytes options;
-    Bytes cryptogram_answer;
+    ByteString fci;
+    ByteString records;  // the values of all templates 70, one behind the other
+    ByteString options;
+    ByteString cryptogram_answer;
 
   private:
     std::unique_ptr<simulator::CardDevice> card_;
@@ -74,8 +74,8 @@ class Terminal {
 // Objects one behind the other, as script templates and records hold them.
 struct FoundObject {
     std::string tag;
-    Bytes value;
+    ByteString value;
 };
-std::vector<FoundObject> objects_in(const Bytes& bytes);
+std::vector<FoundObject> objects_in(const ByteString& bytes);
 
 }  // namespace quorrin::test

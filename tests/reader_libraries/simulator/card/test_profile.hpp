@@ -15,8 +15,8 @@ std::string changed(std::string text, const std::string& from, const std::string
 
 std::unique_ptr<simulator::CardDevice> card_of(const std::string& profile);
 
-inline const Bytes first_aid = hex("A000000333010101");
-inline const Bytes second_aid = hex("A000000333010102");
+inline const ByteString first_aid = hex("A000000333010101");
+inline const ByteString second_aid = hex("A000000333010102");
 
 // At the test profile, or a change of it.
 class CardTest : public testing::Test {

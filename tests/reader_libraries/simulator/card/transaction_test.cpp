@@ -80,7 +80,7 @@ TEST_F(CardTransaction, GivesTcAndAacOnRequestAndEndsThere) {
     for (const std::uint8_t type : hex("4000")) {
         open();
         EXPECT_EQ(terminal.generate_ac(type).status, 0x9000U);
-        EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), Bytes{type});
+        EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), ByteString{type});
         EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F10").at(4),
                   type == 0 ? 0x80 : 0x90);
         EXPECT_TRUE(answer().cryptogram_right);
@@ -126,11 +126,11 @@ TEST_F(CardTransaction, CountsAsOnlineOnceTheIssuerIsAuthenticated) {
 
 TEST_F(CardTransaction, RefusesAnArpcWithAnyBitFlipped) {
     terminal.purchase(first_aid);
-    const Bytes right = expect_element(answer().issuer_data, "91");
+    const ByteString right = expect_element(answer().issuer_data, "91");
     ASSERT_EQ(right.size(), 10U);
     for (std::size_t bit = 0; bit < right.size() * 8; ++bit) {
         terminal.purchase(first_aid);
-        Bytes data = expect_element(answer().issuer_data, "91");
+        ByteString data = expect_element(answer().issuer_data, "91");
         data[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
         EXPECT_EQ(terminal.send(join(hex("008200000A"), data)).status, 0x6300U) << bit;
         // One attempt for a transaction, the right answer included.
