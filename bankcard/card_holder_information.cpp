@@ -51,7 +51,7 @@ void append_element(KeyedText& text, const QuorrinKeyRow& row) {
     std::array<std::uint8_t, 1024> value{};
     const auto room =
         std::span(value).first(std::min<std::size_t>(record(element).curLen, value.size()));
-    if (read_value(element, room) == read_code::from_card) {
+    if (read_value(element, room) == QUORRIN_READ_FROM_CARD) {
         text.append(row, room);
     }
 }

@@ -78,7 +78,7 @@ std::int64_t accept_answer(Bytes answer) {
     if (answer[0] == format1_template) {
         return accept_format1(answer);
     }
-    if (answer[0] == format2_template && store_response(answer) == store_code::success) {
+    if (answer[0] == format2_template && store_response(answer) == QUORRIN_SUCCESS) {
         return QUORRIN_SUCCESS;
     }
     return QUORRIN_NO_CRYPTOGRAM;

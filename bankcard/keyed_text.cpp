@@ -40,7 +40,6 @@ const QuorrinKeyRow TagMapgetIccInfo[12] = {
 namespace quorrin {
 namespace {
 
-constexpr std::int32_t unknown_key = -31;
 constexpr std::size_t length_digits = item_header - 1;
 // The length of a value counts in 8 bits; one digit may be added.
 constexpr std::size_t max_value = 256;
@@ -129,11 +128,11 @@ std::int32_t getTagMapSub(std::uint8_t key, std::uint8_t* row, const QuorrinKeyR
 
 std::int32_t parsBankTagList(const char* item, const QuorrinKeyRow* table) {
     if (item == nullptr || *item == '\0') {
-        return unknown_key;
+        return QUORRIN_KEYED_TEXT_UNKNOWN_KEY;
     }
     const QuorrinKeyRow* row = find_key(static_cast<std::uint8_t>(*item), table);
     if (row == nullptr) {
-        return unknown_key;
+        return QUORRIN_KEYED_TEXT_UNKNOWN_KEY;
     }
     // Deliberate: a value length counts in 8 bits, so that 256 stands for nothing and 258 for 2;
     // the item still takes its full length in the text.

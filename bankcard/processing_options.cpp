@@ -31,7 +31,7 @@ class CommandTemplate {
         // while gl_LenGPOPdolData tells the host how much was built.
         bytes_[1] = static_cast<std::uint8_t>(built.length);
         size_ = header_size + built.length;
-        return built.result == dol::done;
+        return built.result == QUORRIN_SUCCESS;
     }
     Bytes bytes() const { return Bytes(bytes_).first(size_); }
 
@@ -41,15 +41,6 @@ class CommandTemplate {
     std::size_t size_ = 0;
 };
 
-// What is wrong with the card's answer.
-namespace options_code {
-constexpr std::int32_t too_short = -31;  // or malformed
-constexpr std::int32_t aip_present = -30;
-constexpr std::int32_t afl_present = -29;
-constexpr std::int32_t element_refused = -28;
-constexpr std::int32_t unknown_format = -27;
-}  // namespace options_code
-
 constexpr std::uint8_t format_1 = 0x80;
 constexpr std::uint8_t format_2 = 0x77;
 
@@ -58,23 +49,23 @@ std::int32_t store_format_1(Bytes response) {
     constexpr std::size_t shortest_response = 6;
     constexpr std::size_t aip_size = 2;
     if (response.size() < shortest_response) {
-        return options_code::too_short;
+        return QUORRIN_OPTIONS_TOO_SHORT;
     }
     const tlv::Cursor cursor(response);
     const tlv::Object object = cursor.object();
     if (object.is_malformed() || object.value_length < aip_size) {
-        return options_code::too_short;
+        return QUORRIN_OPTIONS_TOO_SHORT;
     }
     const Bytes value = cursor.value(object);
     // Deliberate: both setters replace the bytes and then report that the element was there: after
-    // a second answer in format 1 hosts find the new AIP beside the code, and on aip_present the
-    // older AFL.
+    // a second answer in format 1 hosts find the new AIP beside the code, and where it is
+    // QUORRIN_OPTIONS_AIP_PRESENT the older AFL.
     if (emvSetAIP(value.data()) != 0) {
-        return options_code::aip_present;
+        return QUORRIN_OPTIONS_AIP_PRESENT;
     }
     const Bytes afl = value.subspan(aip_size);
     if (emvSetAFL(afl.data(), static_cast<std::uint16_t>(afl.size())) != 0) {
-        return options_code::afl_present;
+        return QUORRIN_OPTIONS_AFL_PRESENT;
     }
     return 0;
 }
@@ -87,19 +78,19 @@ std::int32_t store_options(Bytes response) {
         // Deliberate: padding before the answer is borne only while it is shorter than what
         // follows.
         if (skipped >= response.size()) {
-            return options_code::too_short;
+            return QUORRIN_OPTIONS_TOO_SHORT;
         }
     }
     if (response.empty()) {
-        return options_code::too_short;
+        return QUORRIN_OPTIONS_TOO_SHORT;
     }
     switch (response[0]) {
         case format_1:
             return store_format_1(response);
         case format_2:
-            return store_response(response) == 0 ? 0 : options_code::element_refused;
+            return store_response(response) == 0 ? 0 : QUORRIN_OPTIONS_ELEMENT_REFUSED;
         default:
-            return options_code::unknown_format;
+            return QUORRIN_OPTIONS_UNKNOWN_FORMAT;
     }
 }
 

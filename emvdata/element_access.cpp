@@ -64,11 +64,11 @@ std::int32_t emvCheckTemplate(const std::uint8_t* templateTag, std::uint8_t temp
                               std::uint16_t row) {
     const Template parent = Template::of(host_template(templateTag, templateLen));
     if (parent.is_too_long()) {
-        return template_code::tag_too_long;
+        return QUORRIN_TEMPLATE_TAG_TOO_LONG;
     }
     const bool admitted =
         templateLen == 0 || (row < card_rows && admits(Element::card(row), parent));
-    return admitted ? template_code::accepted : template_code::mismatch;
+    return admitted ? 0 : QUORRIN_TEMPLATE_MISMATCH;
 }
 
 std::int32_t emvSetDataElement(const std::uint8_t* templateTag, std::uint8_t templateLen,
@@ -89,11 +89,11 @@ std::int32_t emvGetDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
                                std::uint16_t* lengthInOut, std::uint8_t* out) {
     const Bytes wanted = host_bytes(tag, tagLen);
     if (wanted.empty() || wanted.size() > 2 || lengthInOut == nullptr || out == nullptr) {
-        return read_code::bad_tag_length;
+        return QUORRIN_READ_BAD_TAG_LENGTH;
     }
     const Element element = find_element(wanted);
     if (element.is_none()) {
-        return read_code::unknown_element;
+        return QUORRIN_READ_UNKNOWN_ELEMENT;
     }
     if (*lengthInOut == 0) {
         *lengthInOut = record(element).curLen;
@@ -101,27 +101,25 @@ std::int32_t emvGetDataElement(const std::uint8_t* tag, std::uint8_t tagLen,
     return read_value(element, {out, *lengthInOut});
 }
 
-namespace {
-constexpr std::int32_t state_of_unknown_element = -32;
-}
-
 std::int32_t emvGetDataElementState(const std::uint8_t* tag, std::uint8_t tagLen) {
     const Element element = find_element(host_bytes(tag, tagLen));
-    return element.is_none() ? state_of_unknown_element : record(element).state;
+    if (element.is_none()) {
+        return QUORRIN_STATE_UNKNOWN_ELEMENT;
+    }
+    return record(element).state;
 }
 
 std::int32_t emvSetDataElementState(const std::uint8_t* tag, std::uint8_t tagLen,
                                     std::uint8_t state) {
-    constexpr std::int32_t bad_state = -31;
     if (state > 1) {
-        return bad_state;
+        return QUORRIN_STATE_BAD;
     }
     const Element element = find_element(host_bytes(tag, tagLen));
     if (element.is_none()) {
-        return state_of_unknown_element;
+        return QUORRIN_STATE_UNKNOWN_ELEMENT;
     }
     record(element).state = state;
-    return store_code::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::uint16_t emvGetDataElementLength(const std::uint8_t* tag, std::uint8_t tagLen,
@@ -136,15 +134,14 @@ std::uint16_t emvGetDataElementLength(const std::uint8_t* tag, std::uint8_t tagL
 
 std::int32_t emvSetDataElementLength(const std::uint8_t* tag, std::uint8_t tagLen,
                                      std::uint16_t length, std::uint8_t which) {
-    constexpr std::int32_t bad_selector = -30;
     const Element element = find_element(host_bytes(tag, tagLen));
     if (element.is_none()) {
-        return store_code::unknown_element;
+        return QUORRIN_BOUND_UNKNOWN_ELEMENT;
     }
     std::uint16_t* selected = selected_length(record(element), which);
     if (selected == nullptr) {
-        return bad_selector;
+        return QUORRIN_BOUND_BAD_SELECTOR;
     }
     *selected = length;
-    return store_code::success;
+    return QUORRIN_SUCCESS;
 }

@@ -4,16 +4,16 @@ namespace quorrin {
 
 std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept {
     if (parent.size() > 2) {
-        return store_code::template_tag_too_long;
+        return QUORRIN_STORE_TEMPLATE_TOO_LONG;
     }
     if (tag.empty() || tag.size() > 2) {
-        return store_code::bad_tag_length;
+        return QUORRIN_STORE_BAD_TAG_LENGTH;
     }
     if (value.empty()) {
-        return store_code::no_value;
+        return QUORRIN_STORE_NO_VALUE;
     }
     const Element element = find_element(tag);
-    return element.is_none() ? store_code::unknown_element
+    return element.is_none() ? QUORRIN_STORE_UNKNOWN_ELEMENT
                              : store_value(element, Template::of(parent), value);
 }
 

@@ -7,33 +7,9 @@
 
 #include "emvdata/byte_copy.hpp"
 #include "emvdata/dictionary.hpp"
+#include "quorrin/results.h"
 
 namespace quorrin {
-
-namespace store_code {
-inline constexpr std::int32_t success = 0;
-inline constexpr std::int32_t unknown_format = -18;  // also: the store has never been reset
-inline constexpr std::int32_t bad_length = -22;
-inline constexpr std::int32_t wrong_template = -27;
-inline constexpr std::int32_t no_value = -28;
-inline constexpr std::int32_t template_tag_too_long = -29;
-inline constexpr std::int32_t bad_tag_length = -30;
-inline constexpr std::int32_t unknown_element = -31;
-}  // namespace store_code
-
-namespace read_code {
-inline constexpr std::int32_t from_card = 1;
-inline constexpr std::int32_t from_terminal = 2;
-inline constexpr std::int32_t unknown_format = -18;
-inline constexpr std::int32_t unknown_element = -30;
-inline constexpr std::int32_t bad_tag_length = -31;
-}  // namespace read_code
-
-namespace template_code {
-inline constexpr std::int32_t accepted = 0;
-inline constexpr std::int32_t mismatch = -30;
-inline constexpr std::int32_t tag_too_long = -31;
-}  // namespace template_code
 
 // Whether the row of an element admits the template that it arrived in (EMV book 3, annex A). A
 // terminal element has no home template.
@@ -67,23 +43,23 @@ constexpr std::uint8_t padding_of(Format format) {
 [[gnu::always_inline]] inline std::int32_t store_value(Element element, Template parent,
                                                        Bytes value) noexcept {
     if (!admits(element, parent)) {
-        return parent.drops_misplaced_elements() ? store_code::success : store_code::wrong_template;
+        return parent.drops_misplaced_elements() ? 0 : QUORRIN_STORE_WRONG_TEMPLATE;
     }
     QuorrinDataElement& row = record(element);
     const std::size_t maximum = usable_maximum(row, element);
     if (value.size() > maximum || value.size() < row.minLen) {
-        return store_code::bad_length;
+        return QUORRIN_STORE_BAD_LENGTH;
     }
     std::uint8_t* const storage = row.value;
     if (storage == nullptr) {
-        return store_code::unknown_format;
+        return QUORRIN_STORE_UNKNOWN_FORMAT;
     }
     // Deliberate: the fill is counted in 8 bits, so a short value of 86 (up to 261 bytes) leaves
     // old bytes behind its own; its length tells hosts where it ends.
     const auto fill = static_cast<std::uint8_t>(maximum - value.size());
     const auto format = static_cast<Format>(row.format);
     if (!is_known(format)) {
-        return store_code::unknown_format;
+        return QUORRIN_STORE_UNKNOWN_FORMAT;
     }
     row.curLen = static_cast<std::uint16_t>(value.size());
     row.state = 1;
@@ -96,7 +72,7 @@ constexpr std::uint8_t padding_of(Format format) {
         copy_bytes(storage, value.data(), value.size());
         fill_bytes(storage + value.size(), padding_of(format), fill);
     }
-    return store_code::success;
+    return QUORRIN_SUCCESS;
 }
 
 // Stores a value that arrives under a tag.
@@ -117,7 +93,7 @@ std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
     const std::size_t padding = out.size() - copied;
     const auto format = static_cast<Format>(row.format);
     if (!is_known(format)) {
-        return read_code::unknown_format;
+        return QUORRIN_READ_UNKNOWN_FORMAT;
     }
     if (format == Format::n) {
         const std::size_t maximum = usable_maximum(row, element);
@@ -136,11 +112,11 @@ std::int32_t store_element(Bytes parent, Bytes tag, Bytes value) noexcept;
         copy_bytes(out.data(), storage, copied);
         fill_bytes(out.data() + copied, padding_of(format), padding);
     }
-    return element.is_card() ? read_code::from_card : read_code::from_terminal;
+    return element.is_card() ? QUORRIN_READ_FROM_CARD : QUORRIN_READ_FROM_TERMINAL;
 }
 
-// Walks a card response and stores every known card element in it: 0, or -30 malformed, -31 an
-// element was refused. What was stored before a fault stays.
+// Walks a card response and stores every known card element in it: 0 or a QuorrinWalkResult. What was
+// stored before a fault stays.
 std::int32_t store_response(Bytes data) noexcept;
 
 // The same for the value of one template.

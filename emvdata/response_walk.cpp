@@ -8,10 +8,6 @@
 namespace quorrin {
 namespace {
 
-constexpr std::int32_t walked = 0;
-constexpr std::int32_t malformed = -30;
-constexpr std::int32_t aborted = -31;
-
 constexpr std::size_t longest_template_tag = 5;
 
 // A longer tag is none that a card has: an answer with one counts as malformed.
@@ -32,7 +28,6 @@ OpenTemplate open_templates[max_response];
 
 // Whether the walk goes on after the store refused an element.
 bool tolerates(std::int32_t result, Element refused) noexcept {
-    constexpr std::int32_t value_rejected = -26;
     constexpr auto is_one_of = [](Element wanted, auto... elements) {
         return ((wanted == elements) || ...);
     };
@@ -40,11 +35,11 @@ bool tolerates(std::int32_t result, Element refused) noexcept {
         is_one_of(refused, element::app_label, element::issuer_code_table_index,
                   element::app_preferred_name, element::language_preference);
     switch (result) {
-        case store_code::bad_length:
+        case QUORRIN_STORE_BAD_LENGTH:
             // What is only shown to the card holder does not stop a transaction (EMV book 1,
             // 12.2.4).
             return display_data;
-        case value_rejected:
+        case QUORRIN_STORE_NOT_USED:
             return display_data || is_one_of(refused, element::app_transaction_counter,
                                              element::last_online_atc, element::pin_try_counter);
         default:
@@ -59,7 +54,7 @@ std::int32_t walk(Template outermost, Bytes data) noexcept {
     for (;;) {
         while (rest.empty()) {
             if (depth == 0) {
-                return walked;
+                return QUORRIN_SUCCESS;
             }
             const OpenTemplate& outer = open_templates[--depth];
             rest = Bytes(rest.data(), outer.rest);
@@ -73,7 +68,7 @@ std::int32_t walk(Template outermost, Bytes data) noexcept {
         }
         const tlv::Object object = tlv::read_object(rest);
         if (object.is_malformed()) {
-            return malformed;
+            return QUORRIN_WALK_MALFORMED;
         }
         // An empty object stores nothing.
         if (object.value_length != 0) {
@@ -81,7 +76,7 @@ std::int32_t walk(Template outermost, Bytes data) noexcept {
             const Bytes value = rest.subspan(object.header_size(), object.value_length);
             if (object.is_constructed()) {
                 if (!is_template_tag(tag)) {
-                    return malformed;
+                    return QUORRIN_WALK_MALFORMED;
                 }
                 open_templates[depth++] = {static_cast<std::uint16_t>(rest.size() - object.size()),
                                            parent};
@@ -92,8 +87,8 @@ std::int32_t walk(Template outermost, Bytes data) noexcept {
             const Element element = find_element(tag);
             if (element.is_card()) {
                 const std::int32_t result = store_value(element, parent, value);
-                if (result != store_code::success && !tolerates(result, element)) {
-                    return aborted;
+                if (result != QUORRIN_SUCCESS && !tolerates(result, element)) {
+                    return QUORRIN_WALK_REFUSED;
                 }
             } else if (element.is_none() &&
                        (parent.is_too_long() || tag.empty() || tag.size() > 2)) {
@@ -101,7 +96,7 @@ std::int32_t walk(Template outermost, Bytes data) noexcept {
                 // up. Data objects of payment cards have tags of one or two bytes (EMV book 3,
                 // annex B); an answer with others is refused. Terminal tags always are ignored: a
                 // card can never overwrite terminal data.
-                return aborted;
+                return QUORRIN_WALK_REFUSED;
             }
         }
         rest = rest.subspan(object.size());
@@ -115,7 +110,8 @@ std::int32_t store_response(Bytes data) noexcept {
 }
 
 std::int32_t store_template_contents(Bytes template_tag, Bytes data) noexcept {
-    return is_template_tag(template_tag) ? walk(Template::of(template_tag), data) : malformed;
+    return is_template_tag(template_tag) ? walk(Template::of(template_tag), data)
+                                         : QUORRIN_WALK_MALFORMED;
 }
 
 }  // namespace quorrin
@@ -123,13 +119,14 @@ std::int32_t store_template_contents(Bytes template_tag, Bytes data) noexcept {
 using namespace quorrin;
 
 std::int32_t emvExtractDataElement(const std::uint8_t* data, std::uint16_t length) {
-    return is_missing(data, length) ? malformed : store_response(host_bytes(data, length));
+    return is_missing(data, length) ? QUORRIN_WALK_MALFORMED
+                                    : store_response(host_bytes(data, length));
 }
 
 std::int32_t emvExtractDataTemplate(const std::uint8_t* templateTag, std::uint8_t templateTagLen,
                                     const std::uint8_t* data, std::uint16_t length) {
     if (is_missing(templateTag, templateTagLen) || is_missing(data, length)) {
-        return malformed;
+        return QUORRIN_WALK_MALFORMED;
     }
     return store_template_contents(host_bytes(templateTag, templateTagLen),
                                    host_bytes(data, length));

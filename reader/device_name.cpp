@@ -81,12 +81,12 @@ std::int32_t GetDevName(char* name) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(configuration_file, "r"),
                                                                std::fclose);
     if (file == nullptr || name == nullptr) {
-        return -1;
+        return QUORRIN_PORT_NOT_CONFIGURED;
     }
     LineReader line(file.get());
     char value[value_size] = {};
     if (!read_port_value(line, value)) {
-        return -1;
+        return QUORRIN_PORT_NOT_CONFIGURED;
     }
     const int port = std::string_view(value).starts_with("AUTO") ? 0 : port_number(value);
     if (port >= 1 && port <= 9) {

@@ -50,7 +50,7 @@ const ActionCode* find_action_code(std::uint8_t selector) {
 std::int32_t emvGetActionCode(std::uint8_t byte, std::uint8_t bit, std::uint8_t selector) {
     const ActionCode* const selected = find_action_code(selector);
     if (selected == nullptr) {
-        return result::bad_selector;
+        return QUORRIN_ACCESSOR_BAD_SELECTOR;
     }
     return bit_value({selected->code, action_code_size}, byte, bit);
 }
@@ -58,21 +58,21 @@ std::int32_t emvGetActionCode(std::uint8_t byte, std::uint8_t bit, std::uint8_t 
 std::int32_t emvSetActionCode(std::uint8_t selector, std::uint8_t on) {
     const ActionCode* const selected = find_action_code(selector);
     if (selected == nullptr) {
-        return result::bad_selector;
+        return QUORRIN_ACCESSOR_BAD_SELECTOR;
     }
     // Deliberate: the code counts as neither present nor set by the host.
     std::fill_n(selected->code, action_code_size, static_cast<std::uint8_t>(on != 0 ? 0xFF : 0x00));
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t emvSetTermActionCode(const std::uint8_t* code, std::uint8_t selector) {
     const ActionCode* const selected = find_action_code(selector);
     if (code == nullptr || selected == nullptr || selected->set_by_host == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     std::copy_n(code, action_code_size, selected->code);
     *selected->set_by_host = 1;
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t emvInActionCode(std::uint8_t selector) {
@@ -88,17 +88,17 @@ std::int32_t emvInActionCode(std::uint8_t selector) {
         // everything else as "set", so the terminal codes are only ever asked for as a whole.
         case TerminalDenial:
             if (gl_FgTAC_Denial == 0) {
-                return result::absent;
+                return QUORRIN_ACCESSOR_ABSENT;
             }
             [[fallthrough]];
         case TerminalOnline:
             if (gl_FgTAC_Online == 0) {
-                return result::absent;
+                return QUORRIN_ACCESSOR_ABSENT;
             }
             [[fallthrough]];
         case TerminalDefault:
-            return gl_FgTAC_Default == 0 ? result::absent : result::bad_selector;
+            return gl_FgTAC_Default == 0 ? QUORRIN_ACCESSOR_ABSENT : QUORRIN_ACCESSOR_BAD_SELECTOR;
         default:
-            return result::bad_selector;
+            return QUORRIN_ACCESSOR_BAD_SELECTOR;
     }
 }

@@ -13,11 +13,11 @@ constexpr std::uint16_t afl_entry_size = 4;
 // A text of the card with its length, which is told also when there is none.
 std::int32_t copy_or_empty(Element element, std::uint8_t* out, std::uint8_t* out_length) {
     if (out == nullptr || out_length == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     if (!is_present(element)) {
         *out_length = 0;
-        return result::absent;
+        return QUORRIN_ACCESSOR_ABSENT;
     }
     return copy_if_present(element, out, out_length);
 }
@@ -83,32 +83,30 @@ std::uint8_t emvGetAFLNum() {
 }
 
 std::int32_t emvSetAIP(const std::uint8_t* aip) {
-    constexpr std::int32_t was_present = 1;
     if (aip == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     std::copy_n(aip, std::size(gl_AIP), gl_AIP);
     if (is_present(element::app_interchange_profile)) {
         // Deliberate: 1 is a remark, not a refusal. A host that sets a profile of its own works
         // with that one from here on.
-        return was_present;
+        return QUORRIN_ACCESSOR_WAS_PRESENT;
     }
     mark_present(element::app_interchange_profile, sizeof gl_AIP);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t emvSetAFL(const std::uint8_t* afl, std::uint16_t length) {
-    constexpr std::int32_t was_present = 1;
     if (afl == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     const std::uint16_t stored = fill(gl_AFL, afl, length);
     if (is_present(element::app_file_locator)) {
         // Deliberate: a second list is walked to the length of the first.
-        return was_present;
+        return QUORRIN_ACCESSOR_WAS_PRESENT;
     }
     mark_present(element::app_file_locator, stored);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::uint8_t emvGetAFL(std::uint8_t entry, std::uint8_t offset) {
@@ -119,7 +117,7 @@ std::uint8_t emvGetAFL(std::uint8_t entry, std::uint8_t offset) {
 std::int32_t emvGetRID(std::uint8_t* out) {
     constexpr std::size_t rid_size = 5;  // ISO/IEC 7816-5: registered application provider
     if (out == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     if (is_present(element::aid_card)) {
         std::copy_n(gl_AID, rid_size, out);
@@ -128,8 +126,10 @@ std::int32_t emvGetRID(std::uint8_t* out) {
 }
 
 std::int32_t emvGetPinReTry() {
-    constexpr std::int32_t not_known = -1;
-    return is_present(element::pin_try_counter) ? gl_PinTryCntr[0] : not_known;
+    if (!is_present(element::pin_try_counter)) {
+        return QUORRIN_ACCESSOR_NOT_KNOWN;
+    }
+    return gl_PinTryCntr[0];
 }
 
 std::int32_t emvGetCardTranCapa(std::uint8_t* ctq) {
@@ -137,28 +137,26 @@ std::int32_t emvGetCardTranCapa(std::uint8_t* ctq) {
         return presence(element::card_transaction_qualifiers);
     }
     if (ctq == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     std::copy_n(gl_IC_ECCTQ, std::size(gl_IC_ECCTQ), ctq);
-    return result::delivered;
+    return QUORRIN_ACCESSOR_DELIVERED;
 }
 
 // PBOC fast DDA: the card authentication related data begin with their version.
 std::int32_t emvGetCardDDAVer(std::uint8_t* out) {
-    constexpr std::int32_t not_from_card = 0;
-    constexpr std::int32_t too_short = 2;
     constexpr std::uint16_t shortest = 8;
     if (out == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     std::uint8_t data[sizeof gl_IC_ECCAR] = {};
     const Reading reading = read_whole(element::card_authentication_related_data, data);
-    if (reading.code != read_code::from_card) {
-        return not_from_card;
+    if (reading.code != QUORRIN_READ_FROM_CARD) {
+        return QUORRIN_ACCESSOR_ABSENT;
     }
     if (reading.length < shortest) {
-        return too_short;
+        return QUORRIN_ACCESSOR_TOO_SHORT;
     }
     *out = data[0];
-    return result::delivered;
+    return QUORRIN_ACCESSOR_DELIVERED;
 }

@@ -48,7 +48,7 @@ std::int32_t emvGetCIDItem(std::uint8_t item) {
         case 4:
             return cid & 0x07;
         default:
-            return result::bad_selector;
+            return QUORRIN_ACCESSOR_BAD_SELECTOR;
     }
 }
 
@@ -63,42 +63,38 @@ void emvSetAC(const std::uint8_t* ac, std::uint16_t length) {
 }
 
 std::int32_t emvGetCardATC(std::uint8_t* atc) {
-    // Deliberate: 1 says that there is no counter, 0 that it was delivered.
-    constexpr std::int32_t no_counter = 1;
     if (atc == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     if (!is_present(element::app_transaction_counter)) {
-        return no_counter;
+        // Deliberate: 1 says that there is no counter, 0 that it was delivered.
+        return QUORRIN_ACCESSOR_NONE;
     }
     std::copy_n(gl_ATC, std::size(gl_ATC), atc);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t emvGetIssAppType(std::uint8_t* out) {
-    constexpr std::int32_t not_from_card = -31;
-    constexpr std::int32_t too_short = -30;
-    constexpr std::int32_t reserved_type = -29;
     // PBOC: length, key index, cryptogram version, then the card verification results (4 bytes),
     // whose second byte tells in b6-b5 what the card answered to the first GENERATE AC.
     constexpr std::uint16_t size_with_verification_results = 7;
     constexpr std::size_t second_verification_byte = 4;
     constexpr std::uint8_t reserved = 3;
     if (out == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     std::uint8_t data[sizeof gl_IssAppData] = {};
     const Reading reading = read_whole(element::issuer_application_data, data);
-    if (reading.code != read_code::from_card) {
-        return not_from_card;
+    if (reading.code != QUORRIN_READ_FROM_CARD) {
+        return QUORRIN_ISSUER_DATA_NOT_FROM_CARD;
     }
     if (reading.length < size_with_verification_results) {
-        return too_short;
+        return QUORRIN_ISSUER_DATA_TOO_SHORT;
     }
     const auto type = static_cast<std::uint8_t>((data[second_verification_byte] & 0x30) >> 4);
     if (type == reserved) {
-        return reserved_type;
+        return QUORRIN_ISSUER_DATA_RESERVED;
     }
     *out = type;
-    return result::success;
+    return QUORRIN_SUCCESS;
 }

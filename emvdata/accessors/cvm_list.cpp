@@ -50,43 +50,41 @@ std::int32_t emvSetCVMResult(const std::uint8_t* value) {
 
 std::int32_t emvGetCVM(std::uint16_t* rule, std::uint8_t index) {
     if (rule == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     if (!has_rule(index)) {
-        return result::bad_index;
+        return QUORRIN_ACCESSOR_BAD_INDEX;
     }
     // As the bytes stand in the list, not as a number.
     const CvmRule found = rule_at(index);
     static_assert(sizeof found == sizeof *rule);
     std::memcpy(rule, &found, sizeof found);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t emvGetCVMListCVR(std::uint8_t* out, std::uint8_t index, std::uint8_t item) {
-    constexpr std::int32_t odd_length = -32;
-    constexpr std::int32_t bad_item = -29;
     if (out == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     if (counted_length() % 2 != 0) {
-        return odd_length;
+        return QUORRIN_ACCESSOR_ODD_LENGTH;
     }
     if (!has_rule(index)) {
-        return result::bad_index;
+        return QUORRIN_ACCESSOR_BAD_INDEX;
     }
     // EMV book 3, annex C3: b7 of the first byte, its b6-b1, the second byte.
     const CvmRule rule = rule_at(index);
     switch (item) {
         case 1:
             *out = (rule.method & 0x40) != 0 ? 1 : 0;
-            return result::success;
+            return QUORRIN_SUCCESS;
         case 2:
             *out = rule.method & 0x3F;
-            return result::success;
+            return QUORRIN_SUCCESS;
         case 3:
             *out = rule.condition;
-            return result::success;
+            return QUORRIN_SUCCESS;
         default:
-            return bad_item;
+            return QUORRIN_ACCESSOR_BAD_ITEM;
     }
 }

@@ -28,14 +28,14 @@ struct CommandData {
     // 1 and the data, or 0 when there are none.
     std::int32_t get(std::uint8_t* out, std::uint16_t* out_length) const {
         if (out == nullptr || out_length == nullptr) {
-            return result::rejected;
+            return QUORRIN_ACCESSOR_REFUSED;
         }
         if (held().empty()) {
-            return result::absent;
+            return QUORRIN_ACCESSOR_ABSENT;
         }
         std::ranges::copy(held(), out);
         *out_length = static_cast<std::uint16_t>(held().size());
-        return result::delivered;
+        return QUORRIN_ACCESSOR_DELIVERED;
     }
 };
 
@@ -48,11 +48,11 @@ const CommandData second_generate_ac{gl_GACCdolTwo, gl_LenGACCdolTwo};
 std::int32_t set_default_dol(std::span<std::uint8_t> storage, std::uint8_t& length,
                              const std::uint8_t* dol, std::uint8_t given) {
     if (dol == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     fill(storage, dol, given);
     length = given;
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::uint8_t held_length(Bytes storage, std::uint8_t length) {
@@ -87,19 +87,17 @@ std::int32_t emvSetTDOL(const std::uint8_t* value, std::uint16_t length) {
 // With a rule of their own
 
 std::int32_t emvGetTDOL(std::uint8_t* out, std::uint8_t* outLen) {
-    constexpr std::int32_t no_tdol = 52;
-    constexpr std::int32_t bad_state = 53;
     if (out == nullptr || outLen == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
-    if (presence(element::tdol) == result::absent) {
-        return no_tdol;
+    if (presence(element::tdol) == QUORRIN_ACCESSOR_ABSENT) {
+        return QUORRIN_ACCESSOR_NO_TDOL;
     }
     if (!is_present(element::tdol)) {
-        return bad_state;
+        return QUORRIN_ACCESSOR_BAD_STATE;
     }
     read_through(element::tdol, out, outLen);
-    return result::delivered;
+    return QUORRIN_ACCESSOR_DELIVERED;
 }
 
 // The terminal's default lists
@@ -113,11 +111,11 @@ std::uint8_t emvGetTermDDOLLength() { return held_length(gl_Tm_DDOL, gl_Tm_LenDD
 std::int32_t emvInTermDDOL() { return gl_Tm_LenDDOL != 0 ? 1 : 0; }
 std::int32_t emvGetTermDefaultTDOL(std::uint8_t* out, std::uint8_t* outLen) {
     if (out == nullptr || outLen == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     *outLen = held_length(gl_Tm_TDOL, gl_Tm_LenTDOL);
     std::copy_n(gl_Tm_TDOL, *outLen, out);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 // Command data
@@ -141,15 +139,15 @@ std::int32_t emvGetGACCdolTwo(std::uint8_t* out, std::uint16_t* length) {
 std::int32_t emvGetGPOPdolData(std::uint8_t* out, std::uint16_t* length) {
     constexpr std::uint8_t command_template = 0x83;
     if (out == nullptr || length == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     *length = 0;
     const tlv::Cursor stored(processing_options.held());
     const tlv::Object object = stored.object();
     if (!object.is_primitive() || !stored.has_tag(object, command_template)) {
-        return result::absent;
+        return QUORRIN_ACCESSOR_ABSENT;
     }
     std::ranges::copy(stored.value(object), out);
     *length = object.value_length;
-    return result::delivered;
+    return QUORRIN_ACCESSOR_DELIVERED;
 }

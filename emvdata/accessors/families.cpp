@@ -9,7 +9,7 @@ Reading read_whole(Element element, std::uint8_t* out) noexcept {
 
 std::int32_t store(Element element, const std::uint8_t* value, std::uint16_t bytes) noexcept {
     if (value == nullptr || bytes == 0) {
-        return store_code::no_value;
+        return QUORRIN_STORE_NO_VALUE;
     }
     constexpr Template no_template = Template::of({});
     return store_value(element, no_template, {value, bytes});

@@ -13,18 +13,6 @@
 
 namespace quorrin::accessor {
 
-// Results that hosts know, beyond those of the store.
-namespace result {
-inline constexpr std::int32_t success = 0;
-inline constexpr std::int32_t absent = 0;
-inline constexpr std::int32_t delivered = 1;
-inline constexpr std::int32_t bad_selector = -32;
-inline constexpr std::int32_t bad_index = -31;
-inline constexpr std::int32_t bad_length = -31;
-inline constexpr std::int32_t rejected = 49;  // a null pointer, or a value that may not be set
-inline constexpr std::int32_t unknown_element = 50;
-}  // namespace result
-
 // Presence: 1 present, 0 absent.
 inline std::int32_t presence(Element element) { return record(element).state; }
 
@@ -68,7 +56,7 @@ Reading read_whole(Element element, std::uint8_t* out) noexcept;
 // as 0.
 inline std::int32_t read_through(Element element, std::uint8_t* out, std::uint8_t* out_length) {
     if (out == nullptr || out_length == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     const Reading reading = read_whole(element, out);
     *out_length = static_cast<std::uint8_t>(reading.length);
@@ -82,10 +70,10 @@ inline std::int32_t copy_if_present(Element element, std::uint8_t* out, std::uin
         return presence(element);
     }
     if (out == nullptr || out_length == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     read_through(element, out, out_length);
-    return result::delivered;
+    return QUORRIN_ACCESSOR_DELIVERED;
 }
 
 // Raw setter: the store's own code; a null pointer is no value.
@@ -94,12 +82,12 @@ std::int32_t store(Element element, const std::uint8_t* value, std::uint16_t byt
 // Mapped setter: 0 stored, 50 no such element, 49 anything else, a null pointer included.
 constexpr std::int32_t mapped(std::int32_t stored) {
     switch (stored) {
-        case store_code::success:
-            return result::success;
-        case store_code::unknown_element:
-            return result::unknown_element;
+        case QUORRIN_SUCCESS:
+            return QUORRIN_SUCCESS;
+        case QUORRIN_STORE_UNKNOWN_ELEMENT:
+            return QUORRIN_ACCESSOR_UNKNOWN_ELEMENT;
         default:
-            return result::rejected;
+            return QUORRIN_ACCESSOR_REFUSED;
     }
 }
 static_assert(mapped(0) == 0 && mapped(-31) == 50 && mapped(-22) == 49 && mapped(-26) == 49);
@@ -110,8 +98,7 @@ inline std::int32_t store_mapped(Element element, const std::uint8_t* value, std
 
 // Mapped setter of an element for which a store that answers -26 (value not used) is no failure.
 constexpr std::int32_t mapped_tolerant(std::int32_t stored) {
-    constexpr std::int32_t not_used = -26;
-    return stored == not_used ? result::success : mapped(stored);
+    return stored == QUORRIN_STORE_NOT_USED ? QUORRIN_SUCCESS : mapped(stored);
 }
 static_assert(mapped_tolerant(0) == 0 && mapped_tolerant(-26) == 0 && mapped_tolerant(-31) == 50 &&
               mapped_tolerant(-22) == 49);

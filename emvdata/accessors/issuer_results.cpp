@@ -50,8 +50,8 @@ std::int32_t emvExistISSAuth() {
     constexpr std::uint8_t supported = 0x01;
     std::uint8_t indicator[sizeof gl_Tm_VisaVLP] = {};
     const Reading reading = read_whole(element::ec_terminal_support_indicator, indicator);
-    if (reading.code != read_code::from_terminal || indicator[0] != supported) {
-        return result::absent;
+    if (reading.code != QUORRIN_READ_FROM_TERMINAL || indicator[0] != supported) {
+        return QUORRIN_ACCESSOR_ABSENT;
     }
     return presence(element::ec_issuer_authorisation_code);
 }
@@ -79,20 +79,19 @@ std::int32_t emvSetIssScrptRslt(std::uint8_t outcome, std::uint8_t sequence) {
     if (const auto entry = current_entry(); !entry.empty()) {
         entry[0] = static_cast<std::uint8_t>(std::min(sequence, highest_sequence) | outcome << 4);
     }
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t emvSetIssScrptRsltID(const std::uint8_t* id) {
-    constexpr std::int32_t no_entry_left = -31;
     const auto entry = current_entry();
     if (entry.empty()) {
-        return no_entry_left;
+        return QUORRIN_ACCESSOR_BAD_INDEX;
     }
     if (id == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     std::copy_n(id, identifier_size, entry.begin() + 1);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 // Deliberate: the count goes on past the entries, so that the host sees how many scripts there

@@ -86,18 +86,18 @@ std::int32_t emvGetIccPKeyState() { return gl_FlgIccPk == 1 ? 1 : 0; }
 
 std::int32_t emvGetPinEnPKey(std::uint8_t* out) {
     if (gl_FlgPinEnPk == 0) {
-        return result::absent;
+        return QUORRIN_ACCESSOR_ABSENT;
     }
     if (out == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     get_key(gl_tPinEnPk, out);
-    return result::delivered;
+    return QUORRIN_ACCESSOR_DELIVERED;
 }
 
 std::int32_t emvGetCAPkIndex(std::uint8_t* out) {
     if (out == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     // Deliberate: written also when the card gave none; hosts then find the 00 of a cleared store.
     *out = gl_CAPkIndex[0];
@@ -105,10 +105,9 @@ std::int32_t emvGetCAPkIndex(std::uint8_t* out) {
 }
 
 std::int32_t emvGetSignDynAppData(std::uint8_t* out, std::uint16_t* length) {
-    constexpr std::int32_t nothing_signed = -32;
     if (out == nullptr || length == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     *length = read_whole(element::signed_dynamic_application_data, out).length;
-    return *length == 0 ? nothing_signed : result::delivered;
+    return *length == 0 ? QUORRIN_ACCESSOR_NOTHING_SIGNED : QUORRIN_ACCESSOR_DELIVERED;
 }

@@ -86,7 +86,7 @@ void emvInitTTQStru() {}
 std::int32_t emvSetTermType(std::uint8_t type) {
     gl_Tm_TermType[0] = type;
     mark_present(element::terminal_type, 1);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 // EMV book 4, annex A1: types x1, x4 are online only, x2, x5 offline with online capability.
@@ -127,8 +127,8 @@ std::int32_t emvIsSupportIssCodeTable(std::uint8_t index) {
 std::int32_t emvSetTmRmCheckFlg(std::uint8_t flag) {
     constexpr std::uint8_t highest = 2;
     if (flag > highest) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     gl_Tm_RmCheckFlg = flag;
-    return result::success;
+    return QUORRIN_SUCCESS;
 }

@@ -67,27 +67,27 @@ std::int32_t emvSetTermRefCurExp(std::uint8_t value) {
 
 std::int32_t emvSetTermRefCurConv(const std::uint32_t* value) {
     if (value == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     std::memcpy(&gl_Tm_RefCurConv, value, sizeof gl_Tm_RefCurConv);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t emvSetTransDate(const std::uint8_t* date, std::uint16_t length) {
     if (length != sizeof gl_Tm_TransDate) {
-        return result::bad_length;
+        return QUORRIN_ACCESSOR_BAD_LENGTH;
     }
     return store_mapped(element::transaction_date, date, length);
 }
 
 std::int32_t emvSetTransTime(const std::uint8_t* time, std::uint16_t length) {
     if (length != sizeof gl_Tm_TransTime) {
-        return result::bad_length;
+        return QUORRIN_ACCESSOR_BAD_LENGTH;
     }
     // HHMMSS in BCD. Deliberate: the bytes are compared as they stand, so that a second digit above
     // 9 (1A) passes; a host that takes the time from its clock never sends one.
     if (time == nullptr || time[0] > 0x23 || time[1] > 0x59 || time[2] > 0x59) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     return store_mapped(element::transaction_time, time, length);
 }
@@ -100,7 +100,7 @@ std::int32_t emvSetTransType(std::uint8_t type) {
     const std::uint8_t offered = gl_Tm_Cap_Ad[0];
     if ((type == goods_and_services && (offered & 0x60) == 0) ||
         (type == cash && (offered & 0x90) == 0)) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     return store_mapped(element::transaction_type, &type, 1);
 }
@@ -118,7 +118,7 @@ void emvSetCashBackFlg(std::uint8_t flag) {
 std::int32_t emvSetAccountType(std::uint8_t type) {
     constexpr std::uint8_t highest = 0x30;
     if ((type & 0x0F) != 0 || type > highest) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     return store_mapped(element::account_type, &type, 1);
 }
@@ -127,7 +127,7 @@ std::int32_t emvSetAccountType(std::uint8_t type) {
 // marks them by tag they do not count as entered.
 std::int32_t emvSetPinDataLength(std::uint16_t length) {
     set_length(element::pin_data, length);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 void emvSetRandNum(std::uint16_t value) {
@@ -136,12 +136,11 @@ void emvSetRandNum(std::uint16_t value) {
 }
 
 std::int32_t emvGetRandNum(std::uint16_t* out) {
-    // Deliberate: 1 says that there is no number, 0 that it was delivered.
-    constexpr std::int32_t no_number = 1;
     if (out == nullptr) {
-        return result::rejected;
+        return QUORRIN_ACCESSOR_REFUSED;
     }
     const bool drawn = gl_RandNum_Flag != 0;
     *out = drawn ? gl_RandNum : std::uint16_t{0};
-    return drawn ? result::success : no_number;
+    // Deliberate: 1 says that there is no number, 0 that it was delivered.
+    return drawn ? 0 : QUORRIN_ACCESSOR_NONE;
 }

@@ -12,7 +12,7 @@ template <std::size_t Size>
 std::int32_t start_bits(Element element, std::uint8_t (&storage)[Size]) {
     std::fill_n(storage, Size, std::uint8_t{0});
     mark_present(element, Size);
-    return result::success;
+    return QUORRIN_SUCCESS;
 }
 
 }  // namespace
@@ -35,7 +35,6 @@ void emvSetTSIBit(std::uint8_t byte, std::uint8_t bit, std::uint8_t on) {
     set_bit(gl_Tm_TSI, byte, bit, on);
 }
 std::int32_t emvCheckBitValue(const std::uint8_t* buffer, std::uint8_t byte, std::uint8_t bit) {
-    constexpr std::int32_t no_buffer = 2;
     // The buffer's size is the caller's; it reaches at least to the byte asked for.
-    return buffer == nullptr ? no_buffer : bit_value({buffer, byte}, byte, bit);
+    return buffer == nullptr ? QUORRIN_ACCESSOR_NO_BUFFER : bit_value({buffer, byte}, byte, bit);
 }

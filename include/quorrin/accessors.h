@@ -16,6 +16,7 @@
  *   - Raw result: that of emvSetDataElement, -28 for a null pointer.
  *   - Mapped result: 0 stored, 50 element not in the tables, 49 any other failure, a null pointer
  *     included.
+ * The other results have their names in QuorrinAccessorResult (element_results.h).
  * Give out room for the longest value named. A null pointer is answered with 49 wherever nothing
  * else is stated; an accessor without a result then does nothing.
  */

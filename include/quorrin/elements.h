@@ -1,6 +1,6 @@
 /*
  * The data elements of terminal and card by tag: the two tables, storing and reading, taking a
- * card's answer apart, resets.
+ * card's answer apart, resets. The results by name: element_results.h.
  */
 #ifndef QUORRIN_ELEMENTS_H
 #define QUORRIN_ELEMENTS_H

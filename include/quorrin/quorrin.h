@@ -38,7 +38,8 @@
 /* clang-format off */
 /* In the order of use. What every host needs: */
 #include "quorrin/version.h"
-#include "quorrin/results.h"     /* codes by name, what to do next, their messages */
+#include "quorrin/results.h"     /* codes by name, what to do next, their messages; those of elements.h,
+                                    accessors.h, tlv.h and steps.h by function in element_results.h */
 #include "quorrin/reader.h"      /* open, power a card, exchange commands, close */
 #include "quorrin/transaction.h" /* read a card, pay online, read the log: one call each */
 

@@ -11,7 +11,8 @@
 #ifndef QUORRIN_RESULTS_H
 #define QUORRIN_RESULTS_H
 
-#include "quorrin/device_codes.h" /* 0 and -1 to -15: the reader and its slots */
+#include "quorrin/device_codes.h"    /* 0 and -1 to -15: the reader and its slots */
+#include "quorrin/element_results.h" /* elements, BER-TLV, lists, scripts: by function */
 #include "quorrin/linkage.h"
 
 #ifdef __cplusplus

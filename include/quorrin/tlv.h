@@ -1,5 +1,5 @@
 /*
- * BER-TLV objects and data object lists.
+ * BER-TLV objects and data object lists. The results by name: element_results.h.
  */
 #ifndef QUORRIN_TLV_H
 #define QUORRIN_TLV_H

@@ -116,17 +116,120 @@ constexpr NamedNumber named_numbers[] = {
     {QUORRIN_USER_CONTACTLESS, 1},
     {QUORRIN_USER_CONTACTLESS_FIRST, 2},
 };
+
+// Numbers that mean something else for each function; messages know none of these.
+constexpr NamedNumber named_by_function[] = {
+    // QuorrinStoreResult
+    {QUORRIN_STORE_UNKNOWN_FORMAT, -18},
+    {QUORRIN_STORE_BAD_LENGTH, -22},
+    {QUORRIN_STORE_NOT_USED, -26},
+    {QUORRIN_STORE_WRONG_TEMPLATE, -27},
+    {QUORRIN_STORE_NO_VALUE, -28},
+    {QUORRIN_STORE_TEMPLATE_TOO_LONG, -29},
+    {QUORRIN_STORE_BAD_TAG_LENGTH, -30},
+    {QUORRIN_STORE_UNKNOWN_ELEMENT, -31},
+    // QuorrinReadResult
+    {QUORRIN_READ_FROM_CARD, 1},
+    {QUORRIN_READ_FROM_TERMINAL, 2},
+    {QUORRIN_READ_UNKNOWN_FORMAT, -18},
+    {QUORRIN_READ_UNKNOWN_ELEMENT, -30},
+    {QUORRIN_READ_BAD_TAG_LENGTH, -31},
+    // QuorrinTemplateResult
+    {QUORRIN_TEMPLATE_MISMATCH, -30},
+    {QUORRIN_TEMPLATE_TAG_TOO_LONG, -31},
+    // QuorrinStateResult
+    {QUORRIN_STATE_BAD, -31},
+    {QUORRIN_STATE_UNKNOWN_ELEMENT, -32},
+    // QuorrinBoundResult
+    {QUORRIN_BOUND_BAD_SELECTOR, -30},
+    {QUORRIN_BOUND_UNKNOWN_ELEMENT, -31},
+    // QuorrinWalkResult
+    {QUORRIN_WALK_MALFORMED, -30},
+    {QUORRIN_WALK_REFUSED, -31},
+    // QuorrinAccessorResult
+    {QUORRIN_ACCESSOR_ABSENT, 0},
+    {QUORRIN_ACCESSOR_DELIVERED, 1},
+    {QUORRIN_ACCESSOR_WAS_PRESENT, 1},
+    {QUORRIN_ACCESSOR_NONE, 1},
+    {QUORRIN_ACCESSOR_NO_BUFFER, 2},
+    {QUORRIN_ACCESSOR_TOO_SHORT, 2},
+    {QUORRIN_ACCESSOR_REFUSED, 49},
+    {QUORRIN_ACCESSOR_UNKNOWN_ELEMENT, 50},
+    {QUORRIN_ACCESSOR_NO_TDOL, 52},
+    {QUORRIN_ACCESSOR_BAD_STATE, 53},
+    {QUORRIN_ACCESSOR_NOT_KNOWN, -1},
+    {QUORRIN_ACCESSOR_BAD_ITEM, -29},
+    {QUORRIN_ACCESSOR_BAD_INDEX, -31},
+    {QUORRIN_ACCESSOR_BAD_LENGTH, -31},
+    {QUORRIN_ACCESSOR_BAD_SELECTOR, -32},
+    {QUORRIN_ACCESSOR_ODD_LENGTH, -32},
+    {QUORRIN_ACCESSOR_NOTHING_SIGNED, -32},
+    // QuorrinIssuerDataResult
+    {QUORRIN_ISSUER_DATA_RESERVED, -29},
+    {QUORRIN_ISSUER_DATA_TOO_SHORT, -30},
+    {QUORRIN_ISSUER_DATA_NOT_FROM_CARD, -31},
+    // QuorrinObjectKind
+    {QUORRIN_PRIMITIVE, 0},
+    {QUORRIN_CONSTRUCTED, 1},
+    // QuorrinTagResult
+    {QUORRIN_TAG_BAD, -30},
+    {QUORRIN_TAG_NO_DATA, -31},
+    // QuorrinLengthResult
+    {QUORRIN_LENGTH_BEYOND_DATA, -29},
+    {QUORRIN_LENGTH_BAD, -30},
+    {QUORRIN_LENGTH_NO_DATA, -31},
+    // QuorrinTlvResult
+    {QUORRIN_TLV_BAD_LENGTH, -30},
+    {QUORRIN_TLV_BAD_TAG, -31},
+    {QUORRIN_TLV_NO_DATA, -32},
+    // QuorrinSearchResult
+    {QUORRIN_SEARCH_NOT_FOUND, 1},
+    {QUORRIN_SEARCH_FOUND_TWICE, -30},
+    {QUORRIN_SEARCH_MALFORMED, -31},
+    // QuorrinStringResult
+    {QUORRIN_STRING_NOTHING_WRITTEN, 1},
+    {QUORRIN_STRING_MALFORMED, -30},
+    // QuorrinDolResult
+    {QUORRIN_DOL_REFUSED, -29},
+    {QUORRIN_DOL_BAD_TAG, -30},
+    {QUORRIN_DOL_BAD_LENGTH, -31},
+    // QuorrinDolEntryResult
+    {QUORRIN_DOL_ENTRY_ABSENT, 0},
+    {QUORRIN_DOL_ENTRY_PRESENT, 1},
+    {QUORRIN_DOL_ENTRY_BAD_LENGTH, -30},
+    {QUORRIN_DOL_ENTRY_BAD_TAG, -31},
+    // QuorrinKeyedTextResult
+    {QUORRIN_KEYED_TEXT_UNKNOWN_KEY, -31},
+    // QuorrinOptionsResult
+    {QUORRIN_OPTIONS_UNKNOWN_FORMAT, -27},
+    {QUORRIN_OPTIONS_ELEMENT_REFUSED, -28},
+    {QUORRIN_OPTIONS_AFL_PRESENT, -29},
+    {QUORRIN_OPTIONS_AIP_PRESENT, -30},
+    {QUORRIN_OPTIONS_TOO_SHORT, -31},
+    // QuorrinScriptCheckResult
+    {QUORRIN_SCRIPT_FOREIGN_OBJECT, -28},
+    {QUORRIN_SCRIPT_MALFORMED_CONTENT, -29},
+    {QUORRIN_SCRIPT_NOT_A_SCRIPT, -30},
+    {QUORRIN_SCRIPT_MALFORMED, -31},
+    // QuorrinScriptRunResult
+    {QUORRIN_SCRIPT_COMMAND_TOO_SHORT, -29},
+    {QUORRIN_SCRIPT_MALFORMED_TEMPLATE, -30},
+    // QuorrinPortResult
+    {QUORRIN_PORT_NOT_CONFIGURED, -1},
+};
 // clang-format on
 
-constexpr bool all_names_have_their_numbers() {
-    for (const NamedNumber& row : named_numbers) {
+template <std::size_t Count>
+constexpr bool all_names_have_their_numbers(const NamedNumber (&rows)[Count]) {
+    for (const NamedNumber& row : rows) {
         if (row.name != row.number) {
             return false;
         }
     }
     return true;
 }
-static_assert(all_names_have_their_numbers());
+static_assert(all_names_have_their_numbers(named_numbers));
+static_assert(all_names_have_their_numbers(named_by_function));
 
 std::set<int> codes_with_names(int from, int to) {
     std::set<int> codes;

@@ -65,8 +65,6 @@ void put(Value* target, Value value) {
     }
 }
 
-constexpr std::int8_t string_malformed = -30;
-
 }  // namespace
 }  // namespace quorrin::tlv
 
@@ -129,15 +127,14 @@ std::int8_t tlvGetTLVDataInString(const std::uint8_t* string, std::uint16_t leng
 
 std::int8_t emvCheckTLVString(const std::uint8_t* string, std::uint16_t length) {
     const bool good = !is_missing(string, length) && is_well_formed(host_bytes(string, length));
-    return good ? std::int8_t{0} : string_malformed;
+    return good ? std::int8_t{0} : std::int8_t{QUORRIN_STRING_MALFORMED};
 }
 
 std::int8_t ucAppendTLV(std::uint8_t* out, std::uint32_t* position, const std::uint8_t* tag,
                         std::uint8_t tagLen, const std::uint8_t* value, std::uint16_t valueLen) {
-    constexpr std::int8_t nothing_written = 1;
     if (tagLen == 0 || out == nullptr || position == nullptr || tag == nullptr ||
         (value == nullptr && valueLen > 0)) {
-        return nothing_written;
+        return QUORRIN_STRING_NOTHING_WRITTEN;
     }
     std::uint8_t* end = out + *position;
     const auto append = [&](unsigned byte) { *end++ = static_cast<std::uint8_t>(byte); };

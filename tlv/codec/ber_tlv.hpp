@@ -6,18 +6,20 @@
 #include <cstdint>
 #include <span>
 
+#include "quorrin/results.h"
+
 namespace quorrin::tlv {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// Results of the codec. Callers across the library compare these values.
-inline constexpr std::int8_t primitive = 0;
-inline constexpr std::int8_t constructed = 1;
+// Results of the codec, as the exported functions give them.
+inline constexpr std::int8_t primitive = QUORRIN_PRIMITIVE;
+inline constexpr std::int8_t constructed = QUORRIN_CONSTRUCTED;
 
 // A tag as far as it could be read: on an error `length` counts the bytes that were looked at.
 struct Tag {
-    static constexpr std::int8_t no_data = -31;
-    static constexpr std::int8_t bad = -30;
+    static constexpr std::int8_t no_data = QUORRIN_TAG_NO_DATA;
+    static constexpr std::int8_t bad = QUORRIN_TAG_BAD;
 
     std::int8_t result;
     std::uint8_t length;
@@ -25,10 +27,10 @@ struct Tag {
 
 // A length field as far as it could be read.
 struct Length {
-    static constexpr std::int8_t good = 0;
-    static constexpr std::int8_t no_data = -31;
-    static constexpr std::int8_t bad = -30;
-    static constexpr std::int8_t value_too_long = -29;
+    static constexpr std::int8_t good = QUORRIN_SUCCESS;
+    static constexpr std::int8_t no_data = QUORRIN_LENGTH_NO_DATA;
+    static constexpr std::int8_t bad = QUORRIN_LENGTH_BAD;
+    static constexpr std::int8_t value_too_long = QUORRIN_LENGTH_BEYOND_DATA;
 
     std::int8_t result;
     std::uint8_t field_size;
@@ -37,9 +39,9 @@ struct Length {
 
 // A data object at the start of a span; on an error the sizes decoded so far.
 struct Object {
-    static constexpr std::int8_t no_data = -32;
-    static constexpr std::int8_t bad_tag = -31;
-    static constexpr std::int8_t bad_length = -30;
+    static constexpr std::int8_t no_data = QUORRIN_TLV_NO_DATA;
+    static constexpr std::int8_t bad_tag = QUORRIN_TLV_BAD_TAG;
+    static constexpr std::int8_t bad_length = QUORRIN_TLV_BAD_LENGTH;
 
     std::int8_t result;
     std::uint8_t tag_length;
@@ -212,10 +214,10 @@ inline constexpr std::uint8_t issuer_script_identifier_tag[] = {0x9F, 0x18};
 
 // One tag anywhere in a TLV string, inside templates too.
 struct Search {
-    static constexpr std::int8_t found = 0;
-    static constexpr std::int8_t not_found = 1;
-    static constexpr std::int8_t malformed = -31;
-    static constexpr std::int8_t found_twice = -30;
+    static constexpr std::int8_t found = QUORRIN_SUCCESS;
+    static constexpr std::int8_t not_found = QUORRIN_SEARCH_NOT_FOUND;
+    static constexpr std::int8_t malformed = QUORRIN_SEARCH_MALFORMED;
+    static constexpr std::int8_t found_twice = QUORRIN_SEARCH_FOUND_TWICE;
 
     std::int8_t result;
     bool has_value;  // a value was met, also when the result is an error that came after it

@@ -17,23 +17,23 @@ void zero(Out entry) {
     std::memset(entry.data(), 0, entry.size());
 }
 
-// Walks the list; fill(tag, entry) writes one primitive entry and returns 0 or store_error.
+// Walks the list; fill(tag, entry) writes one primitive entry and returns 0 or QUORRIN_DOL_REFUSED.
 //
 // Deliberate: 00 and FF between entries are read as tags, not skipped as padding. The card computes
 // its cryptogram over the answer to every entry that it listed, so a list is taken byte by byte.
 template <typename Fill>
 Built build_with(Bytes list, Out out, Fill fill) noexcept {
-    Built built{done, 0};
+    Built built{QUORRIN_SUCCESS, 0};
     for (tlv::Cursor cursor(list); !cursor.at_end();) {
         const tlv::Tag tag = tlv::read_tag(cursor.rest());
         if (tag.result < 0) {
-            built.result = bad_tag;
+            built.result = QUORRIN_DOL_BAD_TAG;
             return built;
         }
         const tlv::Length length = tlv::read_length(cursor.rest().subspan(tag.length));
         // No value follows in a list: a length beyond its end is what a list is made of.
         if (length.result != tlv::Length::good && length.result != tlv::Length::value_too_long) {
-            built.result = bad_length;
+            built.result = QUORRIN_DOL_BAD_LENGTH;
             return built;
         }
         if (length.value > out.size() - built.length) {
@@ -45,7 +45,7 @@ Built build_with(Bytes list, Out out, Fill fill) noexcept {
             zero(entry);
         } else if (!entry.empty()) {
             built.result = fill(cursor.rest().first(tag.length), entry);
-            if (built.result != done) {
+            if (built.result != QUORRIN_SUCCESS) {
                 return built;
             }
         }
@@ -72,36 +72,36 @@ void substitute_ca_key_index(Element element, Out entry) {
 }  // namespace
 
 Built build(Bytes list, Out out) noexcept {
-    return build_with(list, out, [](Bytes tag, Out entry) {
+    return build_with(list, out, [](Bytes tag, Out entry) -> std::int32_t {
         if (names_no_element(tag)) {
-            return store_error;
+            return QUORRIN_DOL_REFUSED;
         }
         const Element element = find_element(tag);
         if (element.is_none()) {  // EMV book 3, 5.4: and so is an unknown tag
             zero(entry);
-            return done;
+            return QUORRIN_SUCCESS;
         }
         if (read_value(element, entry) < 0) {
-            return store_error;
+            return QUORRIN_DOL_REFUSED;
         }
         substitute_ca_key_index(element, entry);
-        return done;
+        return QUORRIN_SUCCESS;
     });
 }
 
 Built build_pdol(Bytes list, Out out) noexcept {
-    return build_with(list, out, [](Bytes tag, Out entry) {
+    return build_with(list, out, [](Bytes tag, Out entry) -> std::int32_t {
         if (names_no_element(tag)) {
-            return store_error;
+            return QUORRIN_DOL_REFUSED;
         }
         const Element element = find_element(tag);
         // Deliberate: a card's own elements go back as zeros, like unknown ones; before GET
         // PROCESSING OPTIONS the terminal speaks for itself alone.
         if (!element.is_terminal()) {
             zero(entry);
-            return done;
+            return QUORRIN_SUCCESS;
         }
-        return read_value(element, entry) < 0 ? store_error : done;
+        return read_value(element, entry) < 0 ? QUORRIN_DOL_REFUSED : 0;
     });
 }
 
@@ -117,13 +117,13 @@ using Builder = Built (*)(Bytes list, Out out) noexcept;
 std::int32_t build_for_host(Builder builder, std::uint8_t* out, std::uint16_t* out_length,
                             const std::uint8_t* list, std::size_t length) {
     const Built built = is_missing(list, length)
-                            ? Built{bad_tag, 0}
+                            ? Built{QUORRIN_DOL_BAD_TAG, 0}
                             : builder(host_bytes(list, length), host_room(out));
     if (out_length != nullptr) {
         *out_length = static_cast<std::uint16_t>(built.length);
     }
     // Only a null pointer has no room.
-    return built.result == no_room ? store_error : built.result;
+    return built.result == no_room ? QUORRIN_DOL_REFUSED : built.result;
 }
 
 }  // namespace
@@ -143,27 +143,23 @@ std::int32_t dolPaddingPdol(std::uint8_t* out, std::uint16_t* outLen, const std:
 
 std::int32_t dolCheckTagInDol(const std::uint8_t* tag, std::uint8_t tagLen,
                               const std::uint8_t* list, std::uint8_t listLen) {
-    constexpr std::int32_t present = 1;
-    constexpr std::int32_t absent = 0;
-    constexpr std::int32_t bad_tag = -31;
-    constexpr std::int32_t bad_length_field = -30;
     if (is_missing(list, listLen)) {
-        return bad_tag;
+        return QUORRIN_DOL_ENTRY_BAD_TAG;
     }
     for (tlv::Cursor cursor(host_bytes(list, listLen)); !cursor.at_end();) {
         const tlv::Tag entry = tlv::read_tag(cursor.rest());
         if (entry.result < 0) {
-            return bad_tag;
+            return QUORRIN_DOL_ENTRY_BAD_TAG;
         }
         if (tag != nullptr && entry.length == tagLen &&
             StrCmp(cursor.rest().data(), tag, tagLen) == 0) {
-            return present;
+            return QUORRIN_DOL_ENTRY_PRESENT;
         }
         const tlv::Length length = tlv::read_length_field(cursor.rest().subspan(entry.length));
         if (length.result != tlv::Length::good) {
-            return bad_length_field;
+            return QUORRIN_DOL_ENTRY_BAD_LENGTH;
         }
         cursor.advance(std::size_t{entry.length} + length.field_size);
     }
-    return absent;
+    return QUORRIN_DOL_ENTRY_ABSENT;
 }

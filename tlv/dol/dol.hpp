@@ -9,14 +9,11 @@
 
 namespace quorrin::dol {
 
-inline constexpr std::int32_t done = 0;
-inline constexpr std::int32_t no_room = -28;  // only where the room is known
-inline constexpr std::int32_t store_error = -29;
-inline constexpr std::int32_t bad_tag = -30;
-inline constexpr std::int32_t bad_length = -31;
+// Of the inner builders alone, which know their room.
+inline constexpr std::int32_t no_room = -28;
 
 struct Built {
-    std::int32_t result;
+    std::int32_t result;   // 0, no_room or a QuorrinDolResult
     std::uint32_t length;  // bytes written, also when the result is an error
 };
 

@@ -79,12 +79,12 @@ inline Bytes find_identifier(Bytes script, std::size_t room) {
     return usable ? search.value : Bytes{};
 }
 
-// Checks a whole script object: `valid`, or the code of emvCheckIssuerScript.
-inline constexpr std::int32_t valid = 0;
+// Checks a whole script object: 0 or a QuorrinScriptCheckResult.
 std::int32_t check(Bytes script);
 
 // Sends the commands of a template value. `readable` begins where the value begins and may go
-// beyond it: a command whose Lc exceeds its object takes the bytes that follow, then zeros.
+// beyond it: a command whose Lc exceeds its object takes the bytes that follow, then zeros. 0 or a
+// QuorrinScriptRunResult.
 std::int32_t run_commands(Bytes value, Bytes readable);
 
 }  // namespace quorrin::script

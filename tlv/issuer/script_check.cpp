@@ -8,11 +8,6 @@
 namespace quorrin::script {
 namespace {
 
-constexpr std::int32_t malformed_object = -31;  // somewhere in the script
-constexpr std::int32_t not_a_script = -30;      // nothing is recorded
-constexpr std::int32_t malformed_content = -29;
-constexpr std::int32_t foreign_object = -28;
-
 // Stores a script's identifier and notes it in the current result entry.
 void adopt_identifier(Bytes value, Identifier& identifier) {
     store_element({}, issuer_script_identifier_tag, value);
@@ -31,7 +26,7 @@ std::int32_t check_contents(Bytes value, Identifier& identifier, bool& command_s
         const std::size_t considered = cursor.rest().size() % 256;
         const tlv::Object object = tlv::read_object(cursor.rest().first(considered));
         if (object.is_malformed()) {
-            return malformed_content;
+            return QUORRIN_SCRIPT_MALFORMED_CONTENT;
         }
         if (!identifier_seen && cursor.has_tag(object, issuer_script_identifier_tag)) {
             identifier_seen = true;
@@ -41,11 +36,11 @@ std::int32_t check_contents(Bytes value, Identifier& identifier, bool& command_s
         } else if (cursor.has_tag(object, command_tag)) {
             command_seen = true;
         } else {
-            return foreign_object;
+            return QUORRIN_SCRIPT_FOREIGN_OBJECT;
         }
         cursor.step_over(object);
     }
-    return valid;
+    return QUORRIN_SUCCESS;
 }
 
 std::int32_t record_failure(const Kind& kind, const Identifier& identifier, Result result,
@@ -65,26 +60,26 @@ std::int32_t check(Bytes script) {
 
     const tlv::Object object = tlv::read_object(script);
     if (object.tag_length != 1) {
-        return not_a_script;
+        return QUORRIN_SCRIPT_NOT_A_SCRIPT;
     }
     const Kind* kind = find_kind(script[0]);
     if (kind == nullptr) {
-        return not_a_script;
+        return QUORRIN_SCRIPT_NOT_A_SCRIPT;
     }
     if (!tlv::is_well_formed(script)) {
-        return record_failure(*kind, identifier, Result::NotPerformed, malformed_object);
+        return record_failure(*kind, identifier, Result::NotPerformed, QUORRIN_SCRIPT_MALFORMED);
     }
     if (object.size() != script.size()) {
-        return not_a_script;
+        return QUORRIN_SCRIPT_NOT_A_SCRIPT;
     }
     bool command_seen = false;
     const Bytes value = script.subspan(object.header_size());
     const std::int32_t code = check_contents(value, identifier, command_seen);
-    if (code != valid) {
+    if (code != QUORRIN_SUCCESS) {
         return record_failure(*kind, identifier,
                               command_seen ? Result::Failed : Result::NotPerformed, code);
     }
-    return valid;
+    return QUORRIN_SUCCESS;
 }
 
 }  // namespace quorrin::script

@@ -15,10 +15,6 @@ std::uint8_t gl_cScptIDExist = 0;
 namespace quorrin::script {
 namespace {
 
-constexpr std::int32_t done = 0;
-constexpr std::int32_t malformed_template = -30;
-constexpr std::int32_t command_too_short = -29;
-
 constexpr std::size_t command_header_size = 4;  // CLA INS P1 P2
 
 // Bytes that may be asked for beyond their end, where they are zero.
@@ -81,7 +77,7 @@ class Phase {
             record_unreadable(kind);
         } else if (kind != nullptr) {
             const bool of_this_phase = kind->phase == number_;
-            if (check(script) == valid) {
+            if (check(script) == QUORRIN_SUCCESS) {
                 // Deliberate: scripts of both kinds count against the limit, in both phases.
                 total_size_ += script.size();
                 if (!of_this_phase) {
@@ -132,7 +128,7 @@ class Phase {
                 write_identifier(running_identifier());
             }
             write_result(Result::NotPerformed);
-        } else if (run_commands(value, readable) != done) {
+        } else if (run_commands(value, readable) != QUORRIN_SUCCESS) {
             mark_failed(kind);
         }
     }
@@ -160,8 +156,9 @@ std::int32_t run_commands(Bytes value, Bytes readable) {
         const tlv::Object object = cursor.object();
         if (object.is_malformed()) {
             // Deliberate: a fault behind the first and only command is reported as not performed.
-            return commands > 1 ? finish(Result::Failed, commands, malformed_template)
-                                : finish(Result::NotPerformed, 0, malformed_template);
+            return commands > 1
+                       ? finish(Result::Failed, commands, QUORRIN_SCRIPT_MALFORMED_TEMPLATE)
+                       : finish(Result::NotPerformed, 0, QUORRIN_SCRIPT_MALFORMED_TEMPLATE);
         }
         const std::size_t position = value.size() - cursor.rest().size() + object.header_size();
         const ZeroExtended bytes(readable.subspan(position));
@@ -175,13 +172,13 @@ std::int32_t run_commands(Bytes value, Bytes readable) {
         } else if (cursor.has_tag(object, command_tag)) {
             ++commands;
             if (object.value_length < command_header_size) {
-                return finish(Result::Failed, commands, command_too_short);
+                return finish(Result::Failed, commands, QUORRIN_SCRIPT_COMMAND_TOO_SHORT);
             }
             send_command(bytes, object.value_length);
         }
         cursor.step_over(object);
     }
-    return finish(Result::Successful, 0, done);
+    return finish(Result::Successful, 0, QUORRIN_SUCCESS);
 }
 
 }  // namespace quorrin::script
@@ -208,7 +205,7 @@ std::int32_t emvScriptProcess(std::uint8_t phase) {
 
 std::int32_t emvIssuerCommandProcess(const std::uint8_t* value, std::uint16_t length) {
     if (value == nullptr && length > 0) {
-        return -30;
+        return QUORRIN_SCRIPT_MALFORMED_TEMPLATE;
     }
     const tlv::Bytes contents(value, length);
     return script::run_commands(contents, contents);
