@@ -2,17 +2,13 @@
 // section 10.10, book 4, annex A5).
 
 #include "emvdata/accessors/families.hpp"
+#include "emvdata/script_results.hpp"
 
 using namespace quorrin;
 using namespace quorrin::accessor;
+using namespace quorrin::script_results;
 
 namespace {
-
-// Issuer script results: entries of 5 bytes, result and sequence in one byte, then the identifier.
-constexpr std::size_t entry_size = 5;
-constexpr std::size_t identifier_size = 4;
-constexpr std::size_t entries = std::size(gl_Iss_ScriptRslt) / entry_size;
-static_assert(entries == 12);
 
 // The entry being written; empty once all are used.
 std::span<std::uint8_t> current_entry() {
@@ -75,7 +71,6 @@ void emvSetIssuerScriptLength(std::uint16_t length) {
 }
 
 std::int32_t emvSetIssScrptRslt(std::uint8_t outcome, std::uint8_t sequence) {
-    constexpr std::uint8_t highest_sequence = 15;
     if (const auto entry = current_entry(); !entry.empty()) {
         entry[0] = static_cast<std::uint8_t>(std::min(sequence, highest_sequence) | outcome << 4);
     }

@@ -44,7 +44,7 @@ std::unique_ptr<CardDevice> read_card(const Section& slot, ReaderSetup& setup) {
     const bool in_place = slot.has("card");
     if (slot.has("profile") == in_place) {
         slot.fail("", in_place ? "has both a profile and a card"
-                               : "needs a profile (a file) or a card (a table)");
+                               : "needs a profile (a file), a trace (a file) or a card (a table)");
     }
     if (in_place) {
         return load_card(slot.section("card"));

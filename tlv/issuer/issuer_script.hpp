@@ -3,10 +3,10 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
+#include "emvdata/script_results.hpp"
 #include "quorrin/quorrin.h"
 #include "tlv/codec/ber_tlv.hpp"
 
@@ -49,14 +49,14 @@ constexpr const Kind* find_kind(std::uint8_t tag) {
 // Result in the high nibble of a script result entry (EMV book 4, annex A5).
 enum class Result : std::uint8_t { NotPerformed = 0, Failed = 1, Successful = 2 };
 
-inline constexpr std::size_t identifier_size = 4;
-using Identifier = std::array<std::uint8_t, identifier_size>;
+using script_results::Identifier;
+using script_results::identifier_size;
 
 // Writes into the current entry, which is final only when the count is moved past it.
 inline void write_result(Result result, std::size_t failing_command = 0) {
-    constexpr std::size_t highest_sequence = 15;
+    constexpr std::size_t highest = script_results::highest_sequence;
     emvSetIssScrptRslt(static_cast<std::uint8_t>(result),
-                       static_cast<std::uint8_t>(std::min(failing_command, highest_sequence)));
+                       static_cast<std::uint8_t>(std::min(failing_command, highest)));
 }
 
 inline void write_identifier(const Identifier& identifier) {

@@ -204,7 +204,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, WrongFieldTest, testing::Values(
     WrongField{"slot_not_table", "contact = \"own.toml\"\n",
                "1: contact: must be a table"},
     WrongField{"slot_without_card", "\n[contact]\n",
-               "2: contact: needs a profile (a file) or a card (a table)"},
+               "2: contact: needs a profile (a file), a trace (a file) or a card (a table)"},
     WrongField{"slot_with_two_cards", CONTACT "card = {}\n",
                "1: contact: has both a profile and a card"},
     WrongField{"profile_not_text", "[contact]\nprofile = 1\n",
