@@ -1,35 +1,8 @@
 // An exchange of commands over PC/SC allocates nothing. A program of its own: it counts what malloc
 // is asked for.
 
-#include <cstdlib>
-
 #include "tests/reader_libraries/pcsc/fake_pcsc_test.hpp"
-
-namespace {
-
-std::size_t allocations = 0;
-
-}  // namespace
-
-extern "C" {
-// glibc's own allocator, under the names that stay when a program replaces the public ones.
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* block, std::size_t size);
-
-void* malloc(std::size_t size) {
-    ++allocations;
-    return __libc_malloc(size);
-}
-void* calloc(std::size_t count, std::size_t size) {
-    ++allocations;
-    return __libc_calloc(count, size);
-}
-void* realloc(void* block, std::size_t size) {
-    ++allocations;
-    return __libc_realloc(block, size);
-}
-}
+#include "tests/support/counted_allocations.hpp"
 
 namespace quorrin::test {
 namespace {
