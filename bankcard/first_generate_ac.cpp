@@ -28,6 +28,7 @@ using tlv::Bytes;
 constexpr std::size_t max_cdol1_data = 256;
 constexpr std::uint8_t p1_arqc = 0x80;
 
+// The two formats of the answer (EMV book 3, 6.5.5.4).
 constexpr std::uint8_t format1_template = 0x80;
 constexpr std::uint8_t format2_template = 0x77;
 

@@ -80,21 +80,11 @@ std::size_t index_of(Bytes tag) {
 
 // Deliberate: text positions count modulo 256, like the text's length, so that no text is longer
 // than 255 characters: a merchant name of more than 83 bytes garbles it instead.
-class TextWriter {
-  public:
-    explicit TextWriter(Text& text) : text_(text) {}
-
-    void put(std::size_t position, std::string_view characters) {
-        std::copy(characters.begin(), characters.end(), at(position));
-    }
-    void put_digits(std::size_t position, Bytes bytes) { write_hex(at(position), bytes); }
-
-  private:
-    // An item starts at its wrapped position and is written straight on from there.
-    char* at(std::size_t position) { return text_.characters.data() + position % 256; }
-
-    Text& text_;
-};
+//
+// An item starts at its wrapped position and is written straight on from there.
+char* place_in(Text& text, std::size_t position) {
+    return text.characters.data() + position % 256;
+}
 
 constexpr std::size_t longest_item = std::size_t{2} * std::numeric_limits<std::uint8_t>::max();
 static_assert(sizeof Text::characters >=
@@ -148,7 +138,6 @@ std::optional<Format> read_format(Bytes answer) {
 
 Text make_text(const Format& format, Bytes record) {
     Text text;
-    TextWriter writer(text);
     std::size_t name_digits = 0;
     for (std::size_t i = 0; i < field_count; ++i) {
         const Field& field = fields[i];
@@ -164,9 +153,11 @@ Text make_text(const Format& format, Bytes record) {
 
         char counted[count_size + 1];
         std::snprintf(counted, sizeof counted, "%03u", static_cast<unsigned>(place.length));
-        writer.put(field.position + name_digits, {&field.letter, 1});
-        writer.put(field.position + name_digits + 1, field.count.empty() ? counted : field.count);
-        writer.put_digits(digits_position(field) + name_digits, Bytes(value).first(text_length));
+        const std::string_view count = field.count.empty() ? counted : field.count;
+        *place_in(text, field.position + name_digits) = field.letter;
+        std::ranges::copy(count, place_in(text, field.position + name_digits + 1));
+        write_hex(place_in(text, digits_position(field) + name_digits),
+                  Bytes(value).first(text_length));
         if (&field == &merchant_name) {
             name_digits = 2 * place.length;
         }

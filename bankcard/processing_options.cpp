@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "bankcard/held_bytes.hpp"
 #include "boundary/host_bytes.hpp"
@@ -16,35 +17,30 @@
 namespace quorrin {
 namespace {
 
-// The data of the command: the PDOL data in a command template (83).
-class CommandTemplate {
-  public:
-    static constexpr std::uint8_t tag = 0x83;
-    static constexpr std::size_t header_size = 2;
+constexpr std::size_t header_size = 2;
+constexpr std::size_t max_pdol_data = 1024;
+using CommandRoom = std::array<std::uint8_t, header_size + max_pdol_data>;
 
-    // Builds the data that the card's PDOL asks for; false when that cannot be done.
-    bool build(Bytes pdol) {
-        const dol::Built built = dol::build_pdol(pdol, std::span(bytes_).subspan<header_size>());
-        bytes_[0] = tag;
-        // Deliberate: the length is one byte whatever the size, and so is Lc, which counts this
-        // header too and wraps from 254 bytes of data on: the card is sent as much as Lc counts,
-        // while gl_LenGPOPdolData tells the host how much was built.
-        bytes_[1] = static_cast<std::uint8_t>(built.length);
-        size_ = header_size + built.length;
-        return built.result == QUORRIN_SUCCESS;
+// The data of the command: what the card's PDOL asks for in a command template (83), which is empty for
+// a card without PDOL (EMV book 3, 6.5.8.3). Nothing when the list cannot be answered.
+std::optional<Bytes> command_data(Bytes pdol, CommandRoom& room) {
+    constexpr std::uint8_t command_template = 0x83;
+    const dol::Built built = dol::build_pdol(pdol, std::span(room).subspan<header_size>());
+    if (built.result != QUORRIN_SUCCESS) {
+        return std::nullopt;
     }
-    Bytes bytes() const { return Bytes(bytes_).first(size_); }
-
-  private:
-    static constexpr std::size_t max_pdol_data = 1024;
-    std::array<std::uint8_t, header_size + max_pdol_data> bytes_;  // `size_` of them are built
-    std::size_t size_ = 0;
-};
+    room[0] = command_template;
+    // Deliberate: the length is one byte whatever the size, and so is Lc, which counts this header
+    // too and wraps from 254 bytes of data on: the card is sent as much as Lc counts, while
+    // gl_LenGPOPdolData tells the host how much was built.
+    room[1] = static_cast<std::uint8_t>(built.length);
+    return Bytes(room).first(header_size + built.length);
+}
 
 constexpr std::uint8_t format_1 = 0x80;
 constexpr std::uint8_t format_2 = 0x77;
 
-// Format 1: the value is the AIP and, right after it, the AFL.
+// Format 1 (EMV book 3, 6.5.8.4): the value is the AIP and, right after it, the AFL.
 std::int32_t store_format_1(Bytes response) {
     constexpr std::size_t shortest_response = 6;
     constexpr std::size_t aip_size = 2;
@@ -75,8 +71,8 @@ std::int32_t store_options(Bytes response) {
     while (!response.empty() && tlv::is_padding(response[0])) {
         response = response.subspan(1);
         ++skipped;
-        // Deliberate: padding before the answer is borne only while it is shorter than what
-        // follows.
+        // Deliberate: padding before the answer (EMV book 3, annex B) is borne only while it is
+        // shorter than what follows.
         if (skipped >= response.size()) {
             return QUORRIN_OPTIONS_TOO_SHORT;
         }
@@ -114,17 +110,17 @@ std::int64_t emvGPO(std::int64_t handle, const char* text, const QuorrinKeyRow* 
     }
     setTermDataBeforeGPO();
 
-    CommandTemplate command;
-    if (!command.build(held_bytes(gl_PDOL, emvGetPDOLLen()))) {
+    CommandRoom room;
+    const auto data = command_data(held_bytes(gl_PDOL, emvGetPDOLLen()), room);
+    if (!data) {
         return QUORRIN_DATA_MALFORMED;
     }
-    const Bytes data = command.bytes();
-    emvSetGPOPdolData(data.data(), static_cast<std::uint16_t>(data.size()));
+    emvSetGPOPdolData(data->data(), static_cast<std::uint16_t>(data->size()));
 
     // Deliberate: the result and the status word are not asked. A refusal brings no answer, and an
     // empty answer is malformed.
     CardAnswer answer;
-    send_to_card(handle, {0x80, 0xA8, 0x00, 0x00, data, QUORRIN_WITH_DATA_AND_LE}, answer);
+    send_to_card(handle, {0x80, 0xA8, 0x00, 0x00, *data, QUORRIN_WITH_DATA_AND_LE}, answer);
     return store_options(answer.data()) == 0 ? 0 : QUORRIN_DATA_MALFORMED;
 }
 

@@ -11,34 +11,14 @@
 namespace quorrin {
 namespace {
 
-// One entry of the AFL. Its fourth byte, the number of records for offline data authentication, has
-// no use here.
+// One entry of the AFL (EMV book 3, 10.2). Its fourth byte, the number of records for offline data
+// authentication, has no use here.
 struct FileRange {
-    static constexpr std::size_t size = 4;
-
     std::uint8_t file;  // P2 of READ RECORD
     unsigned first;
     unsigned last;
 };
-
-// A copy of the card's AFL: a record that carries one may overwrite it while it is being walked.
-class FileLocator {
-  public:
-    FileLocator() {
-        std::copy(std::begin(gl_AFL), std::end(gl_AFL), bytes_.begin());
-        count_ = std::min<std::size_t>(emvGetAFLNum(), bytes_.size() / FileRange::size);
-    }
-
-    std::size_t count() const { return count_; }
-    FileRange operator[](std::size_t index) const {
-        const std::uint8_t* entry = &bytes_[index * FileRange::size];
-        return {record_of_located_file(entry[0]), entry[1], entry[2]};
-    }
-
-  private:
-    std::array<std::uint8_t, sizeof gl_AFL> bytes_;
-    std::size_t count_;
-};
+constexpr std::size_t entry_size = 4;
 
 // Reads the records of one entry.
 // Deliberate: a record that the card refuses, or that is lost on the way, ends the entry without an
@@ -64,9 +44,13 @@ std::int64_t read_records(std::int64_t handle, const FileRange& range) {
 using namespace quorrin;
 
 std::int64_t emvReadICCard(std::int64_t handle) {
-    const FileLocator files;
-    for (std::size_t i = 0; i < files.count(); ++i) {
-        if (const std::int64_t failure = read_records(handle, files[i])) {
+    // A copy: a record that carries an AFL may overwrite it while it is being walked.
+    const auto locator = std::to_array(gl_AFL);
+    const std::size_t count = std::min<std::size_t>(emvGetAFLNum(), locator.size() / entry_size);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint8_t* entry = &locator[i * entry_size];
+        const FileRange range = {record_of_located_file(entry[0]), entry[1], entry[2]};
+        if (const std::int64_t failure = read_records(handle, range)) {
             return failure;
         }
     }

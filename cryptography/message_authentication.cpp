@@ -31,7 +31,7 @@ Mac left_8_bytes(Bytes block) {
 
 std::vector<std::uint8_t> padded(Bytes data, Padding padding, std::size_t block) {
     std::vector<std::uint8_t> message(data.begin(), data.end());
-    if (padding == Padding::Method2) {
+    if (padding == Padding::Method2) {  // EMV book 2, annex A1.2.1: 80 always, then 00
         message.push_back(0x80);
     }
     // ISO/IEC 9797-1 pads to a positive number of blocks, so an empty message becomes one.

@@ -15,7 +15,7 @@ Key session_key(const ScriptContext& context, const Key& card_key) {
                               context.arqc);
 }
 
-// The length byte tells where the data end, so full blocks need no padding.
+// PBOC: the length byte tells where the data end, so full blocks need no padding (80, then 00).
 std::vector<std::uint8_t> length_prefixed(Bytes plain, std::size_t block) {
     const auto length = static_cast<std::uint8_t>(plain.size());
     const auto prefixed = concatenated({{&length, 1}, plain});
@@ -27,6 +27,8 @@ std::vector<std::uint8_t> length_prefixed(Bytes plain, std::size_t block) {
 ScriptMacChain::ScriptMacChain(const ScriptContext& context, const Key& card_mac_key)
     : context_(context), session_key_(session_key(context, card_mac_key)) {}
 
+// EMV book 2, 9.2.3.1: header, ATC, ARQC and data; from the second command on behind the MAC before it,
+// whole.
 Mac ScriptMacChain::next(const CommandHeader& header, Bytes data) const {
     const Bytes previous = previous_ ? Bytes(*previous_) : Bytes();
     const auto message =
@@ -72,6 +74,7 @@ std::optional<std::vector<std::uint8_t>> decipher_script_data(const ScriptContex
     if (context.encipherment == ScriptEncipherment::Emv) {
         auto clear = decrypt_cbc(context.algorithm, session_key(context, card_key),
                                  std::vector<std::uint8_t>(block), enciphered);
+        // EMV book 2, 9.3.1: the padding is an 80 and the 00 behind it, at most a block.
         const auto last = std::ranges::find_if(clear.rbegin(), clear.rend(),
                                                [](std::uint8_t byte) { return byte != 0; });
         const auto plain_size = static_cast<std::size_t>(clear.rend() - last) - 1;

@@ -55,10 +55,13 @@ struct Object {
     constexpr std::size_t size() const { return header_size() + value_length; }
 };
 
+// 00 before, between and after objects means nothing (EMV book 3, annex B); nor does FF (ISO/IEC
+// 7816-4).
 constexpr bool is_padding(std::uint8_t byte) {
     return byte == 0x00 || byte == 0xFF;
 }
 
+// The tag field (EMV book 3, annex B1): b6 of the first byte, b5 to b1 of it, b8 of those that follow.
 constexpr bool is_constructed_tag(std::uint8_t first_byte) {
     return (first_byte & 0x20) != 0;
 }
@@ -101,7 +104,8 @@ constexpr Tag read_tag(Bytes data) {
     return {Tag::bad, static_cast<std::uint8_t>(data.size())};
 }
 
-// The size of the length field alone. `field_size` is 0 when it could not be told.
+// The size of the length field alone (EMV book 3, annex B2, which has no indefinite form 80).
+// `field_size` is 0 when it could not be told.
 constexpr Length read_length_field(Bytes data) {
     constexpr std::uint8_t indefinite = 0x80;
     if (data.empty()) {
@@ -168,7 +172,7 @@ class Cursor {
     constexpr bool at_end() const { return rest_.empty(); }
     constexpr Bytes rest() const { return rest_; }
 
-    // Steps over padding bytes between objects.
+    // Steps over padding bytes between objects (EMV book 3, annex B).
     constexpr void skip_padding() {
         while (!rest_.empty() && is_padding(rest_[0])) {
             rest_ = rest_.subspan(1);
