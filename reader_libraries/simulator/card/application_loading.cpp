@@ -162,21 +162,30 @@ void load_pin(const Section& section, ApplicationProfile& application) {
     application.pin = *pin;
 }
 
-void load_card_key(const Section& section, ApplicationProfile& application) {
+std::optional<cryptography::RsaPrivateKey> load_rsa_key(const Section& section,
+                                                        std::string_view name) {
     // EMV book 2 section 6.6.1: the signed data of a cryptogram have 63 bytes at least.
     constexpr std::size_t smallest = 64;
     constexpr std::size_t largest = 128;
-    const auto key = section.optional_section("card_key");
-    if (key) {
-        key->allow_only({"modulus", "exponent", "private_exponent"});
-        application.card_key = {key->hex("modulus", smallest, largest), key->hex("exponent", 1, 3),
-                                key->hex("private_exponent", smallest, largest)};
-        if (application.card_key->modulus.front() < 0x80) {
-            key->fail("modulus", "must begin with 80 or more: its size is that of what it signs");
-        }
+    const auto fields = section.optional_section(name);
+    if (!fields) {
+        return std::nullopt;
     }
+    fields->allow_only({"modulus", "exponent", "private_exponent"});
+    cryptography::RsaPrivateKey key{fields->hex("modulus", smallest, largest),
+                                    fields->hex("exponent", 1, 3),
+                                    fields->hex("private_exponent", smallest, largest)};
+    if (key.modulus.front() < 0x80) {
+        fields->fail("modulus", "must begin with 80 or more: its size is that of what it signs");
+    }
+    return key;
+}
+
+void load_card_keys(const Section& section, ApplicationProfile& application) {
+    application.card_key = load_rsa_key(section, "card_key");
+    application.pin_key = load_rsa_key(section, "pin_key");
     constexpr std::uint8_t dynamic_or_combined = 0x21;  // AIP byte 1
-    if (!key && (application.interchange_profile[0] & dynamic_or_combined) != 0) {
+    if (!application.card_key && (application.interchange_profile[0] & dynamic_or_combined) != 0) {
         section.fail("aip", "claims DDA or CDA (byte 1, 20 or 01) without card_key");
     }
 }
@@ -293,7 +302,8 @@ ApplicationProfile load_application(const Section& section, const CardProfile& c
                         "script_mac_failures",
                         "blocked",
                         "declines",
-                        "card_key"});
+                        "card_key",
+                        "pin_key"});
     ApplicationProfile application;
     application.aid = section.hex("aid", 5, 16);
     const std::string label = section.text("label");
@@ -337,7 +347,7 @@ ApplicationProfile load_application(const Section& section, const CardProfile& c
         number_field_or<unsigned>(section, "script_mac_failures", 0, 255, 0);
     application.blocked = section.optional_boolean("blocked").value_or(false);
     application.declines = section.optional_boolean("declines").value_or(false);
-    load_card_key(section, application);
+    load_card_keys(section, application);
     application.first_atc = number_field_or<std::uint16_t>(section, "atc", 0, 0xFFFF, 0);
     application.first_last_online_atc =
         number_field_or<std::uint16_t>(section, "last_online_atc", 0, 0xFFFF, 0);

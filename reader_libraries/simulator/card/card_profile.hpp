@@ -86,6 +86,7 @@ struct ApplicationProfile {
 
     cryptography::KeySet keys;                            // this card's own
     std::optional<cryptography::RsaPrivateKey> card_key;  // for DDA, CDA and enciphered PINs
+    std::optional<cryptography::RsaPrivateKey> pin_key;   // for these PINs in its place
 };
 
 // The payment system environment of contact cards.

@@ -22,6 +22,7 @@ constexpr std::uint8_t decline_without_mandatory_issuer = 0x20;
 constexpr std::uint8_t new_card_goes_online = 0x02;
 constexpr std::uint8_t new_card_declines_unless_online = 0x01;
 // Byte 2.
+constexpr std::uint8_t last_pin_try_blocks = 0x80;
 constexpr std::uint8_t pin_tries_decline = 0x40;
 constexpr std::uint8_t pin_tries_go_online = 0x20;
 constexpr std::uint8_t pin_tries_decline_unless_online = 0x10;
@@ -191,7 +192,18 @@ bool declined_online(const ApplicationSession& session, const DefaultAction& wan
     return session.issuer_refuses;
 }
 
+void block_for_pin_tries(ApplicationState& state) {
+    state.blocked = true;
+    state.blocked_for_pin_tries = true;
+}
+
 }  // namespace
+
+void note_last_pin_try(ApplicationSession& session) {
+    if ((default_action(session).second & action::last_pin_try_blocks) != 0) {
+        block_for_pin_tries(session.state);
+    }
+}
 
 CryptogramType first_type(ApplicationSession& session, CryptogramType requested) {
     constexpr Tag electronic_cash_indicator = 0x9F7A;
@@ -201,7 +213,7 @@ CryptogramType first_type(ApplicationSession& session, CryptogramType requested)
     }
     if (pin_tries_used_up(session)) {
         if ((wanted.second & action::pin_tries_decline_and_block) != 0) {
-            session.state.blocked = true;
+            block_for_pin_tries(session.state);
         }
         if ((wanted.second & (action::pin_tries_decline | action::pin_tries_decline_and_block)) !=
             0) {
@@ -254,6 +266,18 @@ void reset_offline_counters(ApplicationState& state) {
     state.offline_foreign = 0;
     state.offline_amount = 0;
     state.offline_converted_amount = 0;
+}
+
+void exhaust_offline_counters(ApplicationSession& session) {
+    const auto count = [&](Tag tag) {
+        return static_cast<std::uint8_t>(count_limit(session, tag, 0).value_or(0));
+    };
+    auto& state = session.state;
+    state.offline_abroad = count(limit::international_country);
+    state.offline_foreign = count(limit::international_currency);
+    state.offline_amount = amount_limit(session, limit::amount_upper).value_or(0);
+    state.offline_converted_amount =
+        amount_limit(session, limit::both_currencies_amount).value_or(0);
 }
 
 }  // namespace quorrin::simulator

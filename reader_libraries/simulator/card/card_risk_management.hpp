@@ -12,11 +12,17 @@ namespace quorrin::simulator {
 CryptogramType first_type(ApplicationSession& session, CryptogramType requested);
 CryptogramType second_type(ApplicationSession& session, CryptogramType requested);
 
+// The last try of the PIN was wrong: the card may block its application then.
+void note_last_pin_try(ApplicationSession& session);
+
 // Whether a response code (8A) completes the transaction: ISO 8583 codes 00, 10 and 11.
 bool approves(const cryptography::ResponseCode& code);
 
 // A transaction that is approved offline counts against the limits until one is completed online.
 void count_offline(ApplicationSession& session);
 void reset_offline_counters(ApplicationState& state);
+// To their limits, so that the next transaction passes them. Transactions in a row are no counter of
+// their own: they are 9F36 less 9F13.
+void exhaust_offline_counters(ApplicationSession& session);
 
 }  // namespace quorrin::simulator

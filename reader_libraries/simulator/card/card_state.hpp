@@ -30,7 +30,8 @@ struct ApplicationState {
     bool script_failed = false;
     bool static_authentication_failed = false;  // and declined offline, as the TVR told
     bool dynamic_authentication_failed = false;
-    bool go_online_next = false;  // the issuer's wish in its card status update
+    bool blocked_for_pin_tries = false;  // by the card itself; the issuer's unblocking ends it
+    bool go_online_next = false;         // the issuer's wish in its card status update
 
     // Approved offline since the last one online.
     std::uint8_t offline_abroad = 0;             // in another country

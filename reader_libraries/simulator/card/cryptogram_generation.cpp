@@ -101,7 +101,9 @@ void complete_online(ApplicationSession& session) {
     state.static_authentication_failed = false;
     state.dynamic_authentication_failed = false;
     state.last_online_atc = state.atc;
-    reset_offline_counters(state);
+    if (!session.issuer_updated_counters) {
+        reset_offline_counters(state);
+    }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "cryptography/rsa.hpp"
 #include "reader_libraries/simulator/card/card_data_commands.hpp"
+#include "reader_libraries/simulator/card/card_risk_management.hpp"
 
 namespace quorrin::simulator {
 namespace {
@@ -59,7 +60,8 @@ CardAnswer tries_left(std::uint8_t count) {
 }  // namespace
 
 CardAnswer verify(ApplicationSession& session, const CardCommand& command) {
-    const auto& key = session.application.card_key;
+    const auto& application = session.application;
+    const auto& key = application.pin_key ? application.pin_key : application.card_key;
     const bool enciphered = command.p2 == enciphered_pin && key;
     if (command.p1 != 0 || (command.p2 != plain_pin && !enciphered)) {
         return StatusWord::WrongParameters;
@@ -90,7 +92,10 @@ CardAnswer verify(ApplicationSession& session, const CardCommand& command) {
     }
     if (*pin != state.pin) {
         session.pin_check = CheckResult::Wrong;
-        return tries_left(--state.pin_tries);
+        if (--state.pin_tries == 0) {
+            note_last_pin_try(session);
+        }
+        return tries_left(state.pin_tries);
     }
     session.pin_check = CheckResult::Right;
     state.pin_tries = session.application.pin_try_limit;

@@ -184,6 +184,7 @@ CardAnswer perform(ApplicationSession& session, const CardCommand& command,
             return set_blocked(session.state.blocked, true, command, data);
         case instruction::application_unblock:
             session.unblocked = true;
+            session.state.blocked_for_pin_tries = false;
             return set_blocked(session.state.blocked, false, command, data);
         case instruction::card_block:
             return set_blocked(session.card_state.blocked, true, command, data);

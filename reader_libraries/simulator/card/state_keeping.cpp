@@ -71,6 +71,7 @@ void write_application(std::ostream& out, const ApplicationProfile& profile,
         << "static_authentication_failed = " << boolean(state.static_authentication_failed) << "\n"
         << "dynamic_authentication_failed = " << boolean(state.dynamic_authentication_failed)
         << "\n"
+        << "blocked_for_pin_tries = " << boolean(state.blocked_for_pin_tries) << "\n"
         << "go_online_next = " << boolean(state.go_online_next) << "\n"
         << "offline_abroad = " << static_cast<unsigned>(state.offline_abroad) << "\n"
         << "offline_foreign = " << static_cast<unsigned>(state.offline_foreign) << "\n"
@@ -164,6 +165,7 @@ void read_application(const Section& section, const ApplicationProfile& profile,
     state.issuer_authentication_missing = flag("issuer_authentication_missing");
     state.static_authentication_failed = flag("static_authentication_failed");
     state.dynamic_authentication_failed = flag("dynamic_authentication_failed");
+    state.blocked_for_pin_tries = flag("blocked_for_pin_tries");
     state.go_online_next = flag("go_online_next");
     constexpr std::uint64_t most = 1'000'000'000'000'000;
     state.offline_abroad = number_field_or<std::uint8_t>(section, "offline_abroad", 0, 0xFF, 0);

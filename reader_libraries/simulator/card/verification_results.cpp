@@ -25,6 +25,7 @@ constexpr std::uint8_t limits_passed = 0x20;
 constexpr std::uint8_t never_online = 0x10;
 constexpr std::uint8_t last_issuer_authentication_failed = 0x08;
 constexpr std::uint8_t last_issuer_authentication_missing = 0x04;
+constexpr std::uint8_t blocked_for_pin_tries = 0x02;
 constexpr std::uint8_t static_authentication_failed = 0x01;
 // Byte 4: the count of script commands in the left nibble.
 constexpr std::uint8_t script_failed = 0x08;
@@ -63,6 +64,7 @@ CardVerificationResults verification_results(const ApplicationSession& session,
             {state.last_online_atc == 0, results::never_online},
             {session.last_issuer_authentication_failed, results::last_issuer_authentication_failed},
             {state.issuer_authentication_missing, results::last_issuer_authentication_missing},
+            {state.blocked_for_pin_tries, results::blocked_for_pin_tries},
             {state.static_authentication_failed, results::static_authentication_failed}});
     const unsigned scripts =
         static_cast<unsigned>(std::min(state.script_commands, results::most_scripts)) << 4;

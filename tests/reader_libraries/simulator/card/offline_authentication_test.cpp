@@ -85,6 +85,7 @@ class SigningCard : public Terminal {
   public:
     explicit SigningCard(const std::string& profile)
         : Terminal(simulator::load_card_file(QUORRIN_PROFILES "/" + profile)) {}
+    explicit SigningCard(std::unique_ptr<simulator::CardDevice> card) : Terminal(std::move(card)) {}
 
     void begin() {
         select(aid);
@@ -117,6 +118,11 @@ class SigningCard : public Terminal {
         return certified(issuer(), expect_element(records, "9F46"), 20,
                          expect_element(records, "9F48"), expect_element(records, "9F47"),
                          static_data());
+    }
+
+    PublicKey pin_key() {
+        return certified(issuer(), expect_element(records, "9F2D"), 20,
+                         expect_element(records, "9F2F"), expect_element(records, "9F2E"), {});
     }
 
     const ByteString aid = hex("A000000333010101");
@@ -207,10 +213,29 @@ TEST(FastDynamicAuthentication, HoldsWhereTheTerminalAsksForIt) {
     EXPECT_FALSE(element(card.options, "9F4B"));
 }
 
+TEST(EncipheredPin, GoesUnderTheCardsKeyWhereItHasNoneForPins) {
+    std::ifstream file(QUORRIN_PROFILES "/full.toml");
+    std::string profile(std::istreambuf_iterator<char>(file), {});
+    const auto line = profile.find("pin_key = ");
+    profile.erase(line, profile.find('\n', line) - line);
+    SigningCard card(card_of(profile));
+    card.begin();
+    const PublicKey key = card.card_key();
+    const ByteString challenge = card.send("0084000000").data;
+    const ByteString block =
+        join(hex("7F26246810FFFFFFFF"), challenge, filled(key.modulus.size() - 17, 0x5A));
+    EXPECT_EQ(
+        card.send(join(hex("00200088"), ByteString{static_cast<std::uint8_t>(key.modulus.size())},
+                       power(key, block)))
+            .status,
+        0x9000U);
+}
+
 TEST(EncipheredPin, IsTakenWithTheCardsChallengeOnce) {
     SigningCard card("full.toml");
     card.begin();
-    const PublicKey key = card.card_key();
+    const PublicKey key = card.pin_key();
+    EXPECT_NE(key.modulus, card.card_key().modulus);
     const auto verify = [&](const char* pin_block, const ByteString& challenge) {
         const ByteString block =
             join(hex("7F"), hex(pin_block), challenge, filled(key.modulus.size() - 17, 0x5A));

@@ -181,6 +181,43 @@ TEST(IssuersRefusal, ByTheCardStatusUpdateCountsAsWell) {
     EXPECT_EQ(terminal.first(tc), arqc);
 }
 
+// Three transactions of 100.00 offline, one online with this update, then what a fourth one gets: its
+// limit is 300.00.
+struct CounterUpdate {
+    const char* name;
+    std::uint8_t bits;
+    std::uint8_t next;
+};
+class IssuersCounterUpdate : public testing::TestWithParam<CounterUpdate> {};
+
+TEST_P(IssuersCounterUpdate, DecidesWhetherTheNextTransactionIsWithinTheLimits) {
+    RiskTerminal terminal(
+        changed(profile_with("\"9F58 FF\", \"9F54 000000030000\", \"9F51 0156\", \"9F5C "
+                             "000000050000\","),
+                "[keys]", "arpc_method = 2\n[keys]"));
+    auto product = test_bank();
+    product.arpc_method = cryptography::ArpcMethod::Method2;
+    terminal.values["9F02"] = hex("000000010000");
+    EXPECT_EQ(terminal.first(tc), tc);
+    EXPECT_EQ(terminal.first(tc), tc);
+    EXPECT_EQ(terminal.first(arqc), arqc);
+    bank::Decision approval;
+    approval.status_update = {0x00, GetParam().bits, 0x00, 0x00};
+    EXPECT_EQ(
+        terminal.authenticate(bank::answer_online(product, terminal.online_request(), approval))
+            .status,
+        0x9000U);
+    EXPECT_EQ(terminal.second(tc, "00"), tc);
+    EXPECT_EQ(terminal.first(tc), GetParam().next);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, IssuersCounterUpdate,
+                         testing::Values(CounterUpdate{"left_to_the_card", 0x00, tc},
+                                         CounterUpdate{"to_the_limits", 0x01, arqc},
+                                         CounterUpdate{"to_zero", 0x02, tc},
+                                         CounterUpdate{"this_one_added", 0x03, arqc}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
 TEST(DefaultAction, SaysWhatFollowsFailuresAndNewCards) {
     RiskTerminal new_card(changed(profile_with("\"9F58 FF\", \"9F52 0200\","),
                                   "last_online_atc = 12", "last_online_atc = 0"));
@@ -209,7 +246,27 @@ TEST(DefaultAction, SaysWhatFollowsUsedUpPinTries) {
     EXPECT_EQ(with_action("0040").first(arqc), aac);
     auto blocking = with_action("0004");
     EXPECT_EQ(blocking.first(tc), aac);
+    EXPECT_EQ(blocking.results(), "804200");
     EXPECT_EQ(blocking.select(first_aid).status, 0x6283U);
+}
+
+TEST(DefaultAction, BlocksAtTheLastWrongPinAndTellsSoUntilTheIssuerUnblocks) {
+    RiskTerminal terminal(profile_with("\"9F58 FF\", \"9F52 0080\","));
+    terminal.select(first_aid);
+    for (const unsigned answer : {0x63C2U, 0x63C1U, 0x63C0U}) {
+        EXPECT_EQ(terminal.send("0020008008 241111FFFFFFFFFF").status, answer);
+    }
+    EXPECT_EQ(terminal.select(first_aid).status, 0x6283U);
+    EXPECT_EQ(terminal.get_options().status, 0x9000U);
+    terminal.read_records();
+    EXPECT_EQ(terminal.generate_ac(tc).status, 0x9000U);
+    EXPECT_EQ(terminal.type(), aac);
+    EXPECT_EQ(terminal.results(), "804200");
+    bank::Decision unblocking;
+    unblocking.scripts.emplace_back().commands = {bank::application_unblock()};
+    EXPECT_EQ(terminal.run_scripts(terminal.answer(unblocking)).at(0).status, 0x9000U);
+    EXPECT_EQ(terminal.first(tc), tc);
+    EXPECT_EQ(terminal.results(), "904010") << "not blocked any more, no tries left, one script";
 }
 
 // ---- the life of the verification results ----
