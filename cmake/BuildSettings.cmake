@@ -31,10 +31,7 @@ elseif(QUORRIN_INSTRUMENTATION STREQUAL "fuzz")
   add_compile_options(-g1 -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
     -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
-elseif(QUORRIN_INSTRUMENTATION STREQUAL "coverage")
-  add_compile_options(--coverage)
-  add_link_options(--coverage)
-endif()
+endif()  # coverage: the library alone counts
 
 # A compiler cache, where the machine has one, saves what has been compiled before.
 find_program(QUORRIN_CCACHE ccache)
