@@ -2,7 +2,7 @@
 // in 8 bits, so those of 256 and 512 bytes count as none at all; one that does not end has no size to
 // step over.
 
-#include <unistd.h>
+#include <sys/time.h>
 
 #include "tests/tlv/issuer/issuer_script_fixture.hpp"
 
@@ -16,16 +16,20 @@ constexpr std::uint8_t long_tag_beginnings[] = {0x1F, 0x3F, 0x5F, 0x7F, 0x9F, 0x
 class LongTags : public IssuerScriptTest {
   protected:
     // A walk that stands still ends the test program instead of waiting for ever.
-    static constexpr unsigned seconds_for_each_test = 30;
+    static constexpr int seconds_for_each_test = 30;
+    static void limit_processor_time(int seconds) {
+        const itimerval limit{{}, {seconds, 0}};
+        setitimer(ITIMER_VIRTUAL, &limit, nullptr);
+    }
 
     LongTags() {
         gucGetArqcFlag = 1;
         gucAidListLen = 0;
         gucAidNum = 0;
-        alarm(seconds_for_each_test);
+        limit_processor_time(seconds_for_each_test);
     }
     ~LongTags() override {
-        alarm(0);
+        limit_processor_time(0);
         gucGetArqcFlag = 0;
     }
 
