@@ -241,6 +241,7 @@ INSTANTIATE_TEST_SUITE_P(IssuerData, MalformedTemplate, testing::ValuesIn(malfor
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(ScriptCommands, RefuseANullPointer) {
+    EXPECT_EQ(emvIssuerCommandProcess(nullptr, 1), -30);
     EXPECT_EQ(emvIssuerCommandProcess(nullptr, 20), -30);
     EXPECT_THAT(reader().calls, IsEmpty());
     EXPECT_TRUE(entries_are({}));
