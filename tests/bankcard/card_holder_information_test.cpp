@@ -157,6 +157,16 @@ TEST_F(PackedInformation, StaysInsideItsBuffersWhateverLengthTheHostLeft) {
     EXPECT_TRUE(packs("LJ", "J00201"));
 }
 
+TEST_F(PackedInformation, LeavesOutWhatThreeDigitsCannotCount) {
+    put("9F1F", ByteString(256, 'T'));
+    put("5F34", hex("01"));
+    const ByteString tag = hex("9F1F");
+    ASSERT_EQ(emvSetDataElementLength(tag.data(), 2, 999, 0), 0);
+    EXPECT_TRUE(packs("LJ", "L999" + std::string(256, 'T') + std::string(743, '\0') + "J00201"));
+    ASSERT_EQ(emvSetDataElementLength(tag.data(), 2, 1000, 0), 0);
+    EXPECT_TRUE(packs("LJ", "J00201"));
+}
+
 TEST_F(PackedInformation, TakesNullPointersForNothing) {
     GuardedBuffer out(16);
     EXPECT_EQ(packUserInfo(nullptr, out.text()), 0);
