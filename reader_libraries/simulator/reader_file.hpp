@@ -9,10 +9,15 @@
 
 #include "reader_libraries/configuration/configuration.hpp"
 #include "reader_libraries/simulator/fault_injection.hpp"
-#include "reader_libraries/simulator/slots.hpp"
 #include "reader_libraries/simulator/t0_framing.hpp"
+#include "reader_libraries/slots.hpp"
 
 namespace quorrin::simulator {
+
+using slots::find_slot;
+using slots::slot_count;
+using slots::slot_rows;
+using slots::SlotRow;
 
 // The environment variable that names the reader file.
 inline constexpr const char* reader_file_variable = "QUORRIN_SIMULATOR";

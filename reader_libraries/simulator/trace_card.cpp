@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "reader_libraries/configuration/configuration.hpp"
-#include "reader_libraries/simulator/slots.hpp"
 #include "reader_libraries/simulator/test_digits.hpp"
+#include "reader_libraries/slots.hpp"
 #include "reader_libraries/trace/call_names.hpp"
 #include "reader_libraries/trace/masking/command_rules.hpp"
 #include "reader_libraries/trace/trace_format.hpp"
@@ -193,10 +193,10 @@ std::unique_ptr<CardDevice> load_trace_card(const std::filesystem::path& file, s
     }
     std::erase_if(trace.entries, [slot](const Entry& entry) { return !reaches_card(entry, slot); });
     if (trace.entries.empty()) {
-        throw ConfigurationError(file, 0, "",
-                                 "shows nothing of the slot " + std::string(slot_rows[slot].name));
+        throw ConfigurationError(
+            file, 0, "", "shows nothing of the slot " + std::string(slots::slot_rows[slot].name));
     }
-    return std::make_unique<TraceCard>(file, slot_rows[slot].name, std::move(trace.entries));
+    return std::make_unique<TraceCard>(file, slots::slot_rows[slot].name, std::move(trace.entries));
 }
 
 }  // namespace quorrin::simulator

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "quorrin/device_codes.h"
-#include "reader_libraries/simulator/slots.hpp"
+#include "reader_libraries/slots.hpp"
 #include "reader_libraries/trace/call.hpp"
 
 namespace quorrin::trace {
@@ -92,9 +92,9 @@ constexpr std::string_view result_name(Action action, std::int64_t result) {
 
 // Nothing for a code that is none of a slot's.
 constexpr std::optional<std::size_t> find_slot_row(Action action, int code) {
-    using simulator::SlotRow;
-    return simulator::find_slot(
-        action == Action::PowerOff ? &SlotRow::power_off_code : &SlotRow::code, code);
+    using slots::SlotRow;
+    return slots::find_slot(action == Action::PowerOff ? &SlotRow::power_off_code : &SlotRow::code,
+                            code);
 }
 
 }  // namespace quorrin::trace

@@ -176,7 +176,7 @@ void LineWriter::time(std::string_view field, std::int64_t microseconds) {
 void LineWriter::slot(const Call& call) {
     number(field::slot_code, call.slot);
     if (const auto row = find_slot_row(call.action, call.slot)) {
-        plain_text(field::slot_name, simulator::slot_rows[*row].name);
+        plain_text(field::slot_name, slots::slot_rows[*row].name);
     }
 }
 

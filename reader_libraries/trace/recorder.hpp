@@ -27,7 +27,7 @@ class Recorder {
     void after_fork(bool is_child);
 
   private:
-    static constexpr std::size_t masking_count = simulator::slot_count + 1;  // any other code
+    static constexpr std::size_t masking_count = slots::slot_count + 1;  // any other code
 
     void start_session();
     CardMasking& masking_of(const Call& call);

@@ -1,4 +1,4 @@
-// The slots of the simulated reader: how the reader file calls them and how hosts address them.
+// The slots of a reader: how reader files and traces call them and how hosts address them.
 #pragma once
 
 #include <array>
@@ -8,7 +8,7 @@
 
 #include "quorrin/reader_library.h"
 
-namespace quorrin::simulator {
+namespace quorrin::slots {
 
 struct SlotRow {
     std::string_view name;
@@ -42,4 +42,4 @@ constexpr std::optional<std::size_t> find_slot(Value SlotRow::*field, const Valu
     return std::nullopt;
 }
 
-}  // namespace quorrin::simulator
+}  // namespace quorrin::slots
