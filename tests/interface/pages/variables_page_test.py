@@ -15,9 +15,10 @@ def main(export_list: str, storage_header: str, page: str) -> int:
     header = Path(storage_header).read_text()
     elements = header[: header.index("gl_Iss_ScriptLen;")]
     of_elements = set(re.findall(r"\b(gl_\w+)\[\d+\];", elements))
-    rows = re.findall(r"^\| (.+?) \|", Path(page).read_text(), re.MULTILINE)
+    table = Path(page).read_text().split("### Who writes and reads each variable")[1].split("\n## ")[0]
+    rows = re.findall(r"^\| (.+?) \|", table, re.MULTILINE)
     named = set(re.findall(r"`(\w+)`", " ".join(rows)))
-    text = " ".join(re.findall(r"^\|.*\|$", Path(page).read_text(), re.MULTILINE))
+    text = " ".join(re.findall(r"^\|.*\|$", table, re.MULTILINE))
     words = {w for w in re.findall(r"`(\w+)`", text) if not w.startswith("gl_")}
 
     problems = [f"not in the table: {name}" for name in exported if name not in named | of_elements]
