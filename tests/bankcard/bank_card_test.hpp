@@ -16,21 +16,6 @@
 
 namespace quorrin::test {
 
-// The value of an element that is present, by its tag as hex digits.
-inline std::optional<ByteString> element(std::string_view tag_digits) {
-    const ByteString tag = hex(tag_digits);
-    const auto tag_length = static_cast<std::uint8_t>(tag.size());
-    if (emvGetDataElementState(tag.data(), tag_length) != 1) {
-        return std::nullopt;
-    }
-    std::uint16_t length = emvGetDataElementLength(tag.data(), tag_length, 0);
-    ByteString value(length);
-    if (length > 0) {
-        emvGetDataElement(tag.data(), tag_length, &length, value.data());
-    }
-    return value;
-}
-
 inline std::optional<ByteString> value(std::string_view hex_text) {
     return hex(hex_text);
 }

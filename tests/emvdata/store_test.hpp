@@ -42,46 +42,6 @@ inline std::int32_t walk_template(std::string_view tag, std::string_view content
     return walk_template(tag, hex(contents));
 }
 
-// What reading an element gives: result, length after the call, and the bytes written into a buffer
-// of exactly the wanted size.
-struct Read {
-    std::int32_t result;
-    std::uint16_t length;
-    std::string bytes;
-    bool operator==(const Read&) const = default;
-};
-inline std::ostream& operator<<(std::ostream& out, const Read& read) {
-    return out << "result " << read.result << ", length " << read.length << ", " << read.bytes;
-}
-
-inline std::int32_t state_of(std::string_view tag) {
-    const ByteString bytes = hex(tag);
-    return emvGetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()));
-}
-enum Which : std::uint8_t { Current = 0, Shortest = 1, Longest = 2 };
-inline std::uint16_t length_of(std::string_view tag, std::uint8_t which = Current) {
-    const ByteString bytes = hex(tag);
-    return emvGetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), which);
-}
-inline std::int32_t set_length_of(std::string_view tag, std::uint16_t length, std::uint8_t which) {
-    const ByteString bytes = hex(tag);
-    return emvSetDataElementLength(bytes.data(), static_cast<std::uint8_t>(bytes.size()), length,
-                                   which);
-}
-inline std::int32_t set_state_of(std::string_view tag, std::uint8_t state) {
-    const ByteString bytes = hex(tag);
-    return emvSetDataElementState(bytes.data(), static_cast<std::uint8_t>(bytes.size()), state);
-}
-
-inline Read read(std::string_view tag, std::uint16_t wanted) {
-    const ExactBytes tag_bytes(hex(tag));
-    std::uint16_t length = wanted;
-    GuardedBuffer out(wanted != 0 ? wanted : length_of(tag));
-    const std::int32_t result =
-        emvGetDataElement(tag_bytes.data(), tag_bytes.size8(), &length, out.data());
-    return {result, length, to_hex(out.first(out.size()))};
-}
-
 inline std::string held(const std::uint8_t* storage, std::size_t count) {
     return to_hex({storage, count});
 }

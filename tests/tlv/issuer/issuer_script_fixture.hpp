@@ -56,17 +56,12 @@ class IssuerScriptTest : public LibraryTest {
 
     // An element as "state length value", the value over its current length; "absent" for one that
     // is as the reset left it.
-    static std::string element(std::string_view tag_text) {
-        const ByteString tag = hex(tag_text);
-        const auto tag_length = static_cast<std::uint8_t>(tag.size());
-        std::uint16_t length = emvGetDataElementLength(tag.data(), tag_length, 0);
-        const std::int32_t state = emvGetDataElementState(tag.data(), tag_length);
-        if (length == 0) {
+    static std::string element(std::string_view tag) {
+        const std::int32_t state = state_of(tag);
+        if (length_of(tag) == 0) {
             return state == 0 ? "absent" : "empty";
         }
-        ByteString value(length);
-        EXPECT_GT(emvGetDataElement(tag.data(), tag_length, &length, value.data()), 0);
-        return (state == 1 ? "" : "unset ") + to_hex(value);
+        return (state == 1 ? "" : "unset ") + to_hex(value_of(tag));
     }
 
     // The whole script area of 512 bytes.
