@@ -11,15 +11,18 @@
 
 namespace quorrin::simulator {
 
+// A number of a profile; the bounds fit a signed integer.
 template <typename Number>
 Number number_field(const Section& section, std::string_view key, Number least, Number most) {
-    return static_cast<Number>(section.integer(key, least, most));
+    const auto from = static_cast<std::int64_t>(least);
+    const auto to = static_cast<std::int64_t>(most);
+    return static_cast<Number>(section.integer(key, from, to));
 }
 
 template <typename Number>
 Number number_field_or(const Section& section, std::string_view key, Number least, Number most,
                        Number otherwise) {
-    return static_cast<Number>(section.optional_integer(key, least, most).value_or(otherwise));
+    return section.has(key) ? number_field(section, key, least, most) : otherwise;
 }
 
 // One word out of a few.
