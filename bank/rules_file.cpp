@@ -141,6 +141,11 @@ Product product_of(const Section& section, const std::optional<Keys>& shared_key
     if (!cryptography::is_known_cryptogram_version(product.made.cryptogram_version)) {
         section.fail("cryptogram_version", "must be 1, 10, 17 or 18");
     }
+    if (!cryptography::version_fits(product.made.cryptogram_version, product.made.algorithm,
+                                    product.made.session_keys)) {
+        section.fail("cryptogram_version",
+                     "is for Triple DES, 10 and 17 with session_keys \"none\", 18 with \"emv\"");
+    }
     std::optional<Keys> keys = shared_keys;
     if (const auto own = section.optional_section("keys")) {
         keys = keys_of(*own);

@@ -23,6 +23,15 @@ bool is_known_cryptogram_version(std::uint8_t version) {
            version == cryptogram_version_17 || version == cryptogram_version_18;
 }
 
+bool version_fits(std::uint8_t version, Algorithm algorithm, SessionKeyScheme scheme) {
+    if (version == pboc_cryptogram_version) {
+        return true;
+    }
+    const auto wanted =
+        version == cryptogram_version_18 ? SessionKeyScheme::EmvCommon : SessionKeyScheme::None;
+    return algorithm == Algorithm::TripleDes && scheme == wanted;
+}
+
 std::vector<std::uint8_t> covered_bytes(const TransactionData& data) {
     if (data.version == cryptogram_version_17) {
         return concatenated({data.amount_authorised,

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cryptography/algorithm.hpp"
+#include "cryptography/card_keys.hpp"
 
 namespace quorrin::cryptography {
 
@@ -21,6 +22,10 @@ inline constexpr std::uint8_t cryptogram_version_17 =
 inline constexpr std::uint8_t cryptogram_version_18 = 0x12;  // all of 9F10 in place of the results
 
 bool is_known_cryptogram_version(std::uint8_t version);
+
+// Whether the version is defined for this algorithm and these session keys: those of international cards
+// are for Triple DES and one scheme each, 10 and 17 for none, 18 for EMV's common one.
+bool version_fits(std::uint8_t version, Algorithm algorithm, SessionKeyScheme scheme);
 
 // What a PBOC application cryptogram covers, in this order.
 struct TransactionData {

@@ -453,6 +453,9 @@ TEST(TestBank, NamesLineAndFieldOfBadRules) {
         {std::string(keys) +
              "[[product]]\nname = \"a\"\n[[rule]]\nname=\"r\"\nresponse_code=\"1\"\n",
          "rules: line 9: rule[1].response_code: must have 2 letters and digits"},
+        {std::string(keys) + "[[product]]\nname = \"a\"\ncryptogram_version = 10\n",
+         "rules: line 7: product[1].cryptogram_version: is for Triple DES, 10 and 17 with "
+         "session_keys \"none\", 18 with \"emv\""},
     };
     for (const auto& [rules, error] : rows) {
         SCOPED_TRACE(rules);

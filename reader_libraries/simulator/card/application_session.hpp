@@ -36,11 +36,11 @@ struct ApplicationSession {
     bool limits_passed = false;
     bool paid_electronically = false;
     bool unable_to_go_online = false;
-    bool issuer_refuses = false;           // by response code or card status update
-    bool issuer_updated_counters = false;  // by card status update
-    bool dynamic_authentication = false;   // performed in this transaction
-    bool unblocked = false;                // APPLICATION UNBLOCK is taken once under a cryptogram
-    bool scripts_counted_afresh = false;   // the counts of the CVR are those of this transaction
+    bool issuer_refuses = false;          // by response code or card status update
+    bool issuer_rules_counters = false;   // by card status update, even where it leaves them
+    bool dynamic_authentication = false;  // performed in this transaction
+    bool unblocked = false;               // APPLICATION UNBLOCK is taken once under a cryptogram
+    bool scripts_counted_afresh = false;  // the counts of the CVR are those of this transaction
     unsigned wrong_script_macs = 0;
     std::optional<ByteString> challenge{};  // of GET CHALLENGE, for the next command alone
     ByteString dol_data{};                  // values of PDOL, CDOL1 and CDOL2 as they came

@@ -112,22 +112,13 @@ unsigned since_last_online(const ApplicationState& state) {
     return static_cast<std::uint16_t>(state.atc - state.last_online_atc);
 }
 
-// This transaction counted in. Where the card has no way to count a foreign currency, that alone passes
-// the limits.
-bool lower_limits_passed(const ApplicationSession& session) {
+// This transaction counted in. `own_currency` is the limit of amounts in the card's currency. Where the
+// card has no way to count a foreign one, that alone passes the limits.
+bool currency_limits_passed(const ApplicationSession& session, Tag own_currency) {
     const auto& state = session.state;
-    const auto consecutive =
-        count_limit(session, limit::consecutive_lower, limit::terminal_consecutive_lower);
-    if (passes(since_last_online(state), consecutive)) {
-        return true;
-    }
-    if (abroad(session) &&
-        passes(state.offline_abroad + 1U, count_limit(session, limit::international_country, 0))) {
-        return true;
-    }
     if (in_card_currency(session)) {
         return passes(state.offline_amount + transaction_amount(session),
-                      amount_limit(session, limit::amount_lower));
+                      amount_limit(session, own_currency));
     }
     if (const auto converted = converted_amount(session)) {
         return passes(state.offline_amount + state.offline_converted_amount + *converted,
@@ -137,26 +128,27 @@ bool lower_limits_passed(const ApplicationSession& session) {
     return !foreign || passes(state.offline_foreign + 1U, foreign);
 }
 
+bool lower_limits_passed(const ApplicationSession& session) {
+    const auto& state = session.state;
+    const auto consecutive =
+        count_limit(session, limit::consecutive_lower, limit::terminal_consecutive_lower);
+    return passes(since_last_online(state), consecutive) ||
+           (abroad(session) && passes(state.offline_abroad + 1U,
+                                      count_limit(session, limit::international_country, 0))) ||
+           currency_limits_passed(session, limit::amount_lower);
+}
+
 bool upper_limits_passed(const ApplicationSession& session) {
     const auto consecutive =
         count_limit(session, limit::consecutive_upper, limit::terminal_consecutive_upper);
     return passes(since_last_online(session.state), consecutive) ||
-           (in_card_currency(session)
-                ? passes(session.state.offline_amount + transaction_amount(session),
-                         amount_limit(session, limit::amount_upper))
-                : lower_limits_passed(session));
+           currency_limits_passed(session, limit::amount_upper);
 }
 
-bool goes_online(ApplicationSession& session, const DefaultAction& wanted) {
-    const auto& state = session.state;
+bool goes_online(ApplicationSession& session) {
     session.limits_passed = lower_limits_passed(session);
-    return session.limits_passed || !has_limits(session) || state.online_incomplete ||
-           state.go_online_next ||
-           (state.issuer_authentication_failed &&
-            (wanted.first & action::go_online_after_failed_issuer) != 0) ||
-           (new_card(session) && (wanted.first & action::new_card_goes_online) != 0) ||
-           (pin_tries_used_up(session) && (wanted.second & action::pin_tries_go_online) != 0) ||
-           (state.script_failed && (wanted.second & action::failed_script_goes_online) != 0);
+    return session.limits_passed || !has_limits(session) || session.state.online_incomplete ||
+           has_reason_to_go_online(session);
 }
 
 // A transaction that its terminal could not take online (8A is Y3 or Z3).
@@ -166,11 +158,6 @@ bool declined_offline(ApplicationSession& session, const DefaultAction& wanted) 
            (new_card(session) && (wanted.first & action::new_card_declines_unless_online) != 0) ||
            (pin_tries_used_up(session) &&
             (wanted.second & action::pin_tries_decline_unless_online) != 0);
-}
-
-bool issuer_authentication_is_mandatory(const ApplicationSession& session) {
-    const auto indicator = card_element(session, 0x9F56);
-    return indicator && !indicator->empty() && (indicator->front() & 0x80) != 0;
 }
 
 bool declined_online(const ApplicationSession& session, const DefaultAction& wanted) {
@@ -205,20 +192,41 @@ void note_last_pin_try(ApplicationSession& session) {
     }
 }
 
+bool declines_every_request(ApplicationSession& session) {
+    if (session.state.blocked || session.application.declines) {
+        return true;
+    }
+    if (!pin_tries_used_up(session)) {
+        return false;
+    }
+    const DefaultAction wanted = default_action(session);
+    if ((wanted.second & action::pin_tries_decline_and_block) != 0) {
+        block_for_pin_tries(session.state);
+        return true;
+    }
+    return (wanted.second & action::pin_tries_decline) != 0;
+}
+
+bool has_reason_to_go_online(const ApplicationSession& session) {
+    const auto& state = session.state;
+    const DefaultAction wanted = default_action(session);
+    return state.go_online_next ||
+           (state.issuer_authentication_failed &&
+            (wanted.first & action::go_online_after_failed_issuer) != 0) ||
+           (new_card(session) && (wanted.first & action::new_card_goes_online) != 0) ||
+           (pin_tries_used_up(session) && (wanted.second & action::pin_tries_go_online) != 0) ||
+           (state.script_failed && (wanted.second & action::failed_script_goes_online) != 0);
+}
+
+bool issuer_authentication_is_mandatory(const ApplicationSession& session) {
+    const auto indicator = card_element(session, 0x9F56);
+    return indicator && !indicator->empty() && (indicator->front() & 0x80) != 0;
+}
+
 CryptogramType first_type(ApplicationSession& session, CryptogramType requested) {
     constexpr Tag electronic_cash_indicator = 0x9F7A;
-    const DefaultAction wanted = default_action(session);
-    if (session.state.blocked || session.application.declines || requested == CryptogramType::Aac) {
+    if (requested == CryptogramType::Aac || declines_every_request(session)) {
         return CryptogramType::Aac;
-    }
-    if (pin_tries_used_up(session)) {
-        if ((wanted.second & action::pin_tries_decline_and_block) != 0) {
-            block_for_pin_tries(session.state);
-        }
-        if ((wanted.second & (action::pin_tries_decline | action::pin_tries_decline_and_block)) !=
-            0) {
-            return CryptogramType::Aac;
-        }
     }
     if (requested == CryptogramType::Arqc) {
         session.limits_passed = lower_limits_passed(session) && has_limits(session);
@@ -229,7 +237,7 @@ CryptogramType first_type(ApplicationSession& session, CryptogramType requested)
         session.paid_electronically = pay_electronic_cash(session);
         return session.paid_electronically ? CryptogramType::Tc : CryptogramType::Arqc;
     }
-    return goes_online(session, wanted) ? CryptogramType::Arqc : CryptogramType::Tc;
+    return goes_online(session) ? CryptogramType::Arqc : CryptogramType::Tc;
 }
 
 CryptogramType second_type(ApplicationSession& session, CryptogramType requested) {

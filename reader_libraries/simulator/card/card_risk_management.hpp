@@ -12,6 +12,16 @@ namespace quorrin::simulator {
 CryptogramType first_type(ApplicationSession& session, CryptogramType requested);
 CryptogramType second_type(ApplicationSession& session, CryptogramType requested);
 
+// Whatever a terminal asks for: the application is blocked, or made to decline, or no PIN try is left
+// and the default action declines then (and may block the application, too).
+bool declines_every_request(ApplicationSession& session);
+
+// Within its limits all the same: the issuer's wish in its card status update, or the default action for
+// a failed issuer authentication or script, a new card, PIN tries used up.
+bool has_reason_to_go_online(const ApplicationSession& session);
+
+bool issuer_authentication_is_mandatory(const ApplicationSession& session);  // 9F56
+
 // The last try of the PIN was wrong: the card may block its application then.
 void note_last_pin_try(ApplicationSession& session);
 

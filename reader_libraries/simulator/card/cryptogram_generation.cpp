@@ -90,7 +90,10 @@ void complete_online(ApplicationSession& session) {
     state.issuer_authentication_missing =
         session.issuer_authentication == CheckResult::NotPerformed &&
         (session.application.interchange_profile[0] & issuer_authentication_supported) != 0;
-    if (session.issuer_authentication == CheckResult::Wrong) {
+    const bool unproved = session.issuer_authentication == CheckResult::Wrong ||
+                          (session.issuer_authentication == CheckResult::NotPerformed &&
+                           issuer_authentication_is_mandatory(session));
+    if (unproved) {
         return;
     }
     count_scripts_afresh(session);
@@ -101,7 +104,7 @@ void complete_online(ApplicationSession& session) {
     state.static_authentication_failed = false;
     state.dynamic_authentication_failed = false;
     state.last_online_atc = state.atc;
-    if (!session.issuer_updated_counters) {
+    if (!session.issuer_rules_counters) {
         reset_offline_counters(state);
     }
 }
@@ -110,8 +113,6 @@ void complete_online(ApplicationSession& session) {
 
 IssuedCryptogram issue_first_cryptogram(ApplicationSession& session, CryptogramType type) {
     Cryptogram made{};
-    session.last_online_incomplete = session.state.online_incomplete;
-    session.last_issuer_authentication_failed = session.state.issuer_authentication_failed;
     auto issued = issue(session, type, first_verification_results(session, type), made);
     session.stage = TransactionStage::Completed;
     switch (type) {
@@ -141,8 +142,9 @@ IssuedCryptogram issue_quick_cryptogram(ApplicationSession& session, CryptogramT
     if (session.state.blocked) {
         open_scripts(session, made);
     }
-    if (type == CryptogramType::Tc) {
-        log_transaction(session, false);
+    // An ARQC is not followed by a word of what became of it.
+    if (type != CryptogramType::Arqc) {
+        log_transaction(session, type == CryptogramType::Aac);
     }
     return issued;
 }
@@ -155,6 +157,8 @@ IssuedCryptogram issue_second_cryptogram(ApplicationSession& session, Cryptogram
         complete_online(session);
     } else if (type == CryptogramType::Tc) {
         count_offline(session);
+    } else {
+        note_failed_authentication(session);
     }
     if (type == CryptogramType::Aac) {
         take_back_log(session);

@@ -20,7 +20,7 @@ constexpr std::uint8_t block_application = 0x20;  // byte 2
 constexpr std::uint8_t issuer_approves = 0x80;    // byte 2
 constexpr std::uint8_t update_pin_tries = 0x10;   // byte 2
 constexpr std::uint8_t go_online_next = 0x08;     // byte 2
-constexpr std::uint8_t counters_mask = 0x03;      // byte 2; 0 leaves them to the card
+constexpr std::uint8_t counters_mask = 0x03;      // byte 2; 0 leaves them as they are
 constexpr std::uint8_t exhaust_counters = 0x01;
 constexpr std::uint8_t reset_counters = 0x02;
 constexpr std::uint8_t count_transaction = 0x03;
@@ -36,7 +36,7 @@ void apply_status_update(ApplicationSession& session, std::span<const std::uint8
         session.state.pin_tries =
             std::min<std::uint8_t>(update[0] & pin_tries_mask, session.application.pin_try_limit);
     }
-    session.issuer_updated_counters = (update[1] & counters_mask) != 0;
+    session.issuer_rules_counters = true;
     switch (update[1] & counters_mask) {
         case exhaust_counters:
             exhaust_offline_counters(session);

@@ -1,6 +1,7 @@
 #include <random>
 
 #include "reader_libraries/simulator/card/card_amounts.hpp"
+#include "reader_libraries/simulator/card/card_risk_management.hpp"
 #include "reader_libraries/simulator/card/cryptogram_generation.hpp"
 #include "reader_libraries/simulator/card/electronic_cash.hpp"
 #include "reader_libraries/simulator/card/offline_authentication.hpp"
@@ -11,6 +12,7 @@ namespace {
 
 constexpr Tag command_template = 0x83;
 constexpr Tag terminal_qualifiers = 0x9F66;
+constexpr Tag card_qualifiers = 0x9F6C;
 
 // Terminal transaction qualifiers of PBOC book 12.
 namespace qualifier {
@@ -20,7 +22,7 @@ constexpr std::uint8_t online_pin = 0x04;                    // byte 1
 constexpr std::uint8_t signature = 0x02;                     // byte 1
 constexpr std::uint8_t online_cryptogram_required = 0x80;    // byte 2
 constexpr std::uint8_t holder_verification_required = 0x40;  // byte 2
-constexpr std::uint8_t fast_dda = 0x80;                      // byte 4
+constexpr std::uint8_t fast_dda_version_1 = 0x80;            // byte 4
 }  // namespace qualifier
 
 // Card transaction qualifiers, 9F6C: what the card wants of the holder.
@@ -45,29 +47,29 @@ QuickOutcome decide_quick(ApplicationSession& session) {
     const auto has = [&](std::size_t byte, std::uint8_t bit) {
         return (qualifiers[byte - 1] & bit) != 0;
     };
-    const auto online =
-        has(1, qualifier::offline_only) ? CryptogramType::Aac : CryptogramType::Arqc;
-    if (session.state.blocked) {
+    if (declines_every_request(session)) {
         return {};
     }
-    if (has(2, qualifier::online_cryptogram_required)) {
-        return {CryptogramType::Arqc};
-    }
-    QuickOutcome outcome;
+    std::uint8_t wanted_of_holder = 0;
     if (has(2, qualifier::holder_verification_required)) {
         if (has(1, qualifier::online_pin)) {
-            return {online, wants_online_pin};
-        }
-        if (!has(1, qualifier::signature)) {
+            wanted_of_holder = wants_online_pin;
+        } else if (has(1, qualifier::signature)) {
+            wanted_of_holder = wants_signature;
+        } else {
             return {};
         }
-        outcome.wanted_of_holder = wants_signature;
     }
     // An amount of zero asks for nothing but the card's word: it is not paid.
-    const bool payable = transaction_amount(session) != 0;
-    session.paid_electronically = payable && pay_electronic_cash(session);
-    outcome.type = session.paid_electronically ? CryptogramType::Tc : online;
-    return outcome;
+    const bool has_to_go_online =
+        has(2, qualifier::online_cryptogram_required) || wanted_of_holder == wants_online_pin ||
+        transaction_amount(session) == 0 || has_reason_to_go_online(session);
+    session.paid_electronically = !has_to_go_online && pay_electronic_cash(session);
+    if (session.paid_electronically) {
+        return {CryptogramType::Tc, wanted_of_holder};
+    }
+    return has(1, qualifier::offline_only) ? QuickOutcome{}
+                                           : QuickOutcome{CryptogramType::Arqc, wanted_of_holder};
 }
 
 CardAnswer options(const ApplicationProfile& application) {
@@ -85,7 +87,6 @@ CardAnswer options(const ApplicationProfile& application) {
 
 // The elements of the profile, with what the card wants of the holder in its qualifiers.
 ByteString quick_elements(const QuickProfile& quick, std::uint8_t wanted_of_holder) {
-    constexpr Tag card_qualifiers = 0x9F6C;
     ByteString elements;
     std::span<const std::uint8_t> rest = quick.elements;
     while (const auto object = take_object(rest)) {
@@ -98,23 +99,22 @@ ByteString quick_elements(const QuickProfile& quick, std::uint8_t wanted_of_hold
     return elements;
 }
 
-bool wants_dynamic_data(const ApplicationSession& session) {
-    return session.application.card_key && session.application.quick->dynamic_data &&
-           (fitted_value(session.terminal, terminal_qualifiers, 4)[3] & qualifier::fast_dda) != 0;
-}
-
-// Fast DDA, version 01 of PBOC book 12: the signature covers the terminal's number, amount and currency
-// and what the card adds in 9F69, version and a number of its own and its qualifiers.
-ByteString fast_dynamic_data(const ApplicationSession& session) {
+// Fast DDA of PBOC book 12. Version 00 covers the terminal's number alone; version 01, for terminals
+// that know it, its amount and currency too, and what the card adds in 9F69: version, a number of its
+// own and the qualifiers that it gives.
+ByteString fast_dynamic_data(const ApplicationSession& session,
+                             const ByteString& given_qualifiers) {
+    ByteString covered = fitted_value(session.terminal, 0x9F37, 4);
+    if ((fitted_value(session.terminal, terminal_qualifiers, 4)[3] &
+         qualifier::fast_dda_version_1) == 0) {
+        return data_object(0x9F4B, signed_dynamic_data(session, {}, covered));
+    }
     std::random_device random;
     ByteString authentication{0x01};
     for (int i = 0; i < 4; ++i) {
         authentication.push_back(static_cast<std::uint8_t>(random()));
     }
-    append(
-        authentication,
-        find_object(session.application.quick->elements, 0x9F6C).value_or(ByteString{0x00, 0x00}));
-    ByteString covered = fitted_value(session.terminal, 0x9F37, 4);
+    append(authentication, given_qualifiers);
     append(covered, fitted_value(session.terminal, 0x9F02, 6));
     append(covered, fitted_value(session.terminal, 0x5F2A, 2));
     append(covered, authentication);
@@ -135,9 +135,13 @@ CardAnswer quick_transaction(ApplicationSession& session) {
     append(value, data_object(0x9F36, issued.atc));
     append(value, data_object(0x9F26, issued.cryptogram));
     append(value, data_object(0x9F10, issued.issuer_data));
-    append(value, quick_elements(*session.application.quick, outcome.wanted_of_holder));
-    if (outcome.type == CryptogramType::Tc && wants_dynamic_data(session)) {
-        append(value, fast_dynamic_data(session));
+    const QuickProfile& quick = *session.application.quick;
+    const ByteString elements = quick_elements(quick, outcome.wanted_of_holder);
+    append(value, elements);
+    if (outcome.type == CryptogramType::Tc && quick.dynamic_data && session.application.card_key) {
+        append(value, fast_dynamic_data(
+                          session,
+                          find_object(elements, card_qualifiers).value_or(ByteString{0x00, 0x00})));
     }
     return data_object(0x77, value);
 }
@@ -164,6 +168,8 @@ CardAnswer get_processing_options(ApplicationSession& session, const CardCommand
     take_values(pdol, delivered->value, session.terminal);
     append(session.dol_data, delivered->value);
     ++session.state.atc;
+    session.last_online_incomplete = session.state.online_incomplete;
+    session.last_issuer_authentication_failed = session.state.issuer_authentication_failed;
     session.stage = TransactionStage::OptionsGiven;
     return quick_wanted(session) ? quick_transaction(session) : options(session.application);
 }

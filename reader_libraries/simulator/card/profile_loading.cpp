@@ -132,6 +132,11 @@ CardProfile load_profile(const Section& section) {
     if (!cryptography::is_known_cryptogram_version(profile.cryptogram_version)) {
         section.fail("cryptogram_version", "must be 1 (PBOC), 10, 17 or 18");
     }
+    if (!cryptography::version_fits(profile.cryptogram_version, profile.algorithm,
+                                    profile.session_keys)) {
+        section.fail("cryptogram_version",
+                     "is for Triple DES, 10 and 17 with session_keys \"none\", 18 with \"emv\"");
+    }
     profile.script_encipherment =
         choice_field_or(section, "script_encipherment", script_encipherments,
                         cryptography::ScriptEncipherment::Pboc);

@@ -199,18 +199,33 @@ TEST(CombinedAuthentication, LeavesAnAacUnsigned) {
     EXPECT_EQ(without.generate_ac(0x90).status, 0x6A86U);
 }
 
-TEST(FastDynamicAuthentication, HoldsWhereTheTerminalAsksForIt) {
+TEST(FastDynamicAuthentication, CoversTheQualifiersThatTheCardGives) {
+    for (const auto& [terminals, cards] :
+         {std::pair{"20000080", "0000"}, {"22400080", "4000"}}) {  // a signature of the holder
+        SigningCard card("quick.toml");
+        card.values["9F02"] = hex("000000000100");
+        card.values["9F66"] = hex(terminals);
+        card.begin();
+        const ByteString added = expect_element(card.options, "9F69");
+        ASSERT_EQ(added.size(), 7U);
+        EXPECT_EQ(to_hex(part(added, 0, 1)), "01");
+        EXPECT_EQ(to_hex(part(added, 5, 2)), cards);
+        EXPECT_EQ(expect_element(card.options, "9F6C"), hex(cards));
+        recovered(card.card_key(), expect_element(card.options, "9F4B"),
+                  join(card.values["9F37"], card.values["9F02"], card.values["5F2A"], added));
+    }
+}
+
+TEST(FastDynamicAuthentication, OfVersion0IsForTerminalsThatKnowNoOther) {
     SigningCard card("quick.toml");
     card.values["9F02"] = hex("000000000100");
-    card.values["9F66"] = hex("20000080");
+    card.values["9F66"] = hex("36000000");
     card.begin();
-    const ByteString added = expect_element(card.options, "9F69");
-    ASSERT_EQ(added.size(), 7U);
-    recovered(card.card_key(), expect_element(card.options, "9F4B"),
-              join(card.values["9F37"], card.values["9F02"], card.values["5F2A"], added));
-    card.values["9F66"] = hex("20000000");
+    EXPECT_FALSE(element(card.options, "9F69"));
+    recovered(card.card_key(), expect_element(card.options, "9F4B"), card.values["9F37"]);
+    card.values["9F66"] = hex("28800000");
     card.begin();
-    EXPECT_FALSE(element(card.options, "9F4B"));
+    EXPECT_FALSE(element(card.options, "9F4B")) << "an AAC is not signed";
 }
 
 TEST(EncipheredPin, GoesUnderTheCardsKeyWhereItHasNoneForPins) {

@@ -126,6 +126,9 @@ TEST(UnableToGoOnline, IsToldAndDecidedByTheUpperLimits) {
         {"", "Y3", tc, aac, "210000"},
         {"\"9F58 04\", \"9F5C 000000012299\", \"9F51 0156\",", "Y3", tc, aac, "212000"},
         {"\"9F58 04\", \"9F5C 000000012300\", \"9F51 0156\",", "Y3", tc, tc, "610000"},
+        // In a foreign currency the lower limit of transactions is not asked again.
+        {"\"9F58 04\", \"9F59 05\", \"9F51 0840\", \"9F53 01\",", "Y3", tc, tc, "610000"},
+        {"\"9F58 04\", \"9F59 05\", \"9F51 0840\", \"9F53 00\",", "Y3", tc, aac, "212000"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.elements) + row.code);
@@ -181,12 +184,13 @@ TEST(IssuersRefusal, ByTheCardStatusUpdateCountsAsWell) {
     EXPECT_EQ(terminal.first(tc), arqc);
 }
 
-// Three transactions of 100.00 offline, one online with this update, then what a fourth one gets: its
+// Two transactions of 100.00 offline and one online with this update, then what the next two get; the
 // limit is 300.00.
 struct CounterUpdate {
     const char* name;
     std::uint8_t bits;
     std::uint8_t next;
+    std::uint8_t one_after;
 };
 class IssuersCounterUpdate : public testing::TestWithParam<CounterUpdate> {};
 
@@ -209,13 +213,14 @@ TEST_P(IssuersCounterUpdate, DecidesWhetherTheNextTransactionIsWithinTheLimits) 
         0x9000U);
     EXPECT_EQ(terminal.second(tc, "00"), tc);
     EXPECT_EQ(terminal.first(tc), GetParam().next);
+    EXPECT_EQ(terminal.first(tc), GetParam().one_after);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, IssuersCounterUpdate,
-                         testing::Values(CounterUpdate{"left_to_the_card", 0x00, tc},
-                                         CounterUpdate{"to_the_limits", 0x01, arqc},
-                                         CounterUpdate{"to_zero", 0x02, tc},
-                                         CounterUpdate{"this_one_added", 0x03, arqc}),
+                         testing::Values(CounterUpdate{"left_as_they_are", 0x00, tc, arqc},
+                                         CounterUpdate{"to_the_limits", 0x01, arqc, arqc},
+                                         CounterUpdate{"to_zero", 0x02, tc, tc},
+                                         CounterUpdate{"this_one_added", 0x03, arqc, arqc}),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(DefaultAction, SaysWhatFollowsFailuresAndNewCards) {
@@ -230,6 +235,21 @@ TEST(DefaultAction, SaysWhatFollowsFailuresAndNewCards) {
     RiskTerminal mandatory(profile_with("\"9F58 FF\", \"9F52 2000\", \"9F56 80\","));
     mandatory.first(arqc);
     EXPECT_EQ(mandatory.second(tc, "00"), aac);
+}
+
+TEST(MandatoryIssuerAuthentication, MissingLeavesTheTransactionOnlineIncomplete) {
+    const std::string elements =
+        "\"9F58 FF\", \"9F54 000000030000\", \"9F51 0156\", \"9F52 0000\",";
+    for (const bool mandatory : {false, true}) {
+        RiskTerminal terminal(profile_with(elements + (mandatory ? "\"9F56 80\"," : "")));
+        terminal.values["9F02"] = hex("000000010000");
+        EXPECT_EQ(terminal.first(tc), tc);
+        EXPECT_EQ(terminal.first(arqc), arqc);
+        EXPECT_EQ(terminal.second(tc, "00"), tc);
+        EXPECT_EQ(terminal.data_value("9F13"), mandatory ? hex("000C") : hex("0012"));
+        EXPECT_EQ(terminal.first(tc), mandatory ? arqc : tc);
+        EXPECT_EQ(terminal.results(), mandatory ? "A08400" : "900400");
+    }
 }
 
 TEST(DefaultAction, SaysWhatFollowsUsedUpPinTries) {
@@ -310,6 +330,13 @@ TEST(VerificationResults, TellOfDataAuthenticationThatFailedAndWasDeclinedOfflin
     terminal.complete_online();
     terminal.first(tc);
     EXPECT_EQ(terminal.results(), "900000");
+    // Declined by the second cryptogram, because the terminal could not go online.
+    RiskTerminal unable(profile_with("\"9F58 04\", \"9F59 FF\","));
+    unable.values["95"] = hex("4800000000");
+    EXPECT_EQ(unable.first(tc), arqc);
+    EXPECT_EQ(unable.second(aac, "Z3"), aac);
+    unable.first(tc);
+    EXPECT_EQ(unable.results(), "A0A104");
 }
 
 // ---- the log ----
