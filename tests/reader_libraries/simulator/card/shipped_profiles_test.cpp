@@ -108,6 +108,27 @@ INSTANTIATE_TEST_SUITE_P(
                     ShippedCard{"old_valid.toml", "A000000333010101", "9999050000000000078"},
                     ShippedCard{"quick.toml", "A000000333010101", "9999060000000073"}));
 
+// 9F7A is in the PDOL, 9F74 in the records.
+class ElectronicCash : public testing::TestWithParam<const char*> {};
+
+TEST_P(ElectronicCash, IsPaidInContact) {
+    Terminal terminal(shipped(std::string(GetParam()) + ".toml"));
+    const ByteString amount = hex("000000000050");
+    terminal.values["9F7A"] = hex("01");
+    terminal.values["9F02"] = amount;
+    terminal.select(first_aid);
+    const auto balance = std::stoul(to_hex(terminal.data_value("9F79")));
+    EXPECT_EQ(terminal.get_options().status, 0x9000U);
+    terminal.read_records();
+    EXPECT_EQ(expect_element(terminal.records, "9F74").size(), 6U);
+    EXPECT_EQ(terminal.generate_ac(0x40).status, 0x9000U);
+    EXPECT_EQ(expect_element(terminal.cryptogram_answer, "9F27"), hex("40"));
+    EXPECT_EQ(std::stoul(to_hex(terminal.data_value("9F79"))), balance - 50);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cards, ElectronicCash,
+                         testing::Values("debit", "gm", "two_applications", "load_log", "full"));
+
 TEST(DecliningCard, GivesAnAacWhateverItIsAskedFor) {
     for (const std::uint8_t request : hex("004080")) {
         Terminal terminal(shipped("declines.toml"));
@@ -267,7 +288,8 @@ TEST_F(QuickCard, ObeysTheTerminalsQualifiers) {
         {"F4000000", "000000000100", "0156", 0x90,
          "0000"},  // quick comes before what else is offered
         {"20800000", "000000000100", "0156", 0xA0, "0000"},  // an online cryptogram is required
-        {"28800000", "000000000100", "0156", 0xA0, "0000"},
+        {"28800000", "000000000100", "0156", 0x80,
+         "0000"},  // which an offline terminal cannot have
         {"28000000", "000000900000", "0156", 0x80, "0000"},  // offline only
         {"20000000", "000000000100", "0840", 0xA0, "0000"},  // another currency
         {"28000000", "000000000100", "0840", 0x80, "0000"},
@@ -275,6 +297,12 @@ TEST_F(QuickCard, ObeysTheTerminalsQualifiers) {
         {"22400000", "000000000100", "0156", 0x90, "4000"},  // holder verification: signature
         {"26400000", "000000000100", "0156", 0xA0, "8000"},  // or the PIN, online
         {"20400000", "000000000100", "0156", 0x80, "0000"},  // and neither
+        {"36C00000", "000000000100", "0156", 0xA0,
+         "8000"},  // both are required: an online cryptogram
+        {"32C00000", "000000000100", "0156", 0xA0, "4000"},
+        {"30C00000", "000000000100", "0156", 0x80, "0000"},
+        {"2C400000", "000000000100", "0156", 0x80,
+         "0000"},  // the PIN online, of an offline terminal
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.qualifiers) + " " + row.amount + " " + row.currency);
@@ -288,24 +316,89 @@ TEST_F(QuickCard, ObeysTheTerminalsQualifiers) {
     }
 }
 
-// ---- the page on profiles ----
-
-// The first block of TOML on the page: the complete example.
-std::string documented_example() {
-    std::ifstream page(QUORRIN_PROFILE_PAGE);
-    std::string text;
-    bool inside = false;
-    for (std::string line; std::getline(page, line);) {
-        if (inside && line == "```") {
-            return text;
-        }
-        if (inside) {
-            text += line + "\n";
-        }
-        inside = inside || line == "```toml";
-    }
-    return {};
+std::string quick_profile() {
+    std::ifstream file(QUORRIN_PROFILES "/quick.toml");
+    return {std::istreambuf_iterator<char>(file), {}};
 }
+
+// What a quick card decides beside its limits: each change of the profile, with what a payment gets.
+TEST(QuickCards, DecideByTheirOwnStateAndDefaultActionToo) {
+    struct Row {
+        const char* from;
+        const char* to;
+        const char* qualifiers;
+        std::uint8_t type;
+    };
+    constexpr Row rows[] = {
+        {"atc = 99", "atc = 99", "20000000", 0x90},
+        {"atc = 99", "atc = 99\ndeclines = true", "20000000", 0x80},
+        {"atc = 99", "atc = 99\nblocked = true", "20000000", 0x80},
+        {"last_online_atc = 90", "last_online_atc = 0", "20000000", 0x90},
+        {"last_online_atc = 90\ndata = [", "last_online_atc = 0\ndata = [ \"9F52 0200\",",
+         "20000000", 0xA0},  // a new card goes online
+        {"last_online_atc = 90\ndata = [", "last_online_atc = 0\ndata = [ \"9F52 0200\",",
+         "28000000", 0x80},  // or declines
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.to) + " " + row.qualifiers);
+        std::string profile = quick_profile();
+        if (std::string(row.to).find("9F52") != std::string::npos) {
+            profile = changed(profile, "  \"9F52 C0000000\",\n", "");
+        }
+        Terminal terminal(card_of(changed(profile, row.from, row.to)));
+        terminal.values["9F66"] = hex(row.qualifiers);
+        terminal.values["9F02"] = hex("000000000100");
+        terminal.select(first_aid);
+        EXPECT_EQ(terminal.get_options().status, 0x9000U);
+        EXPECT_EQ(expect_element(terminal.options, "9F10").at(4), row.type);
+    }
+}
+
+TEST(QuickCards, DeclineOrGoOnlineWhenNoPinTryIsLeft) {
+    for (const auto& [action, type] : {std::pair{"0000", 0x90}, {"0020", 0xA0}, {"0040", 0x80}}) {
+        std::string profile =
+            changed(quick_profile(), "9F52 C0000000", std::string("9F52 ") + action);
+        profile = changed(profile, "8E 00000000 00000000 1F00", "8E 00000000 00000000 4103 1F00");
+        Terminal terminal(card_of(changed(profile, "atc = 99", "pin = \"1234\"\natc = 99")));
+        terminal.values["9F66"] = hex("20000000");
+        terminal.values["9F02"] = hex("000000000100");
+        terminal.select(first_aid);
+        for (int i = 0; i < 3; ++i) {
+            terminal.send("0020008008 241111FFFFFFFFFF");
+        }
+        terminal.select(first_aid);
+        terminal.get_options();
+        EXPECT_EQ(expect_element(terminal.options, "9F10").at(4), type) << action;
+    }
+}
+
+TEST(QuickCards, TellOfTheLastTransactionOnline) {
+    Terminal terminal(shipped("quick.toml"));
+    terminal.purchase(first_aid);  // in contact, and not completed
+    EXPECT_EQ(terminal.send(join(hex("008200000A"), filled(10, 0))).status, 0x6300U);
+    terminal.values["9F66"] = hex("28000000");
+    terminal.values["9F02"] = hex("000000000100");
+    terminal.select(first_aid);
+    terminal.get_options();
+    const ByteString results = expect_element(terminal.options, "9F10");
+    EXPECT_EQ(to_hex(ByteString(results.begin() + 4, results.begin() + 7)), "808800")
+        << "declined: C0 in the default action wants it online after the wrong ARPC";
+}
+
+TEST(QuickCards, LogDeclinedPaymentsWhereTheProfileSaysSo) {
+    for (const bool declined : {false, true}) {
+        Terminal terminal(card_of(
+            changed(quick_profile(), "[application.log]",
+                    declined ? "[application.log]\ndeclined = true" : "[application.log]")));
+        terminal.values["9F66"] = hex("28000000");
+        terminal.values["9F02"] = hex("000000900000");
+        terminal.select(first_aid);
+        terminal.get_options();
+        EXPECT_EQ(terminal.send("00B2015C00").status, declined ? 0x9000U : 0x6A83U);
+    }
+}
+
+// ---- the page on profiles ----
 
 TEST(DocumentedProfile, MakesAPurchase) {
     const std::string example = documented_example();

@@ -1,5 +1,6 @@
 #include "tests/reader_libraries/simulator/card/test_profile.hpp"
 
+#include <fstream>
 #include <stdexcept>
 
 namespace quorrin::test {
@@ -86,6 +87,22 @@ std::string changed(std::string text, const std::string& from, const std::string
 
 std::unique_ptr<simulator::CardDevice> card_of(const std::string& profile) {
     return simulator::load_card(parse_configuration(profile, "test.toml"));
+}
+
+std::string documented_example() {
+    std::ifstream page(QUORRIN_PROFILE_PAGE);
+    std::string text;
+    bool inside = false;
+    for (std::string line; std::getline(page, line);) {
+        if (inside && line == "```") {
+            return text;
+        }
+        if (inside) {
+            text += line + "\n";
+        }
+        inside = inside || line == "```toml";
+    }
+    return {};
 }
 
 }  // namespace quorrin::test

@@ -13,6 +13,9 @@ const std::string& test_profile();
 // The text with one place changed. The place has to be there.
 std::string changed(std::string text, const std::string& from, const std::string& to);
 
+// The complete card of docs/card-profiles.md: the first block of TOML there.
+std::string documented_example();
+
 std::unique_ptr<simulator::CardDevice> card_of(const std::string& profile);
 
 inline const ByteString first_aid = hex("A000000333010101");
