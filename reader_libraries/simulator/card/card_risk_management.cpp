@@ -152,15 +152,13 @@ bool goes_online(ApplicationSession& session) {
 }
 
 // A transaction that its terminal could not take online (8A is Y3 or Z3).
-bool declined_offline(ApplicationSession& session, const DefaultAction& wanted) {
+bool declined_offline(ApplicationSession& session) {
     session.limits_passed = upper_limits_passed(session);
-    return session.limits_passed || !has_limits(session) ||
-           (new_card(session) && (wanted.first & action::new_card_declines_unless_online) != 0) ||
-           (pin_tries_used_up(session) &&
-            (wanted.second & action::pin_tries_decline_unless_online) != 0);
+    return session.limits_passed || !has_limits(session) || declines_unless_online(session);
 }
 
-bool declined_online(const ApplicationSession& session, const DefaultAction& wanted) {
+bool declined_online(const ApplicationSession& session) {
+    const DefaultAction wanted = default_action(session);
     switch (session.issuer_authentication) {
         case CheckResult::Wrong:
             if ((wanted.first & action::decline_failed_issuer) != 0) {
@@ -218,6 +216,13 @@ bool has_reason_to_go_online(const ApplicationSession& session) {
            (state.script_failed && (wanted.second & action::failed_script_goes_online) != 0);
 }
 
+bool declines_unless_online(const ApplicationSession& session) {
+    const DefaultAction wanted = default_action(session);
+    return (new_card(session) && (wanted.first & action::new_card_declines_unless_online) != 0) ||
+           (pin_tries_used_up(session) &&
+            (wanted.second & action::pin_tries_decline_unless_online) != 0);
+}
+
 bool issuer_authentication_is_mandatory(const ApplicationSession& session) {
     const auto indicator = card_element(session, 0x9F56);
     return indicator && !indicator->empty() && (indicator->front() & 0x80) != 0;
@@ -241,11 +246,9 @@ CryptogramType first_type(ApplicationSession& session, CryptogramType requested)
 }
 
 CryptogramType second_type(ApplicationSession& session, CryptogramType requested) {
-    const DefaultAction wanted = default_action(session);
-    const bool refused = session.state.blocked || session.card_state.blocked ||
-                         requested == CryptogramType::Aac ||
-                         (session.unable_to_go_online ? declined_offline(session, wanted)
-                                                      : declined_online(session, wanted));
+    const bool refused =
+        session.state.blocked || session.card_state.blocked || requested == CryptogramType::Aac ||
+        (session.unable_to_go_online ? declined_offline(session) : declined_online(session));
     return refused ? CryptogramType::Aac : CryptogramType::Tc;
 }
 

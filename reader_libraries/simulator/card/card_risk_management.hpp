@@ -20,6 +20,9 @@ bool declines_every_request(ApplicationSession& session);
 // a failed issuer authentication or script, a new card, PIN tries used up.
 bool has_reason_to_go_online(const ApplicationSession& session);
 
+// The default action declines transactions of a new card, or without PIN tries, that do not go online.
+bool declines_unless_online(const ApplicationSession& session);
+
 bool issuer_authentication_is_mandatory(const ApplicationSession& session);  // 9F56
 
 // The last try of the PIN was wrong: the card may block its application then.

@@ -60,16 +60,17 @@ QuickOutcome decide_quick(ApplicationSession& session) {
             return {};
         }
     }
+    const bool offline_only = has(1, qualifier::offline_only);
     // An amount of zero asks for nothing but the card's word: it is not paid.
     const bool has_to_go_online =
         has(2, qualifier::online_cryptogram_required) || wanted_of_holder == wants_online_pin ||
-        transaction_amount(session) == 0 || has_reason_to_go_online(session);
+        transaction_amount(session) == 0 || has_reason_to_go_online(session) ||
+        (offline_only && declines_unless_online(session));
     session.paid_electronically = !has_to_go_online && pay_electronic_cash(session);
     if (session.paid_electronically) {
         return {CryptogramType::Tc, wanted_of_holder};
     }
-    return has(1, qualifier::offline_only) ? QuickOutcome{}
-                                           : QuickOutcome{CryptogramType::Arqc, wanted_of_holder};
+    return offline_only ? QuickOutcome{} : QuickOutcome{CryptogramType::Arqc, wanted_of_holder};
 }
 
 CardAnswer options(const ApplicationProfile& application) {

@@ -3,6 +3,7 @@
 #include <map>
 #include <sstream>
 
+#include "reader_libraries/simulator/t0_framing.hpp"
 #include "tests/reader_libraries/simulator/card/test_profile.hpp"
 
 namespace quorrin::test {
@@ -35,6 +36,20 @@ std::vector<Row> documented_rows() {
     }
     return rows;
 }
+
+class CardOverT0 final : public simulator::CardDevice {
+  public:
+    explicit CardOverT0(std::unique_ptr<simulator::CardDevice> card) : card_(std::move(card)) {}
+    simulator::ByteString power_on() override { return framing_.power_on(); }
+    void power_off() override { framing_.power_off(); }
+    simulator::ByteString transmit(std::span<const std::uint8_t> command) override {
+        return framing_.transmit(command);
+    }
+
+  private:
+    std::unique_ptr<simulator::CardDevice> card_;
+    simulator::T0Framing framing_{*card_, {}};
+};
 
 class CardBehaviour : public CardTest {
   protected:
@@ -95,6 +110,13 @@ class CardBehaviour : public CardTest {
                  terminal.select(text_bytes("2PAY.SYS.DDF01"));
              }},
             {"application selected", [&] { terminal.select(first_aid); }},
+            {"nothing selected, T=0",
+             [&] { terminal = Terminal(std::make_unique<CardOverT0>(card_of(test_profile()))); }},
+            {"application selected, T=0",
+             [&] {
+                 terminal = Terminal(std::make_unique<CardOverT0>(card_of(test_profile())));
+                 terminal.send("00A4040008A000000333010101");
+             }},
             {"options given, a card with keys", [&] { options_of_the_card_with_keys(); }},
             {"ARQC given, a card with keys",
              [&] {

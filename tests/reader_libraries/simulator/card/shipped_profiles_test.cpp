@@ -338,6 +338,10 @@ TEST(QuickCards, DecideByTheirOwnStateAndDefaultActionToo) {
          "20000000", 0xA0},  // a new card goes online
         {"last_online_atc = 90\ndata = [", "last_online_atc = 0\ndata = [ \"9F52 0200\",",
          "28000000", 0x80},  // or declines
+        {"last_online_atc = 90\ndata = [", "last_online_atc = 0\ndata = [ \"9F52 0100\",",
+         "20000000", 0x90},
+        {"last_online_atc = 90\ndata = [", "last_online_atc = 0\ndata = [ \"9F52 0100\",",
+         "28000000", 0x80},  // declines unless it goes online
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.to) + " " + row.qualifiers);
