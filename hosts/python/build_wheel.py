@@ -13,7 +13,8 @@ import tarfile
 import zipfile
 
 HERE = pathlib.Path(__file__).resolve().parent
-VERSION = re.search(r'^version = "(.*)"', (HERE / "pyproject.toml").read_text(), re.M)[1]
+TABLES = HERE / "quorrin" / "_tables.py"  # made from the C headers
+VERSION = re.search(r"^VERSION = '(.*)'", TABLES.read_text(), re.M)[1]
 NAME = f"quorrin-{VERSION}"
 METADATA = f"""Metadata-Version: 2.1
 Name: quorrin

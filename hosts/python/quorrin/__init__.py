@@ -14,7 +14,7 @@ reader, one transaction and one thread at a time: a host with several readers ru
 
 from . import bank
 from ._library import library
-from ._tables import CONSTANTS, TsiBit, TvrBit
+from ._tables import CONSTANTS, VERSION, TsiBit, TvrBit
 from .bank import BankAnswer, BankDecision, BankFailure, TestBank
 from .failures import Failure, Misuse, StatusWord
 from .purchase import (
@@ -31,7 +31,7 @@ from .purchase import (
 from .reader import Card, Command, HolderInformation, LogRecord, Reader, Response, Search
 from .values import Pan, Track2, Tsi, Tvr, name_of, tag_of
 
-__version__ = "1.0.0"
+__version__ = VERSION
 
 __all__ = [
     "BankAnswer",

@@ -6,6 +6,8 @@ Made by scripts/generate-host-tables from the C headers; do not edit.
 import enum
 from typing import Dict, List, Optional, Tuple
 
+VERSION = '1.0.0'
+
 
 class RegisterBit(enum.Enum):
     """A named bit of a register: byte and bit, counted from 1, bit 1 the least significant."""

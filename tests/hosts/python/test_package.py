@@ -2,7 +2,6 @@
 
 import os
 import pathlib
-import re
 import shutil
 import subprocess
 import sys
@@ -12,8 +11,7 @@ import pytest
 import quorrin
 from quorrin import pytest_plugin
 
-ROOT = pathlib.Path(__file__).resolve().parents[3]
-PACKAGE = ROOT / "hosts" / "python"
+PACKAGE = pathlib.Path(__file__).resolve().parents[3] / "hosts" / "python"
 
 
 def run(*command, **more):
@@ -51,7 +49,8 @@ def installed_wheel(tmp_path):
 
 def test_makes_a_wheel_that_works_without_anything_else(tmp_path):
     site = installed_wheel(tmp_path)
-    record = (site / "quorrin-1.0.0.dist-info" / "RECORD").read_text()
+    (info,) = site.glob("quorrin-*.dist-info")
+    record = (info / "RECORD").read_text()
     for file in site.rglob("*"):
         if file.is_file():
             assert file.relative_to(site).as_posix() in record
@@ -144,13 +143,6 @@ def test_writes_reader_files():
     )
     with pytest.raises(quorrin.Misuse, match="no such slot"):
         pytest_plugin.reader_file(slot1="debit")
-
-
-def test_has_the_version_of_the_library():
-    header = (ROOT / "include" / "quorrin" / "version.h").read_text()
-    version = re.search(r'QUORRIN_VERSION_STRING "([^"]+)"', header)[1]
-    assert quorrin.__version__ == version
-    assert f'version = "{version}"' in (PACKAGE / "pyproject.toml").read_text()
 
 
 def test_replays_what_was_recorded(tmp_path, simulated_card):
