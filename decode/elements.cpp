@@ -124,8 +124,8 @@ std::span<const Element> all_elements() {
 }
 
 std::span<const Element> rows_of(std::uint32_t tag) {
-    const auto found = std::ranges::equal_range(table(), tag, {}, &Element::tag);
-    return {found.begin(), found.end()};
+    const auto first = std::ranges::lower_bound(table(), tag, {}, &Element::tag);
+    return {first, std::ranges::upper_bound(table(), tag, {}, &Element::tag)};
 }
 
 std::vector<const Element*> meanings_of(std::uint32_t tag, Place place, std::size_t length) {

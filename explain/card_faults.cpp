@@ -110,7 +110,7 @@ void missing_mandatory(const Context& context, const Report& report) {
     if (!read_all_records(context.visit)) {
         return;
     }
-    for (const std::uint32_t tag : {0x5A, 0x5F24, 0x8C, 0x8D}) {
+    for (const std::uint32_t tag : {0x5Au, 0x5F24u, 0x8Cu, 0x8Du}) {
         if (!context.visit.records.has(tag)) {
             report.at(StepKind::Records,
                       "the mandatory element " + named(tag) + " is in no record");

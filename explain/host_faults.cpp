@@ -83,7 +83,7 @@ void empty_terminal_data(const Context& context, const Report& report) {
     if (!context.visit.has(StepKind::FirstCryptogram) && !context.visit.quick) {
         return;
     }
-    for (const std::uint32_t tag : {0x9F37, 0x9F02, 0x9F1A, 0x5F2A, 0x9A}) {
+    for (const std::uint32_t tag : {0x9F37u, 0x9F02u, 0x9F1Au, 0x5F2Au, 0x9Au}) {
         if (all_are(context.visit.terminal.bytes(tag), 0x00)) {
             report.at(kind, "the card asked for " + named(tag) + " and got zeros");
         }

@@ -26,7 +26,9 @@ bool same_letters(std::string_view one, std::string_view other) {
 }
 
 bool has_part(std::string_view name, std::string_view part) {
-    return !std::ranges::search(name, part, {}, upper, upper).empty();
+    return std::search(name.begin(), name.end(), part.begin(), part.end(),
+                       [](char one, char other) { return upper(one) == upper(other); }) !=
+           name.end();
 }
 
 // Whether one of the words stands in the name by itself: "5422CL" and "SAM1" hold CL and SAM, "Samba"

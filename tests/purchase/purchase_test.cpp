@@ -152,9 +152,10 @@ std::uint16_t PurchaseTest::last_online_atc() const {
 ByteString PurchaseTest::holder_record_renamed() const {
     ByteString record = holder_record();
     record.resize(record.size() - done.size());
-    const auto name = std::ranges::search(record, card.holder);
-    EXPECT_FALSE(name.empty());
-    std::ranges::copy(other_holder(), name.begin());
+    const auto name =
+        std::search(record.begin(), record.end(), card.holder.begin(), card.holder.end());
+    EXPECT_NE(name, record.end());
+    std::ranges::copy(other_holder(), name);
     return record;
 }
 
