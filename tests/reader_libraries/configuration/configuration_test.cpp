@@ -165,6 +165,7 @@ TEST(Configuration, TextThatIsNotTomlNamesTheLine) {
         "a = \"\"\"\\\n\"\"\"\xD0\x96\n",  // behind a text of two lines
         "# \"\nb\xEF\xBB\xAF\n",           // behind a comment
         "a = 1\n\xFF\xFE\n",
+        "a = 1\nb = 1\"['--\xEF\xBB\xAC=\n",  // behind quotes that open nothing
     };
     for (const char* text : texts) {
         SCOPED_TRACE(text);
