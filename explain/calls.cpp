@@ -1,6 +1,7 @@
 #include "explain/calls.hpp"
 
 #include "explain/elements_seen.hpp"
+#include "explain/times.hpp"
 
 namespace quorrin::explain {
 namespace {
@@ -48,7 +49,7 @@ void extend(Call& call, const trace::Entry& entry) {
     call.answer = std::move(whole);
     call.lines.push_back(entry.line);
     call.ended = entry.began + entry.duration / 1000;
-    call.duration += entry.duration;
+    call.duration = sum(call.duration, entry.duration);
     call.result = entry.result;
     call.result_name = entry.result_name;
 }

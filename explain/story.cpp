@@ -41,7 +41,37 @@ std::string_view name_of(Finding::Party party) {
     return names[static_cast<std::size_t>(party)];
 }
 
-Story tell(const trace::Trace& trace, const Options& options) {
+namespace {
+
+// Names in a recording are whatever its writer says. Control characters, those of two bytes as well,
+// would speak to the terminal that shows them.
+void clean(std::string& text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
+        if (byte < 0x20 || byte == 0x7F) {
+            text[i] = '.';
+        } else if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
+            text.replace(i, 2, ".");
+        }
+    }
+}
+
+trace::Trace readable(trace::Trace trace) {
+    for (trace::Entry& entry : trace.entries) {
+        for (std::string* text :
+             {&entry.terminal, &entry.session, &entry.result_name, &entry.reader_name,
+              &entry.reader_serial, &entry.slot_name, &entry.instruction}) {
+            clean(*text);
+        }
+    }
+    return trace;
+}
+
+}  // namespace
+
+Story tell(const trace::Trace& recording, const Options& options) {
+    const trace::Trace trace = readable(recording);
     Story story;
     story.problems = trace.problems;
     for (const trace::Entry& entry : trace.entries) {

@@ -120,7 +120,7 @@ struct Options {
     bool show_sensitive = false;
 };
 
-Story tell(const trace::Trace& trace, const Options& options = {});
+Story tell(const trace::Trace& recording, const Options& options = {});
 
 // "Application selection"
 std::string_view title_of(StepKind kind);

@@ -5,6 +5,7 @@
 
 #include "decode/lookup.hpp"
 #include "decode/reading.hpp"
+#include "explain/times.hpp"
 #include "explain/visit.hpp"
 
 namespace quorrin::explain {
@@ -259,7 +260,7 @@ std::vector<Fact> time_facts(const Visit& visit) {
     const ToldCall* slowest = nullptr;
     const ToldCall* before = nullptr;
     for (const ToldCall& told : visit.calls) {
-        at_card += told.call.duration;
+        at_card = sum(at_card, told.call.duration);
         if (told.call.is_exchange()) {
             ++exchanges;
             bytes += told.call.command.size() + told.call.answer.size();
@@ -269,13 +270,14 @@ std::vector<Fact> time_facts(const Visit& visit) {
         }
         if (before != nullptr && before->kind == StepKind::FirstCryptogram &&
             told.kind != StepKind::FirstCryptogram) {
-            bank = (told.call.began - before->call.ended) * 1000;
+            bank = nanoseconds(told.call.began - before->call.ended);
         }
         before = &told;
     }
     const std::int64_t span =
-        (visit.calls.back().call.ended - visit.calls.front().call.began) * 1000;
-    const std::int64_t host = std::max<std::int64_t>(0, span - at_card - bank);
+        nanoseconds(visit.calls.back().call.ended - visit.calls.front().call.began);
+    const std::int64_t host =
+        std::max<std::int64_t>(0, difference(difference(span, at_card), bank));
     std::vector<Fact> facts;
     add(facts, "In all", time_text(span));
     add(facts, "Reader and card",
@@ -327,7 +329,7 @@ Transaction summarise(Visit visit, const Options& options) {
             transaction.slot = told.call.entry->slot_name;
         }
         transaction.last_line = std::max(transaction.last_line, told.call.lines.back());
-        transaction.at_card += told.call.duration;
+        transaction.at_card = sum(transaction.at_card, told.call.duration);
     }
     transaction.first_line = first.line;
     transaction.began = visit.calls.front().call.began;

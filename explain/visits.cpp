@@ -6,6 +6,7 @@
 
 #include "decode/lookup.hpp"
 #include "decode/reading.hpp"
+#include "explain/times.hpp"
 #include "explain/visit.hpp"
 
 namespace quorrin::explain {
@@ -363,7 +364,7 @@ void add_call(Visit& visit, Call call, const Options& options) {
     told.step = visit.steps.size() - 1;
     Step& step = visit.steps.back();
     step.ended = told.call.ended;
-    step.duration += told.call.duration;
+    step.duration = sum(step.duration, told.call.duration);
     take_answer(visit, told);
     step.exchanges.push_back(exchange_of(visit, told, options));
     visit.calls.push_back(std::move(told));

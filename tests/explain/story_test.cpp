@@ -225,6 +225,40 @@ TEST(Story, TellsScriptsAndTheSecondCryptogram) {
     EXPECT_THAT(story.transactions.at(0).ended, HasSubstr("1 of 2 issuer script commands taken"));
 }
 
+// Recordings come from anywhere: their names and times are what somebody has written there.
+trace::Trace lines(std::initializer_list<std::string_view> texts) {
+    trace::Trace trace;
+    for (const std::string_view text : texts) {
+        trace::ParsedLine parsed = trace::parse_line(text, trace.entries.size() + 1);
+        EXPECT_TRUE(parsed.entry) << text;
+        trace.entries.push_back(*std::move(parsed.entry));
+    }
+    return trace;
+}
+
+TEST(Story, KeepsTimesThatAreTooLongAtTheEndOfTheirRange) {
+    const explain::Story story = explain::tell(lines(
+        {R"({"@timestamp":"0001-01-01T00:00:00.000000Z","trace.version":1,"event.action":"power_on",)"
+         R"("event.duration":9223372036854775807,"slot.code":1,"reader.result":2,"card.atr":"3B00"})",
+         R"({"@timestamp":"9999-12-31T23:59:59.999999Z","trace.version":1,"event.action":"exchange",)"
+         R"("event.duration":9223372036854775807,"slot.code":1,"reader.result":2,)"
+         R"("apdu.command":"80AE8000","apdu.answer":"9000"})"}));
+    ASSERT_EQ(story.transactions.size(), 1u);
+    EXPECT_EQ(story.transactions[0].at_card, INT64_MAX);
+    EXPECT_EQ(fact(story.transactions[0].time, "In all"), "9223372036854.8 ms");
+    EXPECT_EQ(fact(story.transactions[0].time, "Host"), "0.0 \u00b5s");
+}
+
+TEST(StoryText, ShowsNoControlCharactersOfNames) {
+    const explain::Story story = explain::tell(lines(
+        {R"({"trace.version":1,"event.action":"open","reader.result":1,"device.id":"T\u001B[2J",)"
+         R"("reader.name":"Desk\u009B\u007F\u00A0"})"}));
+    const std::string text = to_text(story, {.details = true});
+    EXPECT_THAT(text, HasSubstr("terminal T.[2J"));
+    EXPECT_THAT(text, HasSubstr("Desk..\u00A0"));
+    EXPECT_THAT(text, Not(HasSubstr("\u001B")));
+}
+
 TEST(StoryText, MarksFailedStepsAndListsFindingsBelowThem) {
     const std::string text = to_text(purchase({.authentication = "6300"}).story());
     EXPECT_THAT(text,
