@@ -7,11 +7,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "decode/decode.hpp"
+#include "fuzz/support/seeds.hpp"
 #include "quorrin/quorrin.h"
 #include "quorrin/reader_library.h"
 #include "reader_libraries/simulator/card/profile_card.hpp"
@@ -20,7 +21,7 @@
 namespace {
 
 using namespace quorrin;
-using ByteString = std::vector<std::uint8_t>;
+using namespace quorrin::fuzz;
 
 // The reader: one card, and what went to and fro since it was inserted.
 struct Exchange {
@@ -32,44 +33,8 @@ ByteString blocks;
 std::vector<Exchange> exchanges;
 
 void append_block(const ByteString& bytes) {
-    blocks.push_back(static_cast<std::uint8_t>(bytes.size() >> 8));
-    blocks.push_back(static_cast<std::uint8_t>(bytes.size()));
-    blocks.insert(blocks.end(), bytes.begin(), bytes.end());
+    blocks = joined({blocks, block(static_cast<std::int64_t>(bytes.size()), bytes)});
 }
-
-ByteString joined(std::initializer_list<ByteString> parts) {
-    ByteString whole;
-    for (const ByteString& part : parts) {
-        whole.insert(whole.end(), part.begin(), part.end());
-    }
-    return whole;
-}
-
-ByteString from_text(const std::string& text) {
-    return {text.begin(), text.end()};
-}
-
-// Behind its length in one byte.
-ByteString piece(const ByteString& bytes) {
-    return joined({{static_cast<std::uint8_t>(bytes.size())}, bytes});
-}
-
-class Seeds {
-  public:
-    explicit Seeds(std::filesystem::path place) : place_(std::move(place)) {}
-
-    void add(const std::string& target, const std::string& name, const ByteString& bytes) const {
-        std::filesystem::create_directories(place_ / target);
-        std::ofstream file(place_ / target / name, std::ios::binary);
-        std::ranges::copy(bytes, std::ostreambuf_iterator<char>(file));
-        if (!file) {
-            throw std::runtime_error("cannot write " + (place_ / target / name).string());
-        }
-    }
-
-  private:
-    std::filesystem::path place_;
-};
 
 // A profile's card, fresh and powered.
 void insert(const std::filesystem::path& profile) {
@@ -82,13 +47,43 @@ void insert(const std::filesystem::path& profile) {
     PowerUp(ReaderHandle, EG_nUserCardType, atr.data(), &length);
 }
 
-const std::string terminal_data =
-    "P012000000001000Q012000000000000R0040156S006260101T00200U006120000V020TEST MERCHANT       ";
+// What went to and fro, as the recorder sees it.
+ByteString recorded_calls() {
+    const auto whole = [](const ByteString& bytes) {
+        return block(static_cast<std::int64_t>(bytes.size()), bytes);
+    };
+    ByteString calls = power_on_call(whole(inserted->power_on()));
+    for (const Exchange& exchange : exchanges) {
+        calls = joined({calls, exchange_call(exchange.command, whole(exchange.answer))});
+    }
+    return calls;
+}
 
-// An approval with issuer authentication and a script of each phase, as a bank may send it.
-const std::string issuer_text =
-    "8A023030890651303030303191081122334455667788710E9F180400000001860504DA9F7800"
-    "72128610841E00000B0102030405060708090A0B";
+std::uint8_t kind_number(std::string_view name) {
+    const auto kinds = decode::data_kinds();
+    return static_cast<std::uint8_t>(decode::find_data_kind(name) - kinds.data());
+}
+
+// Every exchange as a question to the decoder: its answer, and the command by itself.
+void add_meanings(const Seeds& seeds, const std::string& name) {
+    const ByteString yuan_and_no_tag{0x00, 156, 0, 0, 0, 0};
+    constexpr std::uint8_t answer = 0xFE;
+    unsigned number = 0;
+    for (const Exchange& exchange : exchanges) {
+        const std::string step = name + "-" + std::to_string(number++);
+        seeds.add("decode", step + "-answer",
+                  joined({{0, answer}, yuan_and_no_tag, piece(exchange.command), exchange.answer}));
+        seeds.add("decode", step + "-command",
+                  joined({{0, kind_number("command")}, yuan_and_no_tag, {0}, exchange.command}));
+    }
+}
+
+// One value of each kind that no purchase brings along.
+void add_kinds(const Seeds& seeds, const std::string& kind, const ByteString& list,
+               const ByteString& data) {
+    seeds.add("decode", "kind-" + kind,
+              joined({{0, kind_number(kind)}, {0x00, 156, 0, 0, 0, 0}, piece(list), data}));
+}
 
 void add_operations(const Seeds& seeds, const std::filesystem::path& profile,
                     const std::string& aid, const std::string& name) {
@@ -115,13 +110,14 @@ void add_operations(const Seeds& seeds, const std::filesystem::path& profile,
                 format = data;
             } else if (exchange.command[1] == 0xB2 && !format.empty()) {
                 seeds.add("log_record", name, joined({piece(format), data}));
+                add_kinds(seeds, kind == 0 ? "log-record" : "load-log-record", format, data);
             }
         }
     }
 
     insert(profile);
-    getARQC(ReaderHandle, terminal_data.c_str(), application, text.data(), text.data() + 100);
-    ARPCExeScript(ReaderHandle, 0, issuer_text.c_str());
+    getARQC(ReaderHandle, terminal_data.data(), application, text.data(), text.data() + 100);
+    ARPCExeScript(ReaderHandle, 0, issuer_text.data());
     seeds.add(
         "online_purchase", name,
         joined({{how}, piece(from_text(issuer_text)), piece(from_text(terminal_data)), blocks}));
@@ -150,6 +146,8 @@ void add_operations(const Seeds& seeds, const std::filesystem::path& profile,
         }
     }
     seeds.add("simulated_card", name, commands);
+    seeds.add("recorder", name, recorded_calls());
+    add_meanings(seeds, name);
 
     if (aid.empty()) {
         insert(profile);
@@ -190,11 +188,26 @@ void make_seeds(const std::filesystem::path& profiles, const Seeds& seeds) {
         seeds.add("card_profile", name, contents(entry.path()));
     }
     ByteString issuer_data(issuer_text.size() / 2);
-    asc_to_bcd(issuer_data.data(), issuer_text.c_str(),
+    asc_to_bcd(issuer_data.data(), issuer_text.data(),
                static_cast<std::int32_t>(issuer_text.size()), 0);
     const auto size = static_cast<std::uint8_t>(issuer_data.size());
     seeds.add("issuer_data", "approval",
               joined({{0, size}, issuer_data, {0, 2, 0x90, 0, 0, 2, 0x6A, 0x82, 0xFF, 0xF5}}));
+    for (const auto& kind : decode::data_kinds()) {
+        add_kinds(seeds, std::string(kind.name), {},
+                  from_text(kind.name == "keyed-text" ? terminal_data : "20260101"));
+    }
+    seeds.add("pcsc_settings", "everything",
+              joined({piece(from_text("Desk Reader 5422CL 00 00")),
+                      piece(from_text("Desk Reader SAM 00 01")),
+                      {0},
+                      from_text(R"(contact = "#0"
+contactless = "5422cl"
+sam1 = "none"
+sam2 = "Desk Reader SAM 00 01"
+wait = 30
+access = "shared"
+)")}));
     seeds.add("reader_file", "faults", from_text(R"([reader]
 name = "Desk"
 serial = "1"

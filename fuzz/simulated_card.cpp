@@ -2,7 +2,6 @@
 // card; then commands, each behind its length. What is checked is that the card lives and answers
 // with at least a status word; its faults are its own (sanitizers).
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,19 +16,24 @@ using namespace quorrin;
 // Power-off and power-on between commands.
 constexpr std::uint8_t power_again = 0;
 
-std::unique_ptr<simulator::CardDevice> make_card(std::uint8_t which) {
-    static const char* const profiles[] = {"debit", "credit", "gm", "two_applications",
-                                           "old",   "quick"};
-    const std::string file =
-        std::string(QUORRIN_PROFILES "/") + profiles[which % std::size(profiles)] + ".toml";
-    return simulator::load_card_file(file);
+// Each profile is read once: a card is made of it for every input.
+const std::vector<Section>& profiles() {
+    static const std::vector<Section> sections = [] {
+        std::vector<Section> read;
+        for (const char* name : {"debit", "credit", "gm", "two_applications", "old", "quick",
+                                 "full", "international"}) {
+            read.push_back(read_configuration(std::string(QUORRIN_PROFILES "/") + name + ".toml"));
+        }
+        return read;
+    }();
+    return sections;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::FuzzInput input(data, size);
-    const auto card = make_card(input.byte());
+    const auto card = simulator::load_card(profiles()[input.byte() % profiles().size()]);
     fuzz::expect(!card->power_on().empty(), "a card answers to reset");
     while (!input.at_end()) {
         const std::uint8_t length = input.byte();
