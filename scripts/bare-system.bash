@@ -38,7 +38,7 @@ make_bare_system() {
   trap remove_bare_system EXIT
   system=$system_folder/system
   # Without sources of this machine's own (no Debian), mmdebstrap's.
-  mmdebstrap --quiet --mode=root --variant=minbase "$@" "$suite" "$system" \
+  mmdebstrap --quiet --mode=root --variant=minbase --skip=cleanup/apt/lists "$@" "$suite" "$system" \
     ${sources:+-} <<<"$sources" || cannot_run "no bare $suite can be made here"
   echo 'Acquire::Retries "3";' >"$system/etc/apt/apt.conf.d/retries"
   mount -t proc proc "$system/proc"
