@@ -46,6 +46,7 @@ class ScriptBuffer {
     // too long for the script element is refused as a whole by the store.
     static constexpr std::size_t smallest_script = 2;
     static constexpr std::size_t room = 1 + max_issuer_data + max_issuer_data / smallest_script + 1;
+    static_assert(room >= 1 + max_issuer_data / smallest_script * (1 + smallest_script) + 1);
 
     std::array<std::uint8_t, room> bytes_ = {};
     std::size_t used_ = 1;

@@ -465,6 +465,23 @@ TEST_F(ScriptPhases, EndWithAScriptThatLiesBeyondTheArea) {
     EXPECT_EQ(tsi(), performed);
 }
 
+TEST_F(ScriptPhases, LeaveAScriptThatEndsOneByteBeyondTheArea) {
+    // Two objects that are no scripts fill the area up to it; its size is one more than it has.
+    const ByteString area =
+        join(hex("03"), hex("FD"), object("70", filled(250, 0)), hex("F6"),
+             object("70", filled(243, 0)), hex("0A"), card_bytes("71[ 86[841E0000 00] ]"));
+    ASSERT_EQ(area.size(), sizeof gl_Iss_Script);
+    std::copy(area.begin(), area.end(), gl_Iss_Script);
+    const std::uint8_t tag = 0x71;
+    emvSetDataElementState(&tag, 1, 1);
+    emvSetIssuerScriptLength(256);
+    EXPECT_EQ(emvScriptProcess(1), 0);
+    EXPECT_THAT(reader().calls, IsEmpty());
+    EXPECT_TRUE(entries_are({}));
+    EXPECT_EQ(final_entries(), 0);
+    EXPECT_EQ(tvr(), nothing_failed);
+}
+
 TEST_F(ScriptPhases, AScriptOfSizeZeroIsRecordedAsOneThatDoesNotParse) {
     emvSetIssScrptRslt(2, 2);
     store_buffer(join(hex("02 00 08"), card_bytes("71[ 86[84180000] ]"), hex("00")));
