@@ -9,7 +9,7 @@
 #include <string>
 
 #include "bank/online_answer.hpp"
-#include "hosts/demo/purchase_terminal.hpp"
+#include "tests/purchase/purchase_terminal.hpp"
 #include "tests/purchase/shipped_cards.hpp"
 #include "tests/support/bytes.hpp"
 #include "tests/support/temporary_directory.hpp"
@@ -17,8 +17,6 @@
 namespace quorrin::test {
 
 using bank::ScriptPhase;
-using demo::Purchase;
-using demo::stored_element;
 
 class PurchaseTest : public testing::Test {
   protected:
@@ -69,7 +67,7 @@ class PurchaseTest : public testing::Test {
 
     TemporaryDirectory directory;
     ShippedCard card;
-    std::optional<demo::PurchaseTerminal> terminal;
+    std::optional<test::PurchaseTerminal> terminal;
 };
 
 // The code of the step of the library that fails in `call`, 0 when none does.
@@ -78,7 +76,7 @@ std::int64_t failure_of(Call&& call) {
     try {
         call();
         return 0;
-    } catch (const demo::StepFailed& failure) {
+    } catch (const test::StepFailed& failure) {
         return failure.code;
     }
 }

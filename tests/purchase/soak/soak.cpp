@@ -14,7 +14,7 @@
 
 #include "bank/online_answer.hpp"
 #include "bank/test_bank.hpp"
-#include "hosts/demo/purchase_terminal.hpp"
+#include "tests/purchase/purchase_terminal.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace {
@@ -36,7 +36,7 @@ void insert_card(const std::filesystem::path& reader_file, long number) {
                                << "\"\n[contact]\nprofile = \"" QUORRIN_PROFILES "/debit.toml\"\n";
 }
 
-void buy(demo::PurchaseTerminal& terminal) {
+void buy(test::PurchaseTerminal& terminal) {
     terminal.card_holder_data("", "ABEG");
     terminal.request_cryptogram("", {});
     const auto answer = bank::answer_online(bank::test_debit_product(), terminal.online_request());
@@ -47,7 +47,7 @@ void buy(demo::PurchaseTerminal& terminal) {
     if (!terminal.card_accepted_issuer()) {
         throw std::runtime_error("the card refuses the bank's answer");
     }
-    if (terminal.latest_log_record("").amount != demo::Purchase{}.amount) {
+    if (terminal.latest_log_record("").amount != test::Purchase{}.amount) {
         throw std::runtime_error("the card has not logged the purchase");
     }
 }
@@ -67,7 +67,7 @@ int run(long count) {
             before = resident_kilobytes();
         }
         constexpr int contact_slot = 11;
-        demo::PurchaseTerminal terminal(contact_slot);
+        test::PurchaseTerminal terminal(contact_slot);
         buy(terminal);
         terminal.close();
     }

@@ -1,4 +1,4 @@
-#include "hosts/demo/purchase_terminal.hpp"
+#include "tests/purchase/purchase_terminal.hpp"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 
 #include "quorrin/quorrin.h"
 
-namespace quorrin::demo {
+namespace quorrin::test {
 namespace {
 
 void check(const char* step, std::int64_t result) {
@@ -215,4 +215,4 @@ void PurchaseTerminal::close() {
     check("CloseDevice", CloseDevice(&ReaderHandle));
 }
 
-}  // namespace quorrin::demo
+}  // namespace quorrin::test

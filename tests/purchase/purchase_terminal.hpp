@@ -1,5 +1,5 @@
 // A terminal as a host program builds it on the library: one online purchase, step by step, through the
-// exported functions alone. The demonstration and the tests of whole purchases run on it.
+// exported functions alone.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 #include "bank/online_answer.hpp"
 
-namespace quorrin::demo {
+namespace quorrin::test {
 
 // A step of the library failed; the text names it, with its code and message.
 struct StepFailed : std::runtime_error {
@@ -89,4 +89,4 @@ std::vector<std::uint8_t> stored_element(std::uint16_t tag);
 
 std::string hex_text(const std::vector<std::uint8_t>& bytes);
 
-}  // namespace quorrin::demo
+}  // namespace quorrin::test
