@@ -35,11 +35,16 @@ std::filesystem::path user_file() {
     return {};
 }
 
+struct SettingsFile {
+    std::string name;
+    Section table;
+};
+
 // Of a file that is missing, the variable that names it is what has to be put right.
-std::optional<Section> read_file() {
+std::optional<SettingsFile> read_file() {
     if (const auto named = environment(file_variable)) {
         try {
-            return read_configuration(*named);
+            return SettingsFile{*named, read_configuration(*named)};
         } catch (const ConfigurationMissing& missing) {
             throw ConfigurationMissing(missing.file, missing.line, file_variable, missing.reason);
         }
@@ -49,7 +54,7 @@ std::optional<Section> read_file() {
     if (file.empty() || !std::filesystem::exists(file, ignored)) {
         return std::nullopt;
     }
-    return read_configuration(file);
+    return SettingsFile{file.string(), read_configuration(file)};
 }
 
 constexpr const char* access_choices = "must be \"exclusive\" or \"shared\"";
@@ -63,24 +68,26 @@ std::optional<bool> is_shared(std::string_view access) {
 
 Settings settings_of_file() {
     Settings settings;
-    const auto file = read_file();
-    if (!file) {
+    const auto found = read_file();
+    if (!found) {
         return settings;
     }
+    const Section& file = found->table;
     for (std::size_t slot = 0; slot < slot_count; ++slot) {
-        settings.readers[slot] = file->optional_text(slot_rows[slot].key).value_or("");
+        settings.readers[slot] = file.optional_text(slot_rows[slot].key).value_or("");
+        settings.said_by[slot] = found->name;
     }
-    if (const auto wait = file->optional_integer("wait", 0, longest_wait)) {
+    if (const auto wait = file.optional_integer("wait", 0, longest_wait)) {
         settings.wait = std::chrono::seconds(*wait);
     }
-    if (const auto access = file->optional_text("access")) {
+    if (const auto access = file.optional_text("access")) {
         const auto shared = is_shared(*access);
         if (!shared) {
-            file->fail("access", access_choices);
+            file.fail("access", access_choices);
         }
         settings.shared = *shared;
     }
-    file->finish();
+    file.finish();
     return settings;
 }
 
@@ -101,6 +108,7 @@ Settings read_settings() {
     for (std::size_t slot = 0; slot < slot_count; ++slot) {
         if (auto wish = environment(slot_rows[slot].variable)) {
             settings.readers[slot] = *std::move(wish);
+            settings.said_by[slot] = slot_rows[slot].variable;
         }
     }
     if (const auto wait = environment(wait_variable)) {

@@ -15,6 +15,7 @@ inline constexpr const char* verbose_variable = "QUORRIN_PCSC_VERBOSE";
 
 struct Settings {
     SlotWishes readers;
+    SlotWishes said_by;             // where each of them stands: the variable, or the file
     std::chrono::seconds wait{30};  // the most that one call spends waiting
     bool shared = false;            // other programs may use a powered card too
 };
