@@ -1,31 +1,65 @@
-// quorrin aids: the applications of the card's directory.
+// quorrin aids: the applications of the card's directory, or those that it has without one.
 #include <memory>
 
 #include "decode/lookup.hpp"
-#include "hosts/command/card_session.hpp"
+#include "hosts/command/applications.hpp"
+#include "hosts/command/card_reading.hpp"
 #include "hosts/command/json_output.hpp"
 #include "hosts/command/table.hpp"
 
 namespace quorrin::command {
 namespace {
 
+// How the card calls it, and whether it can be used.
+struct ApplicationView {
+    std::string aid;
+    std::string label;
+    std::string state;
+};
+
+ApplicationView look_at(host::Card& card, const std::string& aid) {
+    const ReadAnswer fci = select_by_name(card, host::from_hex(aid));
+    ApplicationView view{aid, {}, "ready"};
+    if (const auto label = find_value(fci.data(), 0x50)) {
+        const decode::Node node = decode::element(0x50, *label, {});
+        view.label = unquoted(node.text.empty() ? node.value : node.text);
+    }
+    if (!fci.ok()) {
+        constexpr unsigned blocked = 0x6283;
+        const auto word = decode::status_word(static_cast<std::uint8_t>(fci.status() >> 8),
+                                              static_cast<std::uint8_t>(fci.status()));
+        view.state = (fci.status() == blocked ? "blocked, " : "refused, ") +
+                     host::to_hex(host::ByteString(fci.answer.end() - 2, fci.answer.end())) + ": " +
+                     word.meaning;
+    }
+    return view;
+}
+
 int run_aids(const CardOptions& options, const Common& common) {
     CardSession session(options, common);
-    Table table({"", "AID", "name"});
+    const Applications found = find_applications(session.card());
+    Table table({"", "AID", "name", "label", "state"});
     Json json = result_of("aids");
     json["slot"] = slot_name(session.card().kind());
+    json["directory"] = found.has_directory;
     json["applications"] = Json::array();
     std::size_t number = 0;
-    for (const std::string& aid : session.card().applications()) {
+    for (const std::string& aid : found.aids) {
         const std::string name(decode::application_name(host::from_hex(aid)));
-        table.add({std::to_string(++number), aid, name});
-        json["applications"].push_back({{"aid", aid}, {"name", name}});
+        const ApplicationView view = look_at(session.card(), aid);
+        table.add({std::to_string(++number), aid, name, view.label, view.state});
+        json["applications"].push_back(
+            {{"aid", aid}, {"name", name}, {"label", view.label}, {"state", view.state}});
+    }
+    if (!found.has_directory) {
+        tell("the card has no directory: it was asked for the names that terminals know");
     }
     if (common.json) {
         put_json(json);
     } else {
-        put_result(table.empty() ? std::string("the directory is empty\n")
-                                 : table.text(wants_colour()));
+        put_result(!table.empty()        ? table.text(wants_colour())
+                   : found.has_directory ? std::string("the directory is empty\n")
+                                         : std::string("it answers to none of them\n"));
     }
     return success;
 }
@@ -34,7 +68,7 @@ int run_aids(const CardOptions& options, const Common& common) {
 
 void add_aids(CLI::App& app, const Common& common, Action& action) {
     auto options = std::make_shared<CardOptions>();
-    CLI::App* command = app.add_subcommand("aids", "List the applications of the card's directory");
+    CLI::App* command = app.add_subcommand("aids", "List the card's applications");
     add_card_options(*command, *options);
     command->footer(examples(R"(  quorrin aids
   quorrin aids --slot contactless --json)"));

@@ -1,7 +1,6 @@
 #include "hosts/command/card_reading.hpp"
 
-#include "decode/lookup.hpp"
-#include "explain/elements_seen.hpp"
+#include "decode/reading.hpp"
 
 namespace quorrin::command {
 namespace {
@@ -60,15 +59,52 @@ std::optional<host::ByteString> find_value(const host::ByteString& data, std::ui
     return element != nullptr ? std::optional(element->value.bytes) : std::nullopt;
 }
 
-std::string chosen_application(host::Card& card, const std::string& asked) {
-    if (!asked.empty()) {
-        return asked;
+LogRecord read_log_record(const host::ByteString& record, const host::ByteString& format,
+                          const LogKind& kind, decode::Options decoding) {
+    // P1 and P2 of the PUT DATA that changed the balance, the balance before and after it.
+    constexpr std::ptrdiff_t changed_tag = 2;
+    constexpr std::ptrdiff_t balance = 6;
+    constexpr std::ptrdiff_t head = changed_tag + 2 * balance;
+    LogRecord read;
+    host::ByteString fields = record;
+    const bool has_head =
+        kind.format == load_log.format && record.size() == head + explain::list_data_size(format);
+    if (has_head) {
+        const auto first = record.begin() + changed_tag;
+        read.before.assign(first, first + balance);
+        read.after.assign(first + balance, first + 2 * balance);
+        fields.erase(fields.begin(), fields.begin() + head);
     }
-    const std::vector<std::string> applications = card.applications();
-    if (applications.empty()) {
-        throw Failed("the card's directory is empty; --aid names an application");
+    explain::add_list_data(read.fields, format, {fields, host::ByteString(fields.size())}, 0);
+    decoding.list = format;
+    decoding.currency = currency_of(read);
+    read.tree = has_head ? decode::find_data_kind("load-log-record")->decode(record, decoding)
+                         : decode::log_record(record, decoding);
+    return read;
+}
+
+std::string unquoted(std::string text) {
+    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
+        text = text.substr(1, text.size() - 2);
+        text.erase(text.find_last_not_of(' ') + 1);
     }
-    return applications.front();
+    return text;
+}
+
+std::string field_text(const LogRecord& record, std::uint32_t tag,
+                       const decode::Options& decoding) {
+    const auto value = record.fields.bytes(tag);
+    if (value.empty()) {
+        return {};
+    }
+    const decode::Node node = decode::element(tag, value, decoding);
+    return unquoted(node.text.empty() ? node.value : node.text);
+}
+
+std::optional<std::uint16_t> currency_of(const LogRecord& record) {
+    const auto value = record.fields.bytes(0x5F2A);
+    return value.size() == 2 ? std::optional(static_cast<std::uint16_t>(decode::bcd_number(value)))
+                             : std::nullopt;
 }
 
 }  // namespace quorrin::command

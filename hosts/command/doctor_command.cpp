@@ -57,22 +57,29 @@ Finding check_readers() {
     return {"PC/SC readers", Health::Good, names, ""};
 }
 
-Finding check_card(const std::string& asked, std::string& library) {
+Finding check_card(const std::string& asked) {
+    std::string library;
     try {
         library = load_backend(asked, "", false).name;
+        catch_interrupts();
         const host::Reader reader;
         const host::Card card = reader.find_card(host::Search::ContactFirst);
         return {"card", Health::Good,
-                slot_name(card.kind()) + " slot, answer to reset " + host::to_hex(card.atr()), ""};
+                slot_name(card.kind()) + " slot of the reader library " + library +
+                    ", answer to reset " + host::to_hex(card.atr()),
+                ""};
     } catch (const host::Failure& error) {
+        const std::string advice = advice_for(error);
+        const std::string cure = advice.empty() ? "try again, with another card" : advice;
         return {"card", error.code() == QUORRIN_NO_CARD ? Health::Missing : Health::Bad,
-                error.meaning(), error.next()};
+                plain_words(error), cure};
     } catch (const Failed& failed) {
         return {"card", Health::Bad, failed.what(), "mend what stands above"};
     }
 }
 
 int run_doctor(const std::string& asked, const Common& common) {
+    const Progress progress("checking");
     std::vector<Finding> findings = {
         {"libQuorrin", Health::Good, std::string("version ") + QUORRIN_VERSION_STRING, ""},
         check_library("libquorrin-simulator", "libquorrin-simulator1", true),
@@ -82,8 +89,7 @@ int run_doctor(const std::string& asked, const Common& common) {
         check_service(),
         check_readers(),
     };
-    std::string library;
-    findings.push_back(check_card(asked, library));
+    findings.push_back(check_card(asked));
     bool good = true;
     Json json = result_of("doctor");
     json["checks"] = Json::array();

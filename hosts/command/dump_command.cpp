@@ -3,6 +3,7 @@
 
 #include "decode/lookup.hpp"
 #include "decode/render.hpp"
+#include "hosts/command/applications.hpp"
 #include "hosts/command/card_reading.hpp"
 #include "hosts/command/json_output.hpp"
 
@@ -48,33 +49,17 @@ class Dump {
         }
     }
 
-    void application(const std::string& aid) {
+    // False when the card does not select it.
+    bool application(const std::string& aid) {
         const ReadAnswer fci = select_by_name(card_, host::from_hex(aid));
         decoding_.kernel = decode::kernel_of(host::from_hex(aid));
-        add("Application " + aid, fci);
+        add("Application " + aid + ", " + application_name(aid), fci);
         constexpr unsigned blocked = 0x6283;
         if (!fci.ok() && fci.status() != blocked) {
-            return;
+            return false;
         }
-        const auto log = find_value(fci.data(), 0x9F4D);
-        const ReadAnswer format = read_data(card_, 0x9F4F);
         for (unsigned file = 1; file <= last_file; ++file) {
-            const bool is_log = log && !log->empty() && log->front() == file;
-            decode::Options decoding = decoding_;
-            if (const auto list = find_value(format.data(), 0x9F4F); is_log && list) {
-                decoding.list = *list;
-            }
-            for (unsigned record = 1; record <= 0xFF; ++record) {
-                const ReadAnswer read = read_record(card_, file, record);
-                if (!read.ok()) {
-                    break;
-                }
-                const std::string title =
-                    "Record " + std::to_string(record) + " of file " + std::to_string(file);
-                sections_.push_back({is_log ? title + ", log" : title,
-                                     is_log ? decode::log_record(read.data(), decoding)
-                                            : decode::answer(read.answer, read.command, decoding)});
-            }
+            records(file, fci);
         }
         for (const host::Tag tag : data_tags) {
             const ReadAnswer read = read_data(card_, tag);
@@ -85,11 +70,47 @@ class Dump {
                 add("GET DATA " + std::string(digits) + (name.empty() ? "" : ", " + name), read);
             }
         }
+        return true;
     }
 
     const std::vector<Section>& sections() const { return sections_; }
 
   private:
+    // The list of a log, where a file is one.
+    std::optional<host::ByteString> log_format(const LogKind& kind, unsigned file,
+                                               const ReadAnswer& fci) {
+        const auto entry = find_value(fci.data(), kind.entry);
+        if (!entry || entry->empty() || entry->front() != file) {
+            return {};
+        }
+        const ReadAnswer format = read_data(card_, kind.format);
+        const auto list = find_value(format.data(), kind.format);
+        return list ? list : find_value(format.data(), transaction_log.format);
+    }
+
+    void records(unsigned file, const ReadAnswer& fci) {
+        const LogKind* kind = &transaction_log;
+        auto format = log_format(*kind, file, fci);
+        if (!format) {
+            kind = &load_log;
+            format = log_format(*kind, file, fci);
+        }
+        for (unsigned record = 1; record <= 0xFF; ++record) {
+            const ReadAnswer read = read_record(card_, file, record);
+            if (!read.ok()) {
+                return;
+            }
+            const std::string title =
+                "Record " + std::to_string(record) + " of file " + std::to_string(file);
+            if (format) {
+                sections_.push_back({title + ", log of " + kind->name,
+                                     read_log_record(read.data(), *format, *kind, decoding_).tree});
+            } else {
+                add(title, read);
+            }
+        }
+    }
+
     void add(std::string title, const ReadAnswer& read) {
         sections_.push_back(
             {std::move(title), decode::answer(read.answer, read.command, decoding_)});
@@ -105,18 +126,24 @@ int run_dump(const CardOptions& options, const Common& common) {
     host::Card& card = session.card();
     std::vector<std::string> applications;
     if (options.aid.empty()) {
-        try {
-            applications = card.applications();
-        } catch (const host::Failure& error) {
-            tell(std::string("no directory (") + error.meaning() + "); --aid names an application");
+        const Applications found = find_applications(card);
+        if (!found.has_directory) {
+            tell("the card has no directory: it was asked for the names that terminals know");
         }
+        applications = found.aids;
     } else {
         applications = {options.aid};
     }
     Dump dump(card, common);
     dump.directory(card.contactless() ? "2PAY.SYS.DDF01" : "1PAY.SYS.DDF01");
+    bool found_one = false;
     for (const std::string& aid : applications) {
-        dump.application(aid);
+        found_one = dump.application(aid) || found_one;
+    }
+    const int status = found_one ? success : failure;
+    if (!found_one) {
+        tell(options.aid.empty() ? "the card has no application that can be read"
+                                 : "the card has no application " + options.aid);
     }
     const decode::Node atr = decode::find_data_kind("atr")->decode(card.atr(), {});
     if (common.json) {
@@ -128,7 +155,7 @@ int run_dump(const CardOptions& options, const Common& common) {
             json["sections"].push_back({{"title", section.title}, {"tree", tree_of(section.node)}});
         }
         put_json(json);
-        return dump.sections().empty() ? failure : success;
+        return status;
     }
     const bool colour = wants_colour();
     const decode::TextStyle style{.colour = colour, .width = output_width(), .indent = 2};
@@ -140,7 +167,7 @@ int run_dump(const CardOptions& options, const Common& common) {
         text += "\n" + heading(section.title) + decode::to_text(section.node, style);
     }
     put_result(text);
-    return dump.sections().empty() ? failure : success;
+    return status;
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "explain/render.hpp"
 #include "explain/story.hpp"
 #include "hosts/command/output.hpp"
+#include "hosts/command/progress.hpp"
 #include "hosts/command/subcommand.hpp"
 
 namespace quorrin::command {
@@ -31,6 +32,7 @@ void write_page(const std::string& file, const std::string& page) {
 }
 
 int run_explain(const ExplainOptions& options, const Common& common) {
+    const Progress progress("reading the trace");
     const trace::Trace trace = trace::read_trace(options.file);
     for (const trace::Problem& problem : trace.problems) {
         tell(trace::describe(options.file, problem));

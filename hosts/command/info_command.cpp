@@ -2,7 +2,7 @@
 #include <memory>
 
 #include "decode/lookup.hpp"
-#include "hosts/command/card_session.hpp"
+#include "hosts/command/applications.hpp"
 #include "hosts/command/json_output.hpp"
 #include "hosts/command/table.hpp"
 
@@ -11,6 +11,7 @@ namespace {
 
 struct InfoOptions : CardOptions {
     std::string keys;
+    std::string date;
 };
 
 struct KeyRow {
@@ -28,22 +29,53 @@ std::vector<KeyRow> key_rows() {
     return rows;
 }
 
+// What kind of card it is, for somebody who knows none of the elements below.
+std::string summary_of(const CardFacts& facts, const host::Date& day,
+                       const std::vector<std::string>& others) {
+    Table table;
+    table.add({"card", facts.name + (facts.label.empty() ? "" : ", \"" + facts.label + "\"") +
+                           (facts.country.empty() ? "" : ", issued in " + facts.country)});
+    table.add({"AID", facts.aid});
+    if (const std::string validity = validity_text(facts, day); !validity.empty()) {
+        table.add({"valid", validity});
+    }
+    for (std::size_t i = 0; i < facts.abilities.size(); ++i) {
+        table.add({i == 0 ? "has" : "", facts.abilities[i]});
+    }
+    for (std::size_t i = 0; i < others.size(); ++i) {
+        table.add(
+            {i == 0 ? "besides" : "", application_name(others[i]) + " (--aid " + others[i] + ")"});
+    }
+    return table.text();
+}
+
 int run_info(const InfoOptions& options, const Common& common) {
+    const host::Date day =
+        options.date.empty() ? host::today() : parse_date(options.date, "--date");
     CardSession session(options, common);
-    session.card().holder(options.aid);
+    std::vector<std::string> others;
+    std::string aid = options.aid;
+    if (aid.empty()) {
+        others = find_applications(session.card()).aids;
+        aid = first_of(others);
+        others.erase(others.begin());
+    }
+    session.card().holder(aid);
+    CardFacts facts = card_facts(session.card(), aid);
+    if (std::string ability = contactless_ability(session.card()); !ability.empty()) {
+        facts.abilities.push_back(std::move(ability));
+    }
     decode::Options decoding;
     decoding.show_sensitive = common.show_sensitive;
-    if (const auto aid = session.card().element(0x84)) {
-        decoding.kernel = decode::kernel_of(*aid);
-    }
-    if (const auto currency = session.card().element(0x9F42); currency && currency->size() == 2) {
-        decoding.currency =
-            static_cast<std::uint16_t>((currency->at(0) & 0x0F) * 100 +
-                                       (currency->at(1) >> 4) * 10 + (currency->at(1) & 0x0F));
-    }
+    decoding.kernel = decode::kernel_of(host::from_hex(aid));
+    decoding.currency = iso_number(session.card().element(0x9F42));
     Table table({"key", "tag", "element", "value"});
     Json json = result_of("info");
     json["slot"] = slot_name(session.card().kind());
+    json["application"] = {{"aid", aid}, {"name", facts.name}, {"label", facts.label}};
+    json["other_applications"] = others;
+    json["expired"] = has_expired(facts, day);
+    json["abilities"] = facts.abilities;
     json["elements"] = Json::array();
     for (const KeyRow& row : key_rows()) {
         const auto value = session.card().element(row.tag);
@@ -64,8 +96,11 @@ int run_info(const InfoOptions& options, const Common& common) {
     if (common.json) {
         put_json(json);
     } else {
-        put_result(table.empty() ? std::string("the card has none of these\n")
-                                 : table.text(wants_colour()));
+        const std::string elements = table.empty() ? std::string("the card has none of these\n")
+                                                   : table.text(wants_colour());
+        // Who asks for certain keys wants them alone.
+        put_result(options.keys.empty() ? summary_of(facts, day, others) + "\n" + elements
+                                        : elements);
     }
     return success;
 }
@@ -85,6 +120,9 @@ void add_info(CLI::App& app, const Common& common, Action& action) {
                        ? std::string()
                        : "keys are letters from A to L";
         });
+    command->add_option("--date", options->date,
+                        "Whether the card is valid on this day, YYMMDD; "
+                        "without it today");
     add_application_options(*command, *options);
     command->footer(examples(R"(  quorrin info
   quorrin info BEI --reader simulator

@@ -9,6 +9,7 @@
 #include "hosts/command/card_session.hpp"
 #include "hosts/command/manual.hpp"
 #include "hosts/command/output.hpp"
+#include "hosts/command/progress.hpp"
 #include "hosts/command/subcommand.hpp"
 
 namespace quorrin::command {
@@ -61,12 +62,19 @@ int run(int argc, char** argv) {
         std::cerr << messages.str();
         return status == 0 ? success : usage;
     }
-    return action();
+    keep_log_from_view(common.show_sensitive);
+    const int status = action();
+    if (was_interrupted()) {
+        tell(interrupted_text);
+        return failure;
+    }
+    return status;
 }
 
 }  // namespace
 
 void tell(std::string_view line) {
+    const auto pause = pause_progress();
     std::cerr << "quorrin: " << line << '\n';
 }
 

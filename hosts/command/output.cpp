@@ -7,17 +7,27 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 
+#include "hosts/command/progress.hpp"
 #include "hosts/command/subcommand.hpp"
 
 namespace quorrin::command {
+namespace {
+
+constexpr const char* log_variable = "QT_LOGGING_RULES";
+constexpr const char* silent = "default.debug=false";
+std::optional<std::string> log_rules;
+
+}  // namespace
 
 void survive_closed_pipes() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
 void put_result(std::string_view text) {
+    const auto pause = pause_progress();
     while (!text.empty()) {
         const ssize_t count = write(STDOUT_FILENO, text.data(), text.size());
         if (count >= 0) {
@@ -46,6 +56,24 @@ std::size_t output_width() {
         return of_a_file;
     }
     return size.ws_col;
+}
+
+void keep_log_from_view(bool in_clear) {
+    const char* const rules = std::getenv(log_variable);
+    log_rules = rules != nullptr ? std::optional<std::string>(rules) : std::nullopt;
+    if (in_clear && log_rules) {
+        return;
+    }
+    // The last rule that fits counts.
+    setenv(log_variable, log_rules ? (*log_rules + ";" + silent).c_str() : silent, 1);
+}
+
+void restore_log_rules() {
+    if (log_rules) {
+        setenv(log_variable, log_rules->c_str(), 1);
+    } else {
+        unsetenv(log_variable);
+    }
 }
 
 }  // namespace quorrin::command

@@ -19,4 +19,11 @@ std::size_t output_width();
 // From now on a closed pipe is a write that fails, not the end of the process.
 void survive_closed_pipes();
 
+// The library's log shows card data as they are. Without `in_clear` it is silent whatever the
+// environment says of it; with it the environment decides, and without a word there it is silent.
+// Before the library is used.
+void keep_log_from_view(bool in_clear);
+// For a program that takes this one's place: the log as the environment had it.
+void restore_log_rules();
+
 }  // namespace quorrin::command

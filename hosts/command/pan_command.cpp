@@ -1,7 +1,7 @@
 // quorrin pan: the card number, and nothing else on standard output.
 #include <memory>
 
-#include "hosts/command/card_session.hpp"
+#include "hosts/command/applications.hpp"
 #include "hosts/command/json_output.hpp"
 
 namespace quorrin::command {
@@ -9,7 +9,8 @@ namespace {
 
 int run_pan(const CardOptions& options, const Common& common) {
     CardSession session(options, common);
-    const host::HolderInformation holder = session.card().holder(options.aid);
+    const host::HolderInformation holder =
+        session.card().holder(chosen_application(session.card(), options.aid));
     const host::Pan pan = holder.pan.empty() ? holder.track2.pan() : holder.pan;
     if (pan.empty()) {
         throw Failed("the application has no card number");

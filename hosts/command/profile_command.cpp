@@ -84,6 +84,9 @@ int run_new(const std::string& file) {
 void add_profile(CLI::App& app, const Common& common, Action& action) {
     CLI::App* command = app.add_subcommand("profile", "Card profiles for the simulated reader");
     command->require_subcommand(1);
+    command->footer(
+        examples("  quorrin profile new my-card.toml\n"
+                 "  quorrin profile check my-card.toml"));
     auto files = std::make_shared<std::vector<std::string>>();
     CLI::App* check = command->add_subcommand("check", "Say whether the simulator takes a profile");
     check->add_option("FILE", *files, "Profiles")->required()->check(CLI::ExistingFile);

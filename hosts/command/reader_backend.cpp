@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "hosts/command/output.hpp"
+#include "hosts/command/progress.hpp"
 #include "hosts/command/subcommand.hpp"
 #include "quorrin/reader_library.h"
 
@@ -213,6 +214,7 @@ __attribute__((visibility("default"))) int64_t ICC_Reader_Application(int64_t ha
                                                                       int64_t length,
                                                                       uint8_t* command,
                                                                       uint8_t* response) {
+    quorrin::command::count_exchange();
     return was_interrupted() ? int64_t{QUORRIN_NOT_CONNECTED}
                              : backend.exchange(handle, slot, length, command, response);
 }

@@ -37,5 +37,7 @@ PcscReaders pcsc_readers();
 // the way out.
 void catch_interrupts();
 bool was_interrupted();
+inline constexpr const char* interrupted_text =
+    "interrupted; the card is powered down and the reader closed";
 
 }  // namespace quorrin::command

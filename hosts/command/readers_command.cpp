@@ -1,11 +1,10 @@
 // quorrin readers: what is there, which slot each serves and why, which card is in it.
-#include <cstdlib>
 #include <memory>
 
-#include "hosts/command/card_session.hpp"
+#include "hosts/command/applications.hpp"
 #include "hosts/command/json_output.hpp"
 #include "hosts/command/table.hpp"
-#include "reader_libraries/pcsc/slot_rules.hpp"
+#include "reader_libraries/pcsc/settings.hpp"
 
 namespace quorrin::command {
 namespace {
@@ -18,29 +17,48 @@ struct SlotView {
     host::ByteString atr;
 };
 
-// As the PC/SC reader library maps them, by the environment and the names.
-void tell_readers(const PcscReaders& pcsc, std::vector<SlotView>& views) {
-    pcsc::SlotWishes wishes;
-    for (std::size_t i = 0; i < wishes.size(); ++i) {
-        const char* wish = std::getenv(pcsc::slot_rows[i].variable);
-        wishes[i] = wish != nullptr ? wish : "";
-    }
-    const pcsc::SlotMap map = pcsc::map_slots(pcsc.names, wishes);
+// As the PC/SC reader library maps them, by its configuration and the names.
+void tell_readers(const PcscReaders& pcsc, const std::string& asked, std::vector<SlotView>& views) {
+    const pcsc::Settings settings = pcsc::read_settings();
+    const pcsc::SlotMap map = pcsc::map_slots(pcsc.names, settings.readers);
     for (std::size_t i = 0; i < views.size() && i < map.size(); ++i) {
         views[i].reader = map[i].reader ? pcsc.names[*map[i].reader] : "";
         views[i].why = pcsc::reason_of(map[i].choice);
+        if (!settings.readers[i].empty()) {
+            views[i].why +=
+                asked.starts_with("pcsc:") ? " (--reader)" : " (" + settings.said_by[i] + ")";
+        }
     }
+}
+
+// What is in the card of a user's slot. Security modules are left alone.
+std::string contents_of(host::Card& card) {
+    std::string names;
+    try {
+        for (const std::string& aid : find_applications(card).aids) {
+            names += (names.empty() ? "" : ", ") + application_name(aid);
+        }
+    } catch (const host::Failure& error) {
+        return plain_words(error);
+    }
+    return names.empty() ? "no application that is known here" : names;
+}
+
+bool is_sam(int kind) {
+    return kind == QUORRIN_SAM1 || kind == QUORRIN_SAM2 || kind == QUORRIN_SAM3 ||
+           kind == QUORRIN_SAM4;
 }
 
 SlotView look_into(const host::Reader& reader, int kind) {
     SlotView view;
     view.name = slot_name(kind);
     try {
-        const host::Card card = reader.power_up(kind);
+        host::Card card = reader.power_up(kind);
         view.atr = card.atr();
-        view.card = "card, answer to reset " + host::to_hex(card.atr());
+        view.card = (is_sam(kind) ? std::string("security module") : contents_of(card)) +
+                    "; answer to reset " + host::to_hex(card.atr());
     } catch (const host::Failure& error) {
-        view.card = error.code() == QUORRIN_NO_CARD ? "no card" : error.meaning();
+        view.card = error.code() == QUORRIN_NO_CARD ? "no card" : plain_words(error);
     }
     return view;
 }
@@ -48,6 +66,7 @@ SlotView look_into(const host::Reader& reader, int kind) {
 int run_readers(const CardOptions& options, const Common& common) {
     const BackendChoice backend = load_backend(options.reader, options.trace, false);
     catch_interrupts();
+    const Progress progress("looking into the slots");
     const host::Reader reader;
     std::string serial;
     try {
@@ -61,7 +80,7 @@ int run_readers(const CardOptions& options, const Common& common) {
     }
     const PcscReaders pcsc = backend.name == "pcsc" ? pcsc_readers() : PcscReaders();
     if (backend.name == "pcsc") {
-        tell_readers(pcsc, views);
+        tell_readers(pcsc, options.reader, views);
     }
     if (common.json) {
         Json json = result_of("readers");

@@ -1,4 +1,5 @@
 // quorrin replay: a recorded card in the simulated reader, for a host that is run with it.
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -23,6 +24,24 @@ struct ReplayOptions {
     std::vector<std::string> host;
 };
 
+void write_file(const std::string& file, const std::string& text) {
+    std::ofstream out(file, std::ios::trunc);
+    out << text;
+    out.close();
+    if (!out) {
+        throw Failed(file + " cannot be written: " + std::strerror(errno));
+    }
+}
+
+// A file that the host inherits and that goes with it: nothing is left behind however the host ends.
+std::string reader_file_in_memory(const std::string& text) {
+    const int file = memfd_create("quorrin-replay", 0);
+    if (file < 0 || write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+        throw Failed(std::string("no reader file can be made: ") + std::strerror(errno));
+    }
+    return "/proc/self/fd/" + std::to_string(file);
+}
+
 int run_replay(const ReplayOptions& options) {
     const trace::Trace trace = trace::read_trace(options.trace);
     for (const trace::Problem& problem : trace.problems) {
@@ -37,27 +56,19 @@ int run_replay(const ReplayOptions& options) {
         put_result(text);
         return success;
     }
-    std::string file = options.reader_file;
-    if (file.empty()) {
-        file = (std::filesystem::temp_directory_path() / "quorrin-replay-XXXXXX").string();
-        const int made = mkstemp(file.data());
-        if (made < 0) {
-            throw Failed("no temporary file can be made");
-        }
-        close(made);
-    }
-    std::ofstream out(file, std::ios::trunc);
-    out << text;
-    out.close();
-    if (!out) {
-        throw Failed(file + " cannot be written");
-    }
     if (options.host.empty()) {
-        tell("wrote " + file);
+        write_file(options.reader_file, text);
+        tell("wrote " + options.reader_file);
         return success;
     }
     // The host takes this program's place: its output, input and exit status are its own.
+    const std::string file =
+        options.reader_file.empty() ? reader_file_in_memory(text) : options.reader_file;
+    if (!options.reader_file.empty()) {
+        write_file(file, text);
+    }
     setenv("QUORRIN_SIMULATOR", file.c_str(), 1);
+    restore_log_rules();
     const char* preloaded = std::getenv("LD_PRELOAD");
     const std::string simulator = library_file("libquorrin-simulator");
     setenv("LD_PRELOAD",
@@ -86,7 +97,7 @@ void add_replay(CLI::App& app, const Common& /*common*/, Action& action) {
         ->capture_default_str();
     command
         ->add_option("--write", options->reader_file,
-                     "Write the simulator's reader file here and run nothing")
+                     "Write the simulator's reader file here, to be kept")
         ->type_name("FILE");
     command->add_option("HOST", options->host,
                         "The host and its arguments; without it the reader file is printed");
