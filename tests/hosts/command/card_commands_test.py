@@ -3,68 +3,13 @@
 card_commands_test.py QUORRIN SCHEMAS PROFILES
 """
 import json
-import os
-import pathlib
 import re
-import signal
-import subprocess
-import sys
-import tempfile
 import tomllib
-import unittest
 
-import jsonschema
-
-QUORRIN, SCHEMAS, PROFILES = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
-SCHEMA = jsonschema.Draft202012Validator(json.loads((SCHEMAS / "command.schema.json").read_text()))
-ENVIRONMENT = {**os.environ, "QT_LOGGING_RULES": "*.debug=false"}
-ENVIRONMENT.pop("QUORRIN_SIMULATOR", None)
+from command_line import COMMAND, PROFILES, QUORRIN, CommandTest, main, quorrin, simulated
 
 
-def quorrin(*arguments, text=None, environment=None):
-    return subprocess.run([QUORRIN, *map(str, arguments)], capture_output=True, text=True, timeout=60, input=text,
-                          env={**ENVIRONMENT, **(environment or {})})
-
-
-def simulated(*arguments, reader="simulator", **others):
-    return quorrin(*arguments, "--reader", reader, **others)
-
-
-def secrets(profile):
-    """Card numbers, tracks and names that a profile holds, as a text that leaks them would show them."""
-    found = set()
-    for value in re.findall(r'"((?:5A|57|5F20|9F0B|9F61|9F1F)\s[^"]*)"', profile.read_text()):
-        tag, _, rest = value.partition(" ")
-        digits = re.sub(r"\s", "", rest).rstrip("F")
-        if tag in ("5A", "57") and re.fullmatch(r"[0-9D]+", digits):
-            found.add(re.split("D", digits)[0])
-        elif "'" in rest or not re.fullmatch(r"[0-9A-F\s]+", rest):
-            found.add(rest.strip().strip("'\""))
-    return {secret for secret in found if len(secret) >= 8}
-
-
-def slots_file(folder, text):
-    file = pathlib.Path(folder, "reader.toml")
-    file.write_text(text)
-    return file
-
-
-class CardCommands(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-
-    def result(self, *arguments, code=0, **others):
-        run = simulated(*arguments, "--json", **others)
-        self.assertEqual(run.returncode, code, run.stderr)
-        value = json.loads(run.stdout)
-        SCHEMA.validate(value)
-        return value
-
-    def with_profile(self, name):
-        return "simulator:" + str(slots_file(self.folder, f'[contact]\nprofile = "{PROFILES / name}.toml"\n'))
-
+class CardCommands(CommandTest):
     # What each command gives
 
     def test_readers_names_slots_and_cards(self):
@@ -87,6 +32,15 @@ class CardCommands(unittest.TestCase):
         self.assertEqual(simulated("pan", "--show-sensitive").stdout, "9999010000000011\n")
         self.assertTrue(self.result("pan")["masked"])
 
+    def test_info_says_what_kind_of_card_it_is(self):
+        for card, words in (("gm", "the national algorithms (SM)"), ("expired", "EXPIRED, it was good to 2020-12-31"),
+                            ("two_applications", "besides  UnionPay debit (--aid A000000333010101)"),
+                            ("full", "combined data authentication (CDA)"), ("quick", "contactless payment at a touch"),
+                            ("debit", "electronic cash, CNY 100.00"), ("credit", "UnionPay credit")):
+            self.assertIn(words, simulated("info", reader=self.with_card(card)).stdout)
+        self.assertFalse(self.result("info", "--date", "201231", reader=self.with_card("expired"))["expired"])
+        self.assertTrue(self.result("info", "--date", "210101", reader=self.with_card("expired"))["expired"])
+
     def test_log_tells_dates_amounts_and_merchants(self):
         run = simulated("log")
         self.assertEqual(run.returncode, 0)
@@ -96,21 +50,23 @@ class CardCommands(unittest.TestCase):
 
     def test_log_reads_load_logs_that_the_library_refuses(self):
         self.assertEqual(self.result("log", "--loads")["kind"], "loads")
+        self.assertRegex(simulated("log", "--loads").stdout, r"CNY \d+\.\d\d +CNY \d+\.\d\d")
 
     def test_dump_shows_directory_records_and_data(self):
         titles = [section["title"] for section in self.result("dump")["sections"]]
-        for wanted in ("Directory 1PAY.SYS.DDF01", "Application A000000333010101", "Record 1 of file 1"):
+        for wanted in ("Directory 1PAY.SYS.DDF01", "Application A000000333010101, UnionPay debit", "Record 1 of file 1"):
             self.assertIn(wanted, titles)
         self.assertTrue(any(title.startswith("GET DATA 9F36") for title in titles))
 
     def test_dump_leaves_the_card_as_it_was(self):
         state = self.folder / "state.toml"
-        text = (PROFILES / "debit.toml").read_text()
         profile = self.folder / "card.toml"
-        profile.write_text(text)
-        reader = "simulator:" + str(slots_file(self.folder, f'[contact]\nprofile = "{profile}"\n'))
+        profile.write_text('state = "state.toml"\n' + (PROFILES / "debit.toml").read_text())
+        reader = self.reader_file(f'[contact]\nprofile = "{profile}"\n')
         self.assertEqual(simulated("dump", reader=reader).stdout, simulated("dump", reader=reader).stdout)
-        self.assertFalse(state.exists())
+        self.assertFalse(state.exists(), "the card keeps what changes it")
+        self.assertEqual(simulated("purchase", reader=reader).returncode, 0)
+        self.assertTrue(state.exists(), "and a purchase does")
 
     def test_apdu_takes_arguments_and_lines(self):
         select = "00A4040008A00000033301010100"
@@ -130,6 +86,23 @@ class CardCommands(unittest.TestCase):
         self.assertEqual(value["outcome"]["authentication_status"], "6300")
         self.assertEqual(self.result("purchase", "--response-code", "05", code=1)["ended"], "declined by the bank")
 
+    def test_purchase_tells_the_bank_of_a_card_that_has_expired(self):
+        value = self.result("purchase", "--response-code", "54", reader=self.with_card("expired"), code=1)
+        self.assertIn("Expired application", value["why"])
+        self.assertIn("95050040000000", value["field_55"])
+
+    def test_purchase_shows_what_it_leaves_on_the_card(self):
+        run = simulated("purchase", "--date", "261121", "--time", "120000", "--wish", "put 9F79 000000030000")
+        self.assertRegex(run.stdout, r"electronic cash +CNY 300\.00")
+        self.assertRegex(run.stdout, r"newest log record +2026-11-21, 12:00:00, CNY 128\.50, TEST TEA HOUSE, transaction 11")
+
+    def test_purchase_goes_the_quick_way_only_where_it_is_asked_to(self):
+        reader = self.with_card("quick")
+        self.assertEqual(self.result("purchase", reader=reader)["ended"], "approved")
+        run = simulated("purchase", "--qualifiers", "F4000000", reader=reader)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("6985", run.stderr)
+
     def test_purchase_stops_and_goes_on_with_another_banks_answer(self):
         number = "A1B2C3D4"
         request = simulated("purchase", "--cryptogram-only", "--json", "--show-sensitive",
@@ -146,7 +119,7 @@ class CardCommands(unittest.TestCase):
     def test_bank_judges_and_answers(self):
         request = simulated("purchase", "--cryptogram-only", "--json", "--show-sensitive").stdout
         run = quorrin("bank", "--request", "-", "--json", text=request)
-        SCHEMA.validate(json.loads(run.stdout))
+        COMMAND.validate(json.loads(run.stdout))
         spoilt = json.loads(request)
         spoilt["field_55"] = spoilt["field_55"].replace("9F02060000000128", "9F02060000000129")
         run = quorrin("bank", "--request", "-", "--json", text=json.dumps(spoilt))
@@ -157,7 +130,7 @@ class CardCommands(unittest.TestCase):
         self.assertEqual(quorrin("profile", "new", file).returncode, 0)
         tomllib.loads(file.read_text())
         run = quorrin("profile", "check", file, "--json")
-        SCHEMA.validate(json.loads(run.stdout))
+        COMMAND.validate(json.loads(run.stdout))
         self.assertEqual(run.returncode, 0, run.stderr)
         self.assertEqual(quorrin("profile", "new", file).returncode, 1, "it must not be overwritten")
         file.write_text("atr = 1\n")
@@ -175,65 +148,10 @@ class CardCommands(unittest.TestCase):
     def test_doctor_names_a_cure_for_what_is_missing(self):
         run = quorrin("doctor", "--reader", "simulator", "--json")
         value = json.loads(run.stdout)
-        SCHEMA.validate(value)
+        COMMAND.validate(value)
         self.assertTrue(all(check["cure"] for check in value["checks"] if check["health"] != "good"))
 
-    # For every shipped card
-
-    def test_nothing_of_a_card_holder_shows_without_the_flag(self):
-        for profile in sorted(PROFILES.glob("*.toml")):
-            hidden = secrets(profile)
-            reader = self.with_profile(profile.stem)
-            for command in (["info"], ["pan"], ["aids"], ["log"], ["dump"], ["purchase"], ["purchase", "--cryptogram-only"],
-                            ["apdu", "00B2010C00", "00B2011400"]):
-                for output in ([], ["--json"]):
-                    run = simulated(*command, *output, reader=reader)
-                    for secret in hidden:
-                        self.assertNotIn(secret, run.stdout + run.stderr, f"{profile.stem}: {command}")
-
-    # What goes wrong
-
-    def test_failures_are_told_with_their_meaning_and_exit_status(self):
-        empty = "simulator:" + str(slots_file(self.folder, ""))
-        rows = [
-            (["info", "--reader", empty], 1, "-2"),
-            (["info", "--reader", "simulator", "--aid", "A0000000039999"], 1, "6A82"),
-            (["info", "--reader", "/nowhere/reader.so"], 1, "cannot be loaded"),
-            (["info", "--reader", "simulator:/nowhere.toml"], 1, "-11"),
-            (["info", "--reader", "simulator", "--slot", "sam1"], 1, "-2"),
-            (["apdu", "--reader", "simulator", "00A"], 1, "no command"),
-            (["apdu", "--reader", "simulator", "00A4040007A000"], 1, "length"),
-            (["purchase", "--reader", "simulator", "--amount", "much"], 1, "wrong terms"),
-            (["bank", "--field55", "9F"], 1, ""),
-            (["explain", "/nowhere"], 1, "/nowhere"),
-            (["info", "--slot", "drawer"], 2, ""),
-            (["info", "Z"], 2, ""),
-            (["info", "--aid", "A0"], 2, ""),
-            (["frobnicate"], 2, ""),
-            ([], 2, ""),
-        ]
-        for arguments, code, words in rows:
-            run = quorrin(*arguments)
-            self.assertEqual(run.returncode, code, arguments)
-            self.assertEqual(run.stdout, "", arguments)
-            self.assertIn(words, run.stderr, arguments)
-            self.assertNotEqual(run.stderr, "", arguments)
-
-    def test_a_pulled_card_is_told(self):
-        text = f'[contact]\nprofile = "{PROFILES}/debit.toml"\n[[fault]]\nslot = "contact"\nremoved_after = 4\n'
-        run = simulated("info", reader="simulator:" + str(slots_file(self.folder, text)))
-        self.assertEqual(run.returncode, 1)
-
-    def test_an_unwritable_trace_stops_nothing(self):
-        run = simulated("pan", "--trace", "/nowhere/trace.jsonl")
-        self.assertEqual((run.returncode, run.stdout), (0, "999901******0011\n"))
-        self.assertIn("/nowhere/trace.jsonl", run.stderr)
-
-    def test_a_closed_pipe_ends_quietly(self):
-        run = subprocess.run(f'"{QUORRIN}" dump --reader simulator | head -n 1', shell=True, capture_output=True,
-                             text=True, timeout=60, env=ENVIRONMENT)
-        self.assertEqual(run.stderr, "")
-        self.assertEqual(run.stdout, "Answer to reset\n")
+    # How it is told
 
     def test_help_of_every_command_has_an_example(self):
         listed = re.findall(r"^  (\w+) {2,}\S", quorrin("--help").stdout.split("Subcommands:")[1], re.MULTILINE)
@@ -241,26 +159,8 @@ class CardCommands(unittest.TestCase):
         for command in listed:
             run = quorrin(command, "--help")
             self.assertEqual(run.returncode, 0)
-            if command != "profile":
-                self.assertIn("quorrin " + command, run.stdout.split("Examples:")[1], command)
-
-    def test_interrupted_it_powers_the_card_down_and_closes_the_reader(self):
-        trace = self.folder / "trace.jsonl"
-        run = subprocess.Popen([QUORRIN, "apdu", "-", "--reader", "simulator", "--trace", str(trace)],
-                               stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-                               env=ENVIRONMENT)
-        # Enough commands to be in the midst of them.
-        run.stdin.write("80CA9F3600\n" * 200_000)
-        run.stdin.close()
-        while not trace.exists() or "exchange" not in trace.read_text()[:20_000]:
-            self.assertIsNone(run.poll())
-        run.send_signal(signal.SIGINT)
-        run.stdout.read()
-        self.assertEqual(run.wait(60), 1)
-        actions = [json.loads(line)["event.action"] for line in trace.read_text().splitlines()]
-        self.assertEqual(actions[-2:], ["power_off", "close"])
-        self.assertIn("interrupted", run.stderr.read())
+            self.assertIn("quorrin " + command, run.stdout.split("Examples:")[1], command)
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1], verbosity=2)
+    main()
