@@ -14,6 +14,6 @@ for page in "$@"; do
   for section in NAME DESCRIPTION 'SEE ALSO'; do
     echo "$text" | grep -q "^$section$" || { echo "$page: no section $section"; status=1; }
   done
-  echo "$text" | grep -A1 '^NAME$' | grep -q '^ *quorrin[a-z-]* - ' || { echo "$page: its name and purpose"; status=1; }
+  echo "$text" | grep -A1 '^NAME$' | grep -q '^ *quorrin[a-z-]*  *-  *[a-z]' || { echo "$page: its name and purpose"; status=1; }
 done
 exit $status

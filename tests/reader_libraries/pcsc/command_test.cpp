@@ -98,16 +98,13 @@ TEST_F(CommandAtTheService, AnEmptyReaderIsTold) {
 }
 
 TEST_F(CommandAtTheService, ACardPulledInMidCommandIsTold) {
-    for (const char* arguments : {"info", "aids", "dump", "purchase"}) {
-        const auto card = std::make_shared<LeavingCard>(3);
-        insert(card, t1_answer_to_reset);
-        card->leave = [this] { inserted->leave_at_next_command(); };
-        const CommandRun run = quorrin(std::string(arguments) + " --reader pcsc");
-        EXPECT_EQ(run.status, 1) << arguments << run.output;
-        EXPECT_THAT(run.output, testing::AnyOf(HasSubstr("the card does not answer"),
-                                               HasSubstr("it was taken out")))
-            << arguments;
-    }
+    const auto card = std::make_shared<LeavingCard>(3);
+    insert(card, t1_answer_to_reset);
+    card->leave = [this] { inserted->leave_at_next_command(); };
+    const CommandRun run = quorrin("dump --reader pcsc");
+    EXPECT_EQ(run.status, 1) << run.output;
+    EXPECT_THAT(run.output, testing::AnyOf(HasSubstr("the card does not answer"),
+                                           HasSubstr("it was taken out")));
 }
 
 TEST_F(CommandAtTheService, ReadersSayWhereTheirSlotIsConfigured) {
