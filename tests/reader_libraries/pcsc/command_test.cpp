@@ -105,6 +105,10 @@ TEST_F(CommandAtTheService, ACardPulledInMidCommandIsTold) {
     EXPECT_EQ(run.status, 1) << run.output;
     EXPECT_THAT(run.output, testing::AnyOf(HasSubstr("the card does not answer"),
                                            HasSubstr("it was taken out")));
+    // The driver of virtual readers may take no other card after that: it starts anew.
+    pull();
+    virtual_readers().stop();
+    EXPECT_TRUE(virtual_readers().start(all_readers));
 }
 
 TEST_F(CommandAtTheService, ReadersSayWhereTheirSlotIsConfigured) {
