@@ -120,7 +120,7 @@ std::int32_t strToInt(const char* text) {
 std::int32_t getTagMapSub(std::uint8_t key, std::uint8_t* row, const QuorrinKeyRow* table) {
     const QuorrinKeyRow* found = find_key(key, table);
     if (found == nullptr || row == nullptr) {
-        return 1;
+        return QUORRIN_KEYED_TEXT_KEY_NOT_FOUND;
     }
     *row = static_cast<std::uint8_t>(found - table);
     return 0;
@@ -157,7 +157,7 @@ std::int32_t setTermPDolData(const char* text, const QuorrinKeyRow* table) {
             continue;
         }
         if (parsBankTagList(text + i, table) != 0) {
-            return 1;
+            return QUORRIN_KEYED_TEXT_ITEM_FAILED;
         }
         i += item_header + static_cast<std::size_t>(read_length(text + i + 1));
     }

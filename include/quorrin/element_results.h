@@ -214,8 +214,12 @@ enum QuorrinDolEntryResult {
 
 /* ============================== Steps of a transaction ============================== */
 
-/** parsBankTagList. */
+/** parsBankTagList and what goes with it. */
 enum QuorrinKeyedTextResult {
+    /** setTermPDolData: an item failed; those before it are stored. Mend the text. */
+    QUORRIN_KEYED_TEXT_ITEM_FAILED = 1,
+    /** getTagMapSub: no such key, or a null pointer. Go on without it. */
+    QUORRIN_KEYED_TEXT_KEY_NOT_FOUND = 1,
     /** An unknown key, an empty item or a null pointer. Mend the text. */
     QUORRIN_KEYED_TEXT_UNKNOWN_KEY = -31
 };

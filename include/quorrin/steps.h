@@ -1,7 +1,7 @@
 /*
  * The steps of a transaction, in the order in which transaction.h takes them. A host calls them
  * singly to set terminal data between two of them: an unpredictable number, a country code. The
- * results by name: results.h, those below -20 and above -32 by function in element_results.h.
+ * results by name: results.h, and element_results.h for those that mean something else elsewhere.
  */
 #ifndef QUORRIN_STEPS_H
 #define QUORRIN_STEPS_H

@@ -199,6 +199,8 @@ constexpr NamedNumber named_by_function[] = {
     {QUORRIN_DOL_ENTRY_BAD_LENGTH, -30},
     {QUORRIN_DOL_ENTRY_BAD_TAG, -31},
     // QuorrinKeyedTextResult
+    {QUORRIN_KEYED_TEXT_ITEM_FAILED, 1},
+    {QUORRIN_KEYED_TEXT_KEY_NOT_FOUND, 1},
     {QUORRIN_KEYED_TEXT_UNKNOWN_KEY, -31},
     // QuorrinOptionsResult
     {QUORRIN_OPTIONS_UNKNOWN_FORMAT, -27},
