@@ -12,11 +12,11 @@
 namespace quorrin::cryptography {
 namespace {
 
-template <auto free_function>
+template <auto FreeFunction>
 struct Deleter {
     template <typename Object>
     void operator()(Object* object) const {
-        free_function(object);
+        FreeFunction(object);
     }
 };
 using Number = std::unique_ptr<BIGNUM, Deleter<BN_clear_free>>;

@@ -94,8 +94,8 @@ struct Part {
     std::size_t size;
 };
 
-template <std::size_t count>
-void add_parts(const Reading& reading, const Part (&parts)[count], Value value, Node& node) {
+template <std::size_t Count>
+void add_parts(const Reading& reading, const Part (&parts)[Count], Value value, Node& node) {
     std::size_t position = 0;
     for (const Part& part : parts) {
         add_field(reading, node, std::string(part.label), value.part(position, part.size));

@@ -57,8 +57,8 @@ constexpr CodeRow identity_documents[] = {
     {0x03, "Entry permit"},  {0x04, "Temporary identity card"}, {0x05, "Other"},
 };
 
-template <std::size_t count>
-std::string code_text(const CodeRow (&rows)[count], std::uint8_t code, std::string_view what) {
+template <std::size_t Count>
+std::string code_text(const CodeRow (&rows)[Count], std::uint8_t code, std::string_view what) {
     for (const CodeRow& row : rows) {
         if (row.code == code) {
             return std::string(row.text);

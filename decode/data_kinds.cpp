@@ -13,9 +13,9 @@ std::string_view text_of(Bytes data) {
     return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
-template <std::uint32_t tag>
+template <std::uint32_t Tag>
 Node as_element(Bytes data, const Options& options) {
-    return element(tag, data, options);
+    return element(Tag, data, options);
 }
 
 Node as_tlv(Bytes data, const Options& options) {

@@ -66,8 +66,8 @@ constexpr Exponent exponents[] = {
     {"VND", 0}, {"VUV", 0}, {"XAF", 0}, {"XOF", 0}, {"XPF", 0},
 };
 
-template <typename Row, std::size_t count, typename Matches>
-const Row* find_row(const Row (&rows)[count], Matches matches) {
+template <typename Row, std::size_t Count, typename Matches>
+const Row* find_row(const Row (&rows)[Count], Matches matches) {
     for (const Row& row : rows) {
         if (matches(row)) {
             return &row;

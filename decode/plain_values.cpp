@@ -109,8 +109,8 @@ constexpr CodeRow kernels[] = {{0x01, "kernel 1"},   {0x02, "kernel C-2"}, {0x03
                                {0x04, "kernel C-4"}, {0x05, "kernel C-5"}, {0x06, "kernel C-6"},
                                {0x07, "kernel C-7"}, {0x08, "kernel C-8"}};
 
-template <std::size_t count>
-void tell_code(const CodeRow (&rows)[count], std::string_view what, Value value, Node& node) {
+template <std::size_t Count>
+void tell_code(const CodeRow (&rows)[Count], std::string_view what, Value value, Node& node) {
     if (!expect_size(value, 1, node)) {
         return;
     }

@@ -138,8 +138,8 @@ constexpr BitRow outcome_rows[] = {
     {6, 0xF0, 0xF0, "Alternate interface preference: none"},
 };
 
-template <std::size_t count>
-void tell_code(const CodeRow (&rows)[count], std::string_view what, Value value, Node& node) {
+template <std::size_t Count>
+void tell_code(const CodeRow (&rows)[Count], std::string_view what, Value value, Node& node) {
     for (const CodeRow& row : rows) {
         if (value.size() == 1 && row.code == value[0]) {
             node.text = row.text;

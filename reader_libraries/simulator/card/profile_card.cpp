@@ -181,12 +181,12 @@ class ProfileCard final : public CardDevice {
         return simulator::get_data(*session_, command);
     }
 
-    template <SessionHandler handler>
+    template <SessionHandler Handle>
     CardAnswer in_application(const CardCommand& command) {
         if (!session_) {
             return StatusWord::ConditionsNotSatisfied;
         }
-        return handler(*session_, command);
+        return Handle(*session_, command);
     }
 
     void end_session() {
