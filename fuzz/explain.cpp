@@ -1,5 +1,5 @@
-// A recording from anywhere, told as text, as JSON and as a page. Head: a byte whose bits ask for what is
-// masked, mask what is not, and ask for the page; then the file's lines.
+// A recording from anywhere, told as text, as JSON and as a page. Head: a byte whose bits ask for what
+// is masked, mask what is not, and ask for the page; then the file's lines.
 
 #include <sstream>
 #include <string>

@@ -1,6 +1,7 @@
 // What the recorder makes of the calls of a reader that answers anything: lines that can be read, with
 // what was called and nothing that has to be masked; then the story that is told of them, of those in
-// clear where the input has an even number of bytes. The input is a row of calls: an action and slot, a pause, then
+// clear where the input has an even number of bytes. The input is a row of calls: an action and
+// slot, a pause, then
 //
 //   exchange   the command behind its length, and the answer as a block (hostile_reader.hpp)
 //   power-on   the answer to reset as a block
