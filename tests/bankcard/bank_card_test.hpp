@@ -108,7 +108,7 @@ struct Refusal {
     // The status word that the host finds, 0 when none came.
     unsigned status_word() const {
         const ByteString& bytes = answer.bytes;
-        return bytes.empty() ? 0u : bytes.end()[-2] << 8 | bytes.end()[-1];
+        return bytes.empty() ? 0u : unsigned{bytes.end()[-2]} << 8 | bytes.end()[-1];
     }
 };
 

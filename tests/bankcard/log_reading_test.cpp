@@ -227,7 +227,7 @@ TEST_F(LogReading, RefusesAnAidTextOf100CharactersBeforeAnythingIsSent) {
     EXPECT_EQ(read(all, purchases, fitting.c_str()), -27266);
     EXPECT_EQ(commands(), Commands{"00A4040031" + to_hex(filled(49, 0xAA)) + "00"});
     insert(accepting_card);
-    for (const std::size_t length : {100, 101, 5000}) {
+    for (const std::size_t length : {100u, 101u, 5000u}) {
         const std::string too_long(length, 'A');
         EXPECT_EQ(read(all, purchases, too_long.c_str()), QUORRIN_BAD_PARAMETER);
     }

@@ -106,7 +106,7 @@ TEST_F(SelectAid, RefusesATextOf256CharactersBeforeAnythingIsClearedOrSent) {
     put("9F02", hex("000000001000"));
     CARD_STATUS = -4;
     CARD_SW1 = 0x6A;
-    for (const std::size_t length : {256, 257, 5000}) {
+    for (const std::size_t length : {256u, 257u, 5000u}) {
         EXPECT_EQ(emvSelectAid(handle, text_of(length, "A0").c_str()), QUORRIN_BAD_PARAMETER);
     }
     EXPECT_EQ(commands(), Commands{});

@@ -82,11 +82,13 @@ TEST(IssuerAuthentication, FailsWithAnyBitOfItFlipped) {
         SCOPED_TRACE(card.name);
         const auto [session_key, arqc] = keys_of(card);
         for (const auto& [method, value] : all_values(card)) {
-            test::for_each_flipped_bit(value, [&](const auto& changed, std::size_t bit) {
-                EXPECT_FALSE(
-                    issuer_authentication_holds(method, card.algorithm, session_key, arqc, changed))
-                    << "bit " << bit << " of " << to_hex(value);
-            });
+            test::for_each_flipped_bit(
+                value, [&, method = method, value = value, session_key = session_key, arqc = arqc](
+                           const auto& changed, std::size_t bit) {
+                    EXPECT_FALSE(issuer_authentication_holds(method, card.algorithm, session_key,
+                                                             arqc, changed))
+                        << "bit " << bit << " of " << to_hex(value);
+                });
         }
     }
 }
@@ -96,11 +98,13 @@ TEST(IssuerAuthentication, FailsForAnotherCryptogram) {
         SCOPED_TRACE(card.name);
         const auto [session_key, arqc] = keys_of(card);
         for (const auto& [method, value] : all_values(card)) {
-            test::for_each_flipped_bit(arqc, [&](const Cryptogram& other, std::size_t bit) {
-                EXPECT_FALSE(
-                    issuer_authentication_holds(method, card.algorithm, session_key, other, value))
-                    << "bit " << bit << " of the cryptogram";
-            });
+            test::for_each_flipped_bit(
+                arqc, [&, method = method, value = value, session_key = session_key](
+                          const Cryptogram& other, std::size_t bit) {
+                    EXPECT_FALSE(issuer_authentication_holds(method, card.algorithm, session_key,
+                                                             other, value))
+                        << "bit " << bit << " of the cryptogram";
+                });
         }
     }
 }

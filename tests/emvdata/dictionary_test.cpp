@@ -193,7 +193,8 @@ TEST_F(Lookup, KnowsNoOtherTag) {
                                 std::span<const ListedElement>(listed_terminal_elements)}) {
         for (const ListedElement& element : listing) {
             const ByteString tag = hex(element.tag);
-            (tag.size() == 1 ? one_byte[tag[0]] : two_bytes[tag[0] << 8 | tag[1]]) = listed_as(tag);
+            (tag.size() == 1 ? one_byte[tag[0]] : two_bytes[std::size_t{tag[0]} << 8 | tag[1]]) =
+                listed_as(tag);
         }
     }
     for (unsigned i = 0; i < one_byte.size(); ++i) {

@@ -159,7 +159,8 @@ std::string fitted(const ListedElement& element, const ByteString& storage, std:
     const bool numeric = element.format == "n";
     ByteString out;
     if (wanted < held_length) {
-        const auto from = storage.begin() + (numeric ? held_length - wanted : 0);
+        const auto from =
+            storage.begin() + static_cast<std::ptrdiff_t>(numeric ? held_length - wanted : 0);
         out.assign(from, from + static_cast<std::ptrdiff_t>(wanted));
     } else if (numeric) {
         out.assign(wanted - held_length, 0x00);

@@ -80,7 +80,8 @@ ElfFile read_elf_file(const std::string& path) {
             const Elf64_Shdr& names = sections.at(section.sh_link);
             for (const auto& entry : image.records<Elf64_Sym>(section)) {
                 elf.symbols.push_back({image.text(names, entry.st_name), entry.st_size,
-                                       ELF64_ST_TYPE(entry.st_info), ELF64_ST_BIND(entry.st_info),
+                                       static_cast<unsigned>(ELF64_ST_TYPE(entry.st_info)),
+                                       static_cast<unsigned>(ELF64_ST_BIND(entry.st_info)),
                                        entry.st_shndx != SHN_UNDEF});
             }
         }

@@ -17,7 +17,7 @@ class PcscAllocation : public FakePcscTest {
 };
 
 TEST_F(PcscAllocation, NoneInAnExchange) {
-    for (const DWORD protocol : {SCARD_PROTOCOL_T0, SCARD_PROTOCOL_T1}) {
+    for (const auto protocol : {DWORD{SCARD_PROTOCOL_T0}, DWORD{SCARD_PROTOCOL_T1}}) {
         fake.reader("Desk Reader 00 00").protocol = protocol;
         ASSERT_GT(open(), 0);
         ASSERT_EQ(power_on(contact), "3B00");

@@ -133,7 +133,7 @@ TEST_F(RealTransport, AnnouncedDataAndWrongLengthsComeUnchanged) {
 TEST_F(RealTransport, TheLongestCommandAndTheLongestAnswerPass) {
     const auto card =
         std::make_shared<PlayedCard>(t1_answer_to_reset, [](const ByteString& command) {
-            const std::size_t size = command[2] << 8 | command[3];
+            const auto size = static_cast<std::size_t>(command[2] << 8 | command[3]);
             ByteString answer = filled(size, 0x5A);
             answer.back() = static_cast<std::uint8_t>(command.size() % 251);
             return answer;
@@ -214,7 +214,7 @@ TEST_F(RealCards, OneWithAnAnswerToResetOfJunkIsOfTheWrongType) {
 // ---- other programs ----
 
 TEST_F(RealCards, OneThatAnotherProgramHoldsCannotBePoweredUntilItLetsGo) {
-    for (const DWORD share : {SCARD_SHARE_EXCLUSIVE, SCARD_SHARE_SHARED}) {
+    for (const auto share : {DWORD{SCARD_SHARE_EXCLUSIVE}, DWORD{SCARD_SHARE_SHARED}}) {
         insert(played);
         OtherProgram other(contact_place, share);
         ASSERT_EQ(other.result(), SCARD_S_SUCCESS);

@@ -30,7 +30,7 @@ class Conversation {
         std::string command;
         std::string answer;
         bool operator==(const Line&) const = default;
-        friend std::ostream& operator<<(std::ostream& out, const Line& line) {
+        [[maybe_unused]] friend std::ostream& operator<<(std::ostream& out, const Line& line) {
             return out << line.command << " -> " << line.answer;
         }
     };

@@ -145,7 +145,8 @@ class StrictTerminal {
     [[nodiscard]] bool asked_for(const std::string& tag) const {
         const ByteString wanted = hex(tag);
         for (const ByteString* list : {&pdol_, record_element("8C")}) {
-            if (list != nullptr && !std::ranges::search(*list, wanted).empty()) {
+            if (list != nullptr && std::search(list->begin(), list->end(), wanted.begin(),
+                                               wanted.end()) != list->end()) {
                 return true;
             }
         }
