@@ -70,6 +70,7 @@ Progress::Progress(std::string_view doing) {
     if (!is_over || !wants_progress()) {
         return;
     }
+    shows_ = true;
     is_over = false;
     exchanges = 0;
     what = doing;
@@ -83,14 +84,15 @@ Progress::Progress(std::string_view doing) {
 }
 
 Progress::~Progress() {
+    if (!shows_) {
+        return;
+    }
     {
         const std::lock_guard lock(mutex);
         is_over = true;
     }
     ended.notify_all();
-    if (writer.joinable()) {
-        writer.join();
-    }
+    writer.join();
 }
 
 void count_exchange() {

@@ -6,7 +6,8 @@
 
 namespace quorrin::command {
 
-// While it lives, the line shows on standard error, where that is a terminal. One at a time.
+// While it lives, the line shows on standard error, where that is a terminal. One at a time: within the life of
+// another it does nothing.
 class Progress {
   public:
     // What is being done: "reading the trace".
@@ -14,6 +15,9 @@ class Progress {
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
+
+  private:
+    bool shows_ = false;
 };
 
 // One more exchange with the card: the line counts them.

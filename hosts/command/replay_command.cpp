@@ -56,17 +56,16 @@ int run_replay(const ReplayOptions& options) {
         put_result(text);
         return success;
     }
-    if (options.host.empty()) {
+    if (!options.reader_file.empty()) {
         write_file(options.reader_file, text);
+    }
+    if (options.host.empty()) {
         tell("wrote " + options.reader_file);
         return success;
     }
     // The host takes this program's place: its output, input and exit status are its own.
     const std::string file =
         options.reader_file.empty() ? reader_file_in_memory(text) : options.reader_file;
-    if (!options.reader_file.empty()) {
-        write_file(file, text);
-    }
     setenv("QUORRIN_SIMULATOR", file.c_str(), 1);
     restore_log_rules();
     const char* preloaded = std::getenv("LD_PRELOAD");
