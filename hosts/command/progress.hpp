@@ -6,8 +6,8 @@
 
 namespace quorrin::command {
 
-// While it lives, the line shows on standard error, where that is a terminal. One at a time: within the life of
-// another it does nothing.
+// While it lives, the line shows on standard error, where that is a terminal. One at a time: within
+// the life of another it does nothing.
 class Progress {
   public:
     // What is being done: "reading the trace".
