@@ -35,7 +35,8 @@ void add_card_options(CLI::App& command, CardOptions& options) {
         .add_option(
             "--reader", options.reader,
             "Reader library: simulator[:FILE], pcsc[:NAME] or a path; without it PC/SC when a "
-            "reader is there, else the simulator")
+            "reader is there, else the simulator. FILE is a reader file, a card profile, a "
+            "recording, or the name of a shipped card (credit, quick ...)")
         ->type_name("READER");
     std::vector<std::string> names;
     for (const SlotName& slot : slots) {
@@ -69,7 +70,7 @@ void add_application_options(CLI::App& command, CardOptions& options) {
 }
 
 CardSession::Loaded::Loaded(const CardOptions& options, const Common& common) {
-    load_backend(options.reader, options.trace, common.show_sensitive);
+    load_backend({options.reader, options.slot, options.trace, common.show_sensitive});
     catch_interrupts();
 }
 

@@ -60,7 +60,7 @@ Finding check_readers() {
 Finding check_card(const std::string& asked) {
     std::string library;
     try {
-        library = load_backend(asked, "", false).name;
+        library = load_backend({asked, ""}).name;
         catch_interrupts();
         const host::Reader reader;
         const host::Card card = reader.find_card(host::Search::ContactFirst);

@@ -7,41 +7,18 @@
 #include "hosts/command/card_session.hpp"
 #include "hosts/command/json_output.hpp"
 #include "hosts/command/new_profile.hpp"
+#include "hosts/command/simulated_slot.hpp"
 
 namespace quorrin::command {
 namespace {
-
-// A reader file for the time of the check.
-class ReaderFile {
-  public:
-    explicit ReaderFile(const std::string& profile) {
-        std::string name = (std::filesystem::temp_directory_path() / "quorrin-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw Failed("no temporary folder can be made");
-        }
-        folder_ = name;
-        std::ofstream(path()) << "[contact]\nprofile = \""
-                              << std::filesystem::absolute(profile).string() << "\"\n";
-    }
-    ReaderFile(const ReaderFile&) = delete;
-    ReaderFile& operator=(const ReaderFile&) = delete;
-    ~ReaderFile() {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-    }
-    std::string path() const { return (folder_ / "reader.toml").string(); }
-
-  private:
-    std::filesystem::path folder_;
-};
 
 int run_check(const std::vector<std::string>& files, const Common& common) {
     Json json = result_of("profile check");
     json["profiles"] = Json::array();
     bool all_good = true;
-    load_backend("simulator", "", false);
+    load_backend({"simulator", ""});
     for (const std::string& file : files) {
-        const ReaderFile reader_file(file);
+        const MemoryFile reader_file(one_card("contact", "profile", file));
         setenv("QUORRIN_SIMULATOR", reader_file.path().c_str(), 1);
         bool good = true;
         try {

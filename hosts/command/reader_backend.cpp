@@ -12,6 +12,7 @@
 
 #include "hosts/command/output.hpp"
 #include "hosts/command/progress.hpp"
+#include "hosts/command/simulated_slot.hpp"
 #include "hosts/command/subcommand.hpp"
 #include "quorrin/reader_library.h"
 
@@ -45,7 +46,10 @@ void find(void* library, const char* name, Function& function) {
 void* open_library(const std::string& file) {
     void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
-        throw Failed("the reader library cannot be loaded: " + std::string(dlerror()));
+        throw Failed(
+            "the reader library cannot be loaded: " + std::string(dlerror()) +
+            "\n  --reader takes simulator, simulator:FILE, pcsc, pcsc:NAME or the path of a "
+            "library");
     }
     return library;
 }
@@ -143,9 +147,8 @@ PcscReaders pcsc_readers() {
     return found;
 }
 
-BackendChoice load_backend(const std::string& asked, const std::string& trace_file,
-                           bool clear_trace) {
-    std::string name = asked;
+BackendChoice load_backend(const BackendRequest& request) {
+    std::string name = request.reader;
     if (name.empty()) {
         const PcscReaders readers = pcsc_readers();
         name = readers.names.empty() ? "simulator" : "pcsc";
@@ -160,7 +163,8 @@ BackendChoice load_backend(const std::string& asked, const std::string& trace_fi
     if (name == "simulator" || name.starts_with("simulator:")) {
         choice = {"simulator", library_file("libquorrin-simulator")};
         if (const std::string file = argument("simulator"); !file.empty()) {
-            setenv("QUORRIN_SIMULATOR", absolute(file).c_str(), 1);
+            const std::string slot = request.slot.empty() ? "contact" : request.slot;
+            setenv("QUORRIN_SIMULATOR", reader_file_for(file, slot).c_str(), 1);
         }
     } else if (name == "pcsc" || name.starts_with("pcsc:")) {
         choice = {"pcsc", library_file("libquorrin-pcsc")};
@@ -173,13 +177,13 @@ BackendChoice load_backend(const std::string& asked, const std::string& trace_fi
     } else {
         choice = {name, absolute(name)};
     }
-    if (trace_file.empty()) {
+    if (request.trace_file.empty()) {
         use(choice.file);
     } else {
         open_library(choice.file);  // says what is wrong with it in the loader's own words
-        setenv("QUORRIN_TRACE_FILE", trace_file.c_str(), 1);
+        setenv("QUORRIN_TRACE_FILE", request.trace_file.c_str(), 1);
         setenv("QUORRIN_TRACE_READER", choice.file.c_str(), 1);
-        setenv("QUORRIN_TRACE_CLEAR", clear_trace ? "1" : "", 1);
+        setenv("QUORRIN_TRACE_CLEAR", request.clear_trace ? "1" : "", 1);
         use(library_file("libquorrin-trace"));
     }
     return choice;

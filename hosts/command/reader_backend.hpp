@@ -8,18 +8,23 @@
 
 namespace quorrin::command {
 
-// How a person names a reader library: "simulator", "simulator:FILE", "pcsc", "pcsc:NAME", a path, or
-// nothing: PC/SC when it has a reader, else the simulator.
+struct BackendRequest {
+    // How a person names a reader library: "simulator", "simulator:FILE or card", "pcsc", "pcsc:NAME", a
+    // path, or nothing: PC/SC when it has a reader, else the simulator.
+    std::string reader;
+    std::string slot;  // for a simulated card that is named; empty: contact
+    std::string trace_file = {};
+    bool clear_trace = false;
+};
+
 struct BackendChoice {
     std::string name;  // "simulator", "pcsc" or the path
     std::string file;  // the library
 };
 
-// Loads the library that was asked for and says on standard error which one when nobody asked.
-// With a trace
-// file everything that goes through is recorded. Throws Failed.
-BackendChoice load_backend(const std::string& asked, const std::string& trace_file,
-                           bool clear_trace);
+// Loads the library that was asked for and says on standard error which one when nobody asked. With a
+// trace file everything that goes through is recorded. Throws Failed.
+BackendChoice load_backend(const BackendRequest& request);
 
 // Where a library of this project is: beside the program, in the library folder of its tree, or wherever
 // the loader finds it.

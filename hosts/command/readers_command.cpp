@@ -64,7 +64,7 @@ SlotView look_into(const host::Reader& reader, int kind) {
 }
 
 int run_readers(const CardOptions& options, const Common& common) {
-    const BackendChoice backend = load_backend(options.reader, options.trace, false);
+    const BackendChoice backend = load_backend({options.reader, options.slot, options.trace});
     catch_interrupts();
     const Progress progress("looking into the slots");
     const host::Reader reader;

@@ -1,16 +1,16 @@
 // quorrin replay: a recorded card in the simulated reader, for a host that is run with it.
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 
 #include "hosts/command/output.hpp"
 #include "hosts/command/reader_backend.hpp"
+#include "hosts/command/simulated_slot.hpp"
 #include "hosts/command/subcommand.hpp"
 #include "reader_libraries/trace/trace_format.hpp"
 
@@ -33,15 +33,6 @@ void write_file(const std::string& file, const std::string& text) {
     }
 }
 
-// A file that the host inherits and that goes with it: nothing is left behind however the host ends.
-std::string reader_file_in_memory(const std::string& text) {
-    const int file = memfd_create("quorrin-replay", 0);
-    if (file < 0 || write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-        throw Failed(std::string("no reader file can be made: ") + std::strerror(errno));
-    }
-    return "/proc/self/fd/" + std::to_string(file);
-}
-
 int run_replay(const ReplayOptions& options) {
     const trace::Trace trace = trace::read_trace(options.trace);
     for (const trace::Problem& problem : trace.problems) {
@@ -50,8 +41,7 @@ int run_replay(const ReplayOptions& options) {
     if (trace.entries.empty()) {
         throw Failed(options.trace + ": no line of a trace in it");
     }
-    const std::string text = "[" + options.slot + "]\ntrace = \"" +
-                             std::filesystem::absolute(options.trace).string() + "\"\n";
+    const std::string text = one_card(options.slot, "trace", options.trace);
     if (options.host.empty() && options.reader_file.empty()) {
         put_result(text);
         return success;
@@ -64,8 +54,9 @@ int run_replay(const ReplayOptions& options) {
         return success;
     }
     // The host takes this program's place: its output, input and exit status are its own.
+    std::optional<MemoryFile> kept;
     const std::string file =
-        options.reader_file.empty() ? reader_file_in_memory(text) : options.reader_file;
+        options.reader_file.empty() ? kept.emplace(text).path() : options.reader_file;
     setenv("QUORRIN_SIMULATOR", file.c_str(), 1);
     restore_log_rules();
     const char* preloaded = std::getenv("LD_PRELOAD");

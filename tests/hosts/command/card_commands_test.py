@@ -6,7 +6,7 @@ import json
 import re
 import tomllib
 
-from command_line import COMMAND, PROFILES, QUORRIN, CommandTest, main, quorrin, simulated
+from command_line import COMMAND, FIXED, PROFILES, QUORRIN, CommandTest, main, quorrin, simulated
 
 
 class CardCommands(CommandTest):
@@ -144,6 +144,21 @@ class CardCommands(CommandTest):
         again = quorrin("replay", trace, "--", QUORRIN, "info", "BE", "--reader", "simulator")
         self.assertEqual(again.returncode, 0, again.stderr)
         self.assertIn("CNY 100.00", again.stdout)
+
+    def test_a_simulated_card_is_named_in_place_of_a_reader_file(self):
+        trace = self.folder / "trace.jsonl"
+        in_its_slot = simulated("aids", "--trace", trace, reader=self.with_card("two_applications"))
+        profile = self.folder / 'a "quoted" näme.toml'
+        profile.write_text((PROFILES / "two_applications.toml").read_text())
+        for named in ("two_applications", profile, trace):
+            run = simulated("aids", reader=f"simulator:{named}")
+            self.assertEqual((run.returncode, run.stdout), (0, in_its_slot.stdout), run.stderr)
+        self.assertIn("contactless slot", simulated("purchase", *FIXED, "--slot", "contactless",
+                                                    reader="simulator:quick").stdout)
+        self.assertEqual(simulated("apdu", "00A4040000", "--slot", "sam1", reader="simulator:credit").returncode, 0)
+        elsewhere = {"QUORRIN_PROFILES": str(self.folder)}
+        (self.folder / "mine.toml").write_text(profile.read_text())
+        self.assertEqual(simulated("aids", reader="simulator:mine", environment=elsewhere).stdout, in_its_slot.stdout)
 
     def test_doctor_names_a_cure_for_what_is_missing(self):
         run = quorrin("doctor", "--reader", "simulator", "--json")

@@ -90,6 +90,11 @@ class Failures(CommandTest):
                 self.check(run, 1)
                 self.assertIn(word, run.stderr + run.stdout, run.args)
 
+    def test_a_reader_that_is_none(self):
+        self.check(simulated("info", reader="foo"), 1, "cannot be loaded", "--reader takes simulator, simulator:FILE")
+        self.check(simulated("info", reader="simulator:foo"), 1, "foo is no file, and no card that is shipped (blocked, ")
+        self.check(simulated("info", reader="simulator:./foo.toml"), 1, "./foo.toml is no file")
+
     def test_no_reader_at_pcsc(self):
         # No service can be reached: its socket is elsewhere.
         run = quorrin("info", "--reader", "pcsc", environment={"PCSCLITE_CSOCK_NAME": str(self.folder / "none")})
