@@ -16,4 +16,8 @@ execute_process(COMMAND ${lowdown} -s -Tman -o ${page} ${page}.md COMMAND_ERROR_
 # A heading stands on the line of its macro, where programs that list manual pages look for it.
 file(READ ${page} troff)
 string(REGEX REPLACE "(\n\\.S[HS])\n" "\\1 " troff "${troff}")
+# The first line asks man for the table preprocessor.
+if(troff MATCHES "\n\\.TS")
+  string(PREPEND troff "'\\\" t\n")
+endif()
 file(WRITE ${page} "${troff}")

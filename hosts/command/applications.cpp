@@ -192,7 +192,7 @@ host::Date parse_date(const std::string& text, const char* option) {
         text.size() == 6 && text.find_first_not_of("0123456789") == std::string::npos;
     const auto date = digits ? date_of(host::from_hex(text)) : std::nullopt;
     if (!date || date->month < 1 || date->month > 12 || date->day < 1 || date->day > 31) {
-        throw Failed(std::string(option) + ": a date is YYMMDD");
+        throw WrongUsage(std::string(option) + ": a date is YYMMDD");
     }
     return *date;
 }

@@ -5,24 +5,20 @@
 #include <memory>
 
 #include "decode/input.hpp"
+#include "hosts/command/bank_options.hpp"
 #include "hosts/command/json_output.hpp"
 #include "hosts/command/subcommand.hpp"
 #include "hosts/command/table.hpp"
-#include "quorrin/testbank.hpp"
 
 namespace quorrin::command {
 namespace {
 
-struct BankOptions {
+struct AloneOptions : BankOptions {
     std::string field_55;
     std::string pan;
     std::string sequence;
     std::string request;
-    std::string rules;
-    std::string response_code;
-    std::string arpc = "right";
     int method = 0;
-    std::vector<std::string> wishes;
 };
 
 host::ByteString hex_of(const std::string& text, const char* what) {
@@ -60,7 +56,7 @@ void read_request(const std::string& file, host::OnlineRequest& online) {
     }
 }
 
-int run_bank(const BankOptions& options, const Common& common) {
+int run_bank(const AloneOptions& options, const Common& common) {
     host::OnlineRequest online;
     if (!options.request.empty()) {
         read_request(options.request, online);
@@ -82,12 +78,8 @@ int run_bank(const BankOptions& options, const Common& common) {
         const host::ByteString sequence = hex_of(options.sequence, "--sequence");
         online.pan_sequence_number = sequence.empty() ? std::uint8_t{0} : sequence.front();
     }
-    host::BankDecision decision;
-    decision.response_code = options.response_code;
+    host::BankDecision decision = decision_of(options);
     decision.arpc_method = options.method;
-    decision.arpc = options.arpc == "wrong"  ? QUORRIN_BANK_ARPC_WRONG
-                    : options.arpc == "none" ? QUORRIN_BANK_ARPC_NONE
-                                             : QUORRIN_BANK_ARPC_RIGHT;
     const host::BankAnswer answer =
         host::TestBank(options.rules).answer(online, options.wishes, decision);
     if (!common.json) {
@@ -115,7 +107,7 @@ int run_bank(const BankOptions& options, const Common& common) {
 }  // namespace
 
 void add_bank(CLI::App& app, const Common& common, Action& action) {
-    auto options = std::make_shared<BankOptions>();
+    auto options = std::make_shared<AloneOptions>();
     CLI::App* command =
         app.add_subcommand("bank", "Ask the test bank: a request in, its answer out as hex text");
     command->add_option("--field55", options->field_55, "The request: ISO 8583 field 55 in hex");
@@ -124,20 +116,16 @@ void add_bank(CLI::App& app, const Common& common, Action& action) {
                         "input");
     command->add_option("--pan", options->pan, "Card number, where the request has none");
     command->add_option("--sequence", options->sequence, "Its sequence number, two digits");
-    command->add_option("--rules", options->rules, "The bank's keys and rules (TOML)")
-        ->check(CLI::ExistingFile);
-    command->add_option("--response-code", options->response_code, "What it decides, such as 05");
-    command->add_option("--arpc", options->arpc, "right, wrong or none")
-        ->check(CLI::IsMember({"right", "wrong", "none"}))
-        ->capture_default_str();
     command->add_option("--arpc-method", options->method, "1 or 2; without it the card product's")
         ->check(CLI::Range(1, 2));
-    command->add_option("--wish", options->wishes,
-                        "What it changes on the card, several times if need be");
+    add_bank_options(*command, *options, "--rules");
     command->footer(examples(
         R"help(  quorrin purchase --cryptogram-only --json --show-sensitive | quorrin bank --request -
   quorrin bank --field55 9F2608... --pan 9999010000000011 --sequence 01 --json
-  quorrin purchase --answer "$(quorrin bank --request request.json)")help"));
+The card takes the answer when both purchases are the same, as they can be with a simulated card:
+  set -- --unpredictable-number 11223344 --date 261121 --time 120000
+  quorrin purchase "$@" --cryptogram-only --json --show-sensitive > request.json
+  quorrin purchase "$@" --answer "$(quorrin bank --request request.json)")help"));
     command->callback(
         [=, &common, &action] { action = [=, &common] { return run_bank(*options, common); }; });
 }

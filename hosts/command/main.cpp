@@ -92,6 +92,9 @@ int main(int argc, char** argv) {
     } catch (const quorrin::host::Failure& error) {
         tell(describe(error));
         return failure;
+    } catch (const WrongUsage& error) {
+        tell(error.what());
+        return usage;
     } catch (const std::exception& error) {
         tell(error.what());
         return failure;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <system_error>
 
+#include "hosts/command/exchange_watch.hpp"
 #include "hosts/command/output.hpp"
 #include "hosts/command/progress.hpp"
 #include "hosts/command/simulated_slot.hpp"
@@ -219,8 +220,16 @@ __attribute__((visibility("default"))) int64_t ICC_Reader_Application(int64_t ha
                                                                       uint8_t* command,
                                                                       uint8_t* response) {
     quorrin::command::count_exchange();
-    return was_interrupted() ? int64_t{QUORRIN_NOT_CONNECTED}
-                             : backend.exchange(handle, slot, length, command, response);
+    if (was_interrupted()) {
+        return QUORRIN_NOT_CONNECTED;
+    }
+    const int64_t result = backend.exchange(handle, slot, length, command, response);
+    if (length > 0) {
+        quorrin::command::watch_exchange(
+            {command, static_cast<std::size_t>(length)},
+            {response, static_cast<std::size_t>(result > 1 ? result : 0)});
+    }
+    return result;
 }
 
 __attribute__((visibility("default"))) int64_t ICC_Reader_GetSerial(int64_t handle, char* serial) {

@@ -42,6 +42,12 @@ class Failed : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// What only shows when the whole command line is looked at: the exit status is `usage`.
+class WrongUsage : public Failed {
+  public:
+    using Failed::Failed;
+};
+
 // A line on standard error, "quorrin: " before it.
 void tell(std::string_view line);
 

@@ -86,6 +86,30 @@ class CardCommands(CommandTest):
         self.assertEqual(value["outcome"]["authentication_status"], "6300")
         self.assertEqual(self.result("purchase", "--response-code", "05", code=1)["ended"], "declined by the bank")
 
+    def test_purchase_says_what_the_card_refused_of_the_banks_commands(self):
+        value = self.result("purchase", "--wish", "put 9F79 0000", "--wish", "put 9F79 000000030000")
+        self.assertEqual([(sent["command"], sent["status"], sent["taken"]) for sent in value["script_commands"]],
+                         [("04DA9F79", "6700", False), ("04DA9F79", "9000", True)])
+        self.assertEqual(value["ended"], "approved")
+        self.assertIn("took 1 of 2 of the bank's commands", value["notes"][0])
+
+    def test_purchase_says_what_makes_an_approval_doubtful(self):
+        self.assertIn("no ARPC", self.result("purchase", "--arpc", "none")["notes"][0])
+        self.assertIn("out of date", self.result("purchase", reader=self.with_card("expired"))["notes"][0])
+        self.assertEqual(self.result("purchase")["notes"], [])
+
+    def test_purchase_that_breaks_off_says_whether_the_bank_was_asked(self):
+        for exchanges, asked in ((4, "the bank was not asked"), (9, "has to be told (a reversal)")):
+            reader = self.with_card("debit", f'[[fault]]\nslot = "contact"\nremoved_after = {exchanges}\n')
+            value = self.result("purchase", "--wish", "put 9F79 000000030000", reader=reader, code=1)
+            self.assertTrue(value["ended"].startswith("not completed"), value["ended"])
+            self.assertIn(asked, value["why"])
+
+        reader = self.with_card("debit", '[[fault]]\nslot = "contact"\nremoved_after = 10\n')
+        value = self.result("purchase", "--wish", "put 9F79 000000030000", reader=reader)
+        self.assertEqual([sent["meaning"] for sent in value["script_commands"]], ["no answer"])
+        self.assertIn("took 0 of 1 of the bank's commands", value["notes"][0])
+
     def test_purchase_tells_the_bank_of_a_card_that_has_expired(self):
         value = self.result("purchase", "--response-code", "54", reader=self.with_card("expired"), code=1)
         self.assertIn("Expired application", value["why"])
@@ -99,9 +123,14 @@ class CardCommands(CommandTest):
     def test_purchase_goes_the_quick_way_only_where_it_is_asked_to(self):
         reader = self.with_card("quick")
         self.assertEqual(self.result("purchase", reader=reader)["ended"], "approved")
-        run = simulated("purchase", "--qualifiers", "F4000000", reader=reader)
-        self.assertEqual(run.returncode, 1)
-        self.assertIn("6985", run.stderr)
+        for amount, qualifiers, status, ended, balance in (
+                ("12.00", "26000000", 0, "approved offline by the card, the quick way", "CNY 18.00"),
+                ("60.00", "26000000", 1, "not completed: the card asks its bank, the quick way", None),
+                ("60.00", "F4000000", 1, "not completed: the card asks its bank, the quick way", None)):
+            quick = ["purchase", "--qualifiers", qualifiers, "--amount", amount]
+            self.assertEqual(self.result(*quick, reader=reader, code=status)["ended"], ended)
+            shown = simulated(*quick, reader=reader).stdout
+            self.assertIn(f"electronic cash        {balance}" if balance else "bank was not asked", shown)
 
     def test_purchase_stops_and_goes_on_with_another_banks_answer(self):
         number = "A1B2C3D4"
