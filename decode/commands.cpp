@@ -300,6 +300,10 @@ void tell_command(const Reading& reading, Value value, Node& node) {
         add_problem(node, value.offset, "a command has a header of four bytes");
         return;
     }
+    if (reading.depth >= deepest_nesting) {
+        add_problem(node, value.offset, "commands nested deeper than any bank's");
+        return;
+    }
     const std::uint8_t p1 = value[2];
     const std::uint8_t p2 = value[3];
     const CommandRow* row = find_command(value[0], value[1]);
@@ -322,8 +326,7 @@ void tell_command(const Reading& reading, Value value, Node& node) {
     }
     if (!parts.data.empty()) {
         // Templates 80 in a command's data answer nothing.
-        Reading inner = reading;
-        inner.parent = 0;
+        const Reading inner = reading.inside(0);
         (row == nullptr ? opaque_data : row->data)(inner, parts.data, p1, p2, node);
     }
     if (!parts.expected.empty()) {

@@ -73,6 +73,10 @@ void tell_tag_list(const Reading& reading, Value value, Node& node) {
 
 void tell_dol_data(const Reading& reading, Value list, Value data, Node& node) {
     Value rest = data;
+    Reading outer = reading;
+    outer.parent = 0;
+    outer.lengths_may_differ = true;
+    outer.options.list.clear();  // tells these data, not the same list's 83 within them
     // The list is no part of the input: its faults are told, not its place.
     Node ignored;
     const bool whole =
@@ -94,9 +98,6 @@ void tell_dol_data(const Reading& reading, Value list, Value data, Node& node) {
             object.tag = tag_text(header.tag);
             object.offset = value.offset;
             object.size = value.size();
-            Reading outer = reading;
-            outer.parent = 0;
-            outer.lengths_may_differ = true;
             tell_element(outer, header.tag, value, object);
             if (value.size() < header.value_size) {
                 add_problem(object, value.end(),

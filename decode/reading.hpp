@@ -33,6 +33,9 @@ struct Value {
     std::size_t end() const { return offset + size(); }
 };
 
+// Deeper nesting than any card's, and far from what the stack can bear.
+inline constexpr unsigned deepest_nesting = 32;
+
 // What is known of the whole input while its parts are told.
 struct Reading {
     Options options;

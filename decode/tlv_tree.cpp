@@ -9,15 +9,9 @@
 namespace quorrin::decode {
 namespace {
 
-// Deeper nesting than any card's, and far from what the stack can bear.
-constexpr unsigned deepest = 32;
-
 bool is_filler(std::uint8_t byte) {
     return byte == 0x00 || byte == 0xFF;
 }
-
-// Whether the bytes are data objects to the last, padding apart. Looks into templates.
-bool is_well_formed(Bytes data, unsigned depth);
 
 bool begins_known_object(Bytes data) {
     const Header header = read_header(data);
@@ -25,9 +19,25 @@ bool begins_known_object(Bytes data) {
            !rows_of(header.tag).empty();
 }
 
+// What bytes can be taken for. FF within FF doubles the ways of reading with each level, so that a few
+// dozen bytes could keep a guess busy for ever: it looks at so many objects, and then says no.
+class Guess {
+  public:
+    // Whether the bytes are data objects to the last, padding apart. Looks into templates.
+    bool is_well_formed(Bytes data, unsigned depth);
+    bool is_padding_at(Bytes data, unsigned depth) {
+        return data[0] == 0x00 || (data[0] == 0xFF && !begins_private_template(data, depth));
+    }
+
+  private:
+    bool begins_private_template(Bytes data, unsigned depth);
+
+    unsigned objects_left_ = 1000;
+};
+
 // FF is padding, and the first byte of the tags of private templates: those that the tables know, and
 // those that hold well-formed objects where no known object follows the FF.
-bool begins_private_template(Bytes data, unsigned depth) {
+bool Guess::begins_private_template(Bytes data, unsigned depth) {
     if (data.size() < 3 || is_filler(data[1])) {
         return false;
     }
@@ -42,15 +52,15 @@ bool begins_private_template(Bytes data, unsigned depth) {
            is_well_formed(data.subspan(header.size(), header.value_size), depth + 1);
 }
 
-bool is_padding_at(Bytes data, unsigned depth) {
-    return data[0] == 0x00 || (data[0] == 0xFF && !begins_private_template(data, depth));
-}
-
-bool is_well_formed(Bytes data, unsigned depth) {
-    if (depth > deepest) {
+bool Guess::is_well_formed(Bytes data, unsigned depth) {
+    if (depth > deepest_nesting) {
         return false;
     }
     while (!data.empty()) {
+        if (objects_left_ == 0) {
+            return false;
+        }
+        --objects_left_;
         if (is_filler(data[0]) && is_padding_at(data, depth)) {
             data = data.subspan(1);
             continue;
@@ -68,9 +78,13 @@ bool is_well_formed(Bytes data, unsigned depth) {
     return true;
 }
 
+bool is_padding_at(Bytes data, unsigned depth) {
+    return Guess().is_padding_at(data, depth);
+}
+
 template <typename Visit>
 void for_each_object(Bytes data, unsigned depth, Visit visit) {
-    while (!data.empty() && depth <= deepest) {
+    while (!data.empty() && depth <= deepest_nesting) {
         if (is_filler(data[0]) && is_padding_at(data, depth)) {
             data = data.subspan(1);
             continue;
@@ -225,8 +239,9 @@ void tell_element(const Reading& reading, std::uint32_t tag, Value value, std::s
     const bool constructed = node.kind == NodeKind::Template;
     const auto meanings =
         meanings_of(tag, {.parent = reading.parent, .kernel = reading.kernel}, length);
-    const bool can_open = constructed && reading.depth < deepest &&
-                          (!meanings.empty() || is_well_formed(value.bytes, reading.depth + 1));
+    const bool can_open =
+        constructed && reading.depth < deepest_nesting &&
+        (!meanings.empty() || Guess().is_well_formed(value.bytes, reading.depth + 1));
     if (meanings.empty()) {
         node.label = constructed ? "Unknown template" : "Unknown element";
         add_unknown(node, node.offset, "the tag " + tag_text(tag) + " is in no table");
@@ -249,8 +264,9 @@ void tell_element(const Reading& reading, std::uint32_t tag, Value value, std::s
     if (constructed) {
         tell_unknown(reading, value, node);
         add_problem(node, value.offset,
-                    reading.depth < deepest ? "a template, but its value holds no data objects"
-                                            : "templates nested deeper than any card's");
+                    reading.depth < deepest_nesting
+                        ? "a template, but its value holds no data objects"
+                        : "templates nested deeper than any card's");
         return;
     }
     if (meanings.empty()) {

@@ -153,6 +153,51 @@ TEST(DecodeTlv, NestingHasAnEnd) {
     EXPECT_NE(problems.find("templates nested deeper than any card's"), std::string::npos);
 }
 
+ByteString template_of(ByteString tag, const ByteString& value) {
+    tag.push_back(0x82);
+    tag.push_back(static_cast<std::uint8_t>(value.size() >> 8));
+    tag.push_back(static_cast<std::uint8_t>(value.size()));
+    tag.insert(tag.end(), value.begin(), value.end());
+    return tag;
+}
+
+TEST(DecodeTlv, PrivateTemplatesWithinEachOtherAreOpened) {
+    EXPECT_EQ(text_of("FF0A09 FF0A06 FF0A03 9F3600"),
+              "FF0A Unknown template\n"
+              "  ! offset 0: the tag FF0A is in no table\n"
+              "  FF0A Unknown template\n"
+              "    ! offset 3: the tag FF0A is in no table\n"
+              "    FF0A Unknown template\n"
+              "      ! offset 6: the tag FF0A is in no table\n"
+              "      9F36 Application transaction counter (ATC): empty\n");
+}
+
+// Each FF can be padding or begin a template: the ways to read them double with each level.
+TEST(DecodeTlv, DataThatCanBeReadInManyWaysAreToldAtOnce) {
+    for (const ByteString& innermost : {hex("9F3600"), hex("9F36")}) {
+        for (const ByteString& tag : {hex("FF0A"), hex("FF2A")}) {
+            ByteString data = innermost;
+            for (int level = 0; level < 60; ++level) {
+                data = template_of(tag, data);
+            }
+            EXPECT_TRUE(decode::has_problems(decode::tlv(data)));
+        }
+    }
+}
+
+TEST(DecodeTlv, CommandsWithinCommandsHaveAnEnd) {
+    ByteString data;
+    for (int level = 0; level < 4000; ++level) {
+        const auto size = static_cast<std::uint16_t>(data.size());
+        ByteString command = hex("80A80000 00");
+        command.push_back(static_cast<std::uint8_t>(size >> 8));
+        command.push_back(static_cast<std::uint8_t>(size));
+        command.insert(command.end(), data.begin(), data.end());
+        data = template_of(hex("86"), command);
+    }
+    EXPECT_TRUE(decode::has_problems(decode::tlv(data)));
+}
+
 TEST(DecodeTlv, NoInputStopsTheDecoder) {
     // Every two bytes, and every end of a real answer.
     for (unsigned first = 0; first < 256; ++first) {

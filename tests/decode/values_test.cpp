@@ -195,6 +195,18 @@ TEST(DecodeValues, TheDataOfAListAreToldByIt) {
                 ElementsAre("3: more data than the list names"));
 }
 
+// A PDOL that names the template in which its own data are sent.
+TEST(DecodeValues, AListThatNamesItsOwnTemplateIsReadOnce) {
+    EXPECT_EQ(decode::to_text(as("command", "80A80000 04 8302 1234 00", {.list = hex("83 02")})),
+              "Command: GET PROCESSING OPTIONS\n"
+              "  Header: 80A80000\n"
+              "  Lc: 4 bytes (04)\n"
+              "  Data\n"
+              "    83 Command template\n"
+              "      83 Command template: 1234 [the values that the card's PDOL asks for]\n"
+              "  Le: as much as there is (00)\n");
+}
+
 TEST(DecodeValues, AmountsHaveTheDecimalsOfTheirCurrency) {
     EXPECT_EQ(decode::amount_text(12850, 156), "CNY 128.50");
     EXPECT_EQ(decode::amount_text(12850, 392), "JPY 12850");
