@@ -1,5 +1,5 @@
 // Trees for programs, as docs/schemas/decode.schema.json describes them.
-#include <nlohmann/json.hpp>
+#include "decode/json_tree.hpp"
 
 #include "decode/render.hpp"
 
@@ -50,7 +50,12 @@ void put_text(Json& json, const char* name, const std::string& text) {
     }
 }
 
-Json node_json(const Node& node) {
+// Texts are UTF-8 already; what a table might have wrong must not stop a program.
+constexpr auto replace_bad_utf8 = Json::error_handler_t::replace;
+
+}  // namespace
+
+nlohmann::ordered_json json_of(const Node& node) {
     Json json = {{"kind", kind_name(node.kind)}};
     put_text(json, "tag", node.tag);
     json["label"] = node.label;
@@ -72,23 +77,18 @@ Json node_json(const Node& node) {
     if (!node.children.empty()) {
         Json children = Json::array();
         for (const Node& child : node.children) {
-            children.push_back(node_json(child));
+            children.push_back(json_of(child));
         }
         json["children"] = std::move(children);
     }
     return json;
 }
 
-// Texts are UTF-8 already; what a table might have wrong must not stop a program.
-constexpr auto replace_bad_utf8 = Json::error_handler_t::replace;
-
-}  // namespace
-
 std::string to_json(const Node& node, int indent) {
     const Json document = {{"format", "quorrin-decode"},
                            {"version", format_version},
                            {"problems", problems_json(all_problems(node))},
-                           {"tree", node_json(node)}};
+                           {"tree", json_of(node)}};
     return document.dump(indent, ' ', false, replace_bad_utf8);
 }
 

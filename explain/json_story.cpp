@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "decode/render.hpp"
+#include "decode/json_tree.hpp"
 #include "explain/render.hpp"
 
 namespace quorrin::explain {
@@ -31,11 +31,6 @@ Json json_of(const Finding& finding) {
     return json;
 }
 
-// As in docs/schemas/decode.schema.json, under "tree".
-Json tree_of(const decode::Node& node) {
-    return Json::parse(decode::to_json(node, -1)).at("tree");
-}
-
 Json json_of(const Exchange& exchange, std::int64_t origin) {
     Json json = {{"name", exchange.name},
                  {"lines", exchange.lines},
@@ -54,10 +49,10 @@ Json json_of(const Exchange& exchange, std::int64_t origin) {
     add("status_meaning", exchange.status_meaning);
     add("status_message", exchange.status_message);
     if (!exchange.command.empty()) {
-        json["sent"] = tree_of(exchange.sent);
+        json["sent"] = decode::json_of(exchange.sent);
     }
     if (!exchange.answer.empty()) {
-        json["received"] = tree_of(exchange.received);
+        json["received"] = decode::json_of(exchange.received);
     }
     return json;
 }

@@ -538,10 +538,12 @@ Section read_configuration(const std::filesystem::path& file) {
         const std::string reason = std::generic_category().message(errno);
         throw ConfigurationMissing(file.string(), 0, "", "cannot be read: " + reason);
     }
-    // One byte more than is taken, so that what is larger shows.
-    std::string text(largest_file + 1, '\0');
-    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(stream.gcount()));
+    std::string text;
+    char part[4096];
+    while (text.size() <= largest_file && stream) {  // no further: what is larger shows already
+        stream.read(part, sizeof part);
+        text.append(part, static_cast<std::size_t>(stream.gcount()));
+    }
     return Section::from_text(text, file);
 }
 

@@ -248,8 +248,12 @@ const std::array<ProfileCard::Row, 23> ProfileCard::rows{{
 
 }  // namespace
 
+std::unique_ptr<CardDevice> card_of(CardProfile profile) {
+    return std::make_unique<ProfileCard>(std::move(profile));
+}
+
 std::unique_ptr<CardDevice> load_card(const Section& section) {
-    return std::make_unique<ProfileCard>(load_profile(section));
+    return card_of(load_profile(section));
 }
 
 std::unique_ptr<CardDevice> load_card_file(const std::filesystem::path& file) {
