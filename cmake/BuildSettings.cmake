@@ -29,6 +29,7 @@ if(QUORRIN_INSTRUMENTATION STREQUAL "sanitize")
 elseif(QUORRIN_INSTRUMENTATION STREQUAL "fuzz")
   # Clang's: the sanitizers, and the edge counters by which libFuzzer sees where an input leads.
   add_compile_options(-g1 -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+    -fsanitize-coverage-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/uncounted.list
     -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()  # coverage: the library alone counts

@@ -1,5 +1,5 @@
-// A recording from anywhere, told as text, as JSON and as a page. Head: a byte whose bits ask for what
-// is masked, mask what is not, and ask for the page; then the file's lines.
+// A recording from anywhere, told as text, as JSON or as a page. Head: a byte whose bits ask for what
+// is masked, mask what is not, and choose the form; then the file's lines.
 
 #include <sstream>
 #include <string>
@@ -51,11 +51,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const explain::Story story = explain::tell(trace, {.show_sensitive = (how & 0x01) != 0});
     check_lines(story, last);
-    fuzz::expect_plain_text(explain::to_text(story, {.details = true}));
-    if ((how & 0x04) != 0) {
-        fuzz::expect(explain::to_html(story).ends_with("</html>\n"), "a page is whole");
-    } else {
-        fuzz::expect_json(explain::to_json(story, -1));
+    switch (how >> 2 & 0x03) {
+        case 1:
+            fuzz::expect(explain::to_html(story).ends_with("</html>\n"), "a page is whole");
+            break;
+        case 2:
+            fuzz::expect_json(explain::to_json(story, -1));
+            break;
+        default:
+            fuzz::expect_plain_text(explain::to_text(story, {.details = true}));
+            break;
     }
     return 0;
 }

@@ -1,23 +1,32 @@
 // A reader file as a person may write it: a reader, or a complaint that names the place.
 
-#include <unistd.h>
+#include <stdlib.h>
+
 #include <filesystem>
-#include <fstream>
 
 #include "fuzz/support/expectation.hpp"
+#include "fuzz/support/memory_file.hpp"
 #include "reader_libraries/simulator/reader_file.hpp"
 
 namespace {
 
-// The reader file is read from a file, beside which its profiles stand.
+using namespace quorrin;
+
+const fuzz::MemoryFile& content() {
+    static const fuzz::MemoryFile file;
+    return file;
+}
+
+// A reader file's profiles stand beside it: a folder with a profile, and a link to the file in memory.
 const std::filesystem::path& place() {
     static const std::filesystem::path file = [] {
-        const auto directory = std::filesystem::temp_directory_path() /
-                               ("quorrin-reader-file-" + std::to_string(getpid()));
-        std::filesystem::create_directories(directory);
-        std::filesystem::copy(QUORRIN_PROFILES "/debit.toml", directory / "debit.toml",
-                              std::filesystem::copy_options::overwrite_existing);
-        return directory / "reader.toml";
+        auto directory =
+            (std::filesystem::temp_directory_path() / "quorrin-reader-file-XXXXXX").string();
+        fuzz::expect(mkdtemp(directory.data()) != nullptr, "a folder can be made");
+        std::filesystem::copy(QUORRIN_PROFILES "/debit.toml", directory);
+        const auto link = std::filesystem::path(directory) / "reader.toml";
+        std::filesystem::create_symlink(content().path(), link);
+        return link;
     }();
     return file;
 }
@@ -25,9 +34,7 @@ const std::filesystem::path& place() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace quorrin;
-    std::ofstream(place(), std::ios::binary)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    content().hold({data, size});
     try {
         const auto setup = simulator::read_reader_file(place());
         fuzz::expect(setup.name.size() < 32 && setup.serial.size() < 100,

@@ -1,7 +1,7 @@
 // What the recorder makes of the calls of a reader that answers anything: lines that can be read, with
-// what was called and nothing that has to be masked; then the story that is told of them, of those in
-// clear where the input has an even number of bytes. The input is a row of calls: an action and
-// slot, a pause, then
+// what was called and nothing that has to be masked; then the story that is told of them: of those in
+// clear where the input has an even number of bytes, as text where half of that number is even. The
+// input is a row of calls: an action and slot, a pause, then
 //
 //   exchange   the command behind its length, and the answer as a block (hostile_reader.hpp)
 //   power-on   the answer to reset as a block
@@ -133,10 +133,13 @@ void check_line(const trace::Entry& entry, const Call& call, bool clear) {
     }
 }
 
-void check_story(const trace::Trace& trace) {
+void check_story(const trace::Trace& trace, bool as_text) {
     const explain::Story story = explain::tell(trace);
-    fuzz::expect_plain_text(explain::to_text(story, {.details = true}));
-    fuzz::expect_json(explain::to_json(story, -1));
+    if (as_text) {
+        fuzz::expect_plain_text(explain::to_text(story, {.details = true}));
+    } else {
+        fuzz::expect_json(explain::to_json(story, -1));
+    }
 }
 
 }  // namespace
@@ -154,6 +157,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                          masked_later.entries[i].answer == masked.entries[i].answer,
                      "masking later hides what masking at once hides");
     }
-    check_story(size % 2 == 0 ? clear : masked);
+    check_story(size % 2 == 0 ? clear : masked, size / 2 % 2 == 0);
     return 0;
 }

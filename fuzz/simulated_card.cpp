@@ -8,6 +8,7 @@
 #include "fuzz/support/expectation.hpp"
 #include "fuzz/support/fuzz_input.hpp"
 #include "reader_libraries/simulator/card/profile_card.hpp"
+#include "reader_libraries/simulator/card/profile_loading.hpp"
 
 namespace {
 
@@ -17,23 +18,24 @@ using namespace quorrin;
 constexpr std::uint8_t power_again = 0;
 
 // Each profile is read once: a card is made of it for every input.
-const std::vector<Section>& profiles() {
-    static const std::vector<Section> sections = [] {
-        std::vector<Section> read;
+const std::vector<simulator::CardProfile>& profiles() {
+    static const std::vector<simulator::CardProfile> all = [] {
+        std::vector<simulator::CardProfile> read;
         for (const char* name : {"debit", "credit", "gm", "two_applications", "old", "quick",
                                  "full", "international"}) {
-            read.push_back(read_configuration(std::string(QUORRIN_PROFILES "/") + name + ".toml"));
+            read.push_back(simulator::load_profile(
+                read_configuration(std::string(QUORRIN_PROFILES "/") + name + ".toml")));
         }
         return read;
     }();
-    return sections;
+    return all;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::FuzzInput input(data, size);
-    const auto card = simulator::load_card(profiles()[input.byte() % profiles().size()]);
+    const auto card = simulator::card_of(profiles()[input.byte() % profiles().size()]);
     fuzz::expect(!card->power_on().empty(), "a card answers to reset");
     while (!input.at_end()) {
         const std::uint8_t length = input.byte();

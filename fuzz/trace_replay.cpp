@@ -133,6 +133,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 recorded.push_back(&entry);
             }
         }
+        // Each card reads the file: of the slots without calls, one is enough.
+        if (recorded.empty() && slot != size % slots::slot_count) {
+            continue;
+        }
         try {
             const auto card = simulator::load_trace_card(file.path(), slot);
             fuzz::expect(!recorded.empty(), "a slot without calls has no card");
