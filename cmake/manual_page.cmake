@@ -16,6 +16,11 @@ execute_process(COMMAND ${lowdown} -s -Tman -o ${page} ${page}.md COMMAND_ERROR_
 # A heading stands on the line of its macro, where programs that list manual pages look for it.
 file(READ ${page} troff)
 string(REGEX REPLACE "(\n\\.S[HS])\n" "\\1 " troff "${troff}")
+# Names are to be typed as they stand, and narrow cells cannot be spread: no hyphens, no adjusting.
+string(REGEX REPLACE "(\n\\.TH [^\n]*\n)" "\\1.nr HY 0\n.ad l\n" troff "${troff}")
+# What a table has to tell stands in its last column, which gets the room that is left.
+string(REPLACE "tab(|) expand allbox;" "tab(|) allbox;" troff "${troff}")
+string(REGEX REPLACE "\n(l[l ]*)\\.\n" "\n\\1x.\n" troff "${troff}")
 # The first line asks man for the table preprocessor.
 if(troff MATCHES "\n\\.TS")
   string(PREPEND troff "'\\\" t\n")
