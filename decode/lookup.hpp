@@ -48,6 +48,9 @@ struct ResultCode {
 };
 ResultCode result_code(std::int64_t code);
 
+// What an authorisation response code (8A) means: "51", "Y3". Empty for a network's own.
+std::string_view response_code_meaning(std::string_view code);
+
 // English names by ISO number or code, empty when unknown.
 std::string_view country_name(std::uint16_t numeric);   // 156: BCD 0156 read as a decimal number
 std::string_view country_name(std::string_view alpha);  // "CN", "CHN"

@@ -339,14 +339,17 @@ void tell_response_code(const Reading&, Value value, Node& node) {
         node.text = "not given";
         return;
     }
-    for (const ResponseRow& row : response_codes) {
-        if (row.code == code) {
-            node.text = quoted(value.bytes) + " " + std::string(row.text);
-            return;
-        }
-    }
     node.text = quoted(value.bytes);
-    node.note = "the network's own code";
+    if (const std::string_view meaning = response_code_meaning(code); !meaning.empty()) {
+        node.text += " " + std::string(meaning);
+    } else {
+        node.note = "the network's own code";
+    }
+}
+
+std::string_view response_code_meaning(std::string_view code) {
+    const auto* const row = std::ranges::find(response_codes, code, &ResponseRow::code);
+    return row != std::end(response_codes) ? row->text : std::string_view();
 }
 
 void tell_code_table(const Reading&, Value value, Node& node) {

@@ -1,5 +1,6 @@
 // What is wrong with the bank's answer.
 
+#include "explain/endings.hpp"
 #include "explain/fault_rules.hpp"
 
 namespace quorrin::explain {
@@ -15,7 +16,28 @@ void scripts_refused(const Context& context, const Report& report) {
     }
 }
 
+void declined(const Context& context, const Report& report, bool by_code) {
+    for (const StepKind kind : {StepKind::IssuerAuthentication, StepKind::SecondCryptogram}) {
+        const auto told =
+            declines_at(context.visit, kind) ? authorisation_of(context.visit) : std::nullopt;
+        if (told && told->party == Decision::Party::Bank && by_code != told->code.empty()) {
+            report.at(kind, by_code ? std::string(name_of(told->result)) + ": " + told->words()
+                                    : told->words());
+        }
+    }
+}
+
+void declined_by_code(const Context& context, const Report& report) {
+    declined(context, report, true);
+}
+
+void declined_by_status_update(const Context& context, const Report& report) {
+    declined(context, report, false);
+}
+
 constexpr Rule rules[] = {
+    {Severity::Refusal, Party::Bank, "EMV book 4, annex A6", declined_by_code},
+    {Severity::Refusal, Party::Bank, "EMV book 3, annex C10", declined_by_status_update},
     {Severity::Warning, Party::Bank, "EMV book 3, 10.10", scripts_refused},
 };
 

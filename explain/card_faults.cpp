@@ -28,13 +28,15 @@ void fci_without_name(const Context& context, const Report& report) {
         if (data.empty() || data.bytes[0] != 0x6F) {
             report.at(told, "the answer to SELECT is no file control information template (6F)");
         } else if (!objects.has(0x84)) {
-            report.at(told, "the file control information has no DF name (84)");
+            report.at(told, "the file control information has no application name (DF name, 84)");
         } else {
             const Bytes name = objects.bytes(0x84);
             const trace::MaskedBytes asked = told.call.command_data();
             if (name.size() < asked.size() ||
                 !std::equal(asked.bytes.begin(), asked.bytes.end(), name.begin())) {
-                report.at(told, "the DF name (84) does not begin with what was selected");
+                report.at(
+                    told,
+                    "the application name (DF name, 84) does not begin with what was selected");
             }
         }
     }
@@ -139,9 +141,9 @@ void missing_authentication_data(const Context& context, const Report& report) {
         }
         for (const std::uint32_t tag : claim.needs) {
             if (!context.visit.card.has(tag)) {
-                report.at(StepKind::Records, std::string("the profile (82) claims ") +
-                                                 claim.method + ", but " + named(tag) +
-                                                 " is missing");
+                report.at(StepKind::Records,
+                          std::string("the application's abilities (82) claim ") + claim.method +
+                              ", but " + named(tag) + " is missing");
                 break;
             }
         }
@@ -194,10 +196,9 @@ void more_than_asked(const Context& context, const Report& report) {
         // P1 asks for 00 AAC, 40 TC, 80 ARQC; the order of decisions is AAC, ARQC, TC.
         constexpr std::array<unsigned, 4> rank = {0, 2, 1, 1};
         if (rank[*cid >> 6] > rank[told.call.header(2) >> 6]) {
-            report.at(told, "the card answers with a " + std::string(cryptogram_name(*cid >> 6)) +
-                                " where a " +
-                                std::string(cryptogram_name(told.call.header(2) >> 6)) +
-                                " was asked for");
+            report.at(told, "the card answers with " + cryptogram_words(*cid >> 6) +
+                                " where it was asked for " +
+                                cryptogram_words(asked_cryptogram(told.call)));
         }
     }
 }

@@ -70,9 +70,23 @@ inline bool all_are(Bytes bytes, std::uint8_t value) {
            std::ranges::all_of(bytes, [value](std::uint8_t byte) { return byte == value; });
 }
 
+// Names that say nothing to a newcomer get a few words more.
 inline std::string named(std::uint32_t tag) {
+    struct Words {
+        std::uint32_t tag;
+        std::string_view text;
+    };
+    constexpr Words words[] = {
+        {0x9F38, ", the data that the card asks for first"},
+        {0x8C, ", the data that the card asks for with its first cryptogram"},
+        {0x8D, ", the data that the card asks for with its second cryptogram"},
+        {0x95, ", what the terminal found amiss"},
+        {0x9B, ", what the terminal has done"},
+    };
+    const auto* const row = std::ranges::find(words, tag, &Words::tag);
     const std::string_view name = decode::element_name(tag);
-    return decode::tag_text(tag) + (name.empty() ? "" : " (" + std::string(name) + ")");
+    return decode::tag_text(tag) + (name.empty() ? "" : " (" + std::string(name)) +
+           (row != std::end(words) ? std::string(row->text) : "") + (name.empty() ? "" : ")");
 }
 
 }  // namespace quorrin::explain

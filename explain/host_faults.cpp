@@ -147,8 +147,9 @@ void authenticated_unasked(const Context& context, const Report& report) {
     constexpr std::uint8_t issuer_authentication = 0x04;
     if (profile.size() == 2 && (profile[0] & issuer_authentication) == 0 &&
         context.visit.has(StepKind::IssuerAuthentication)) {
-        report.at(StepKind::IssuerAuthentication,
-                  "EXTERNAL AUTHENTICATE although the profile (82) does not offer it");
+        report.at(
+            StepKind::IssuerAuthentication,
+            "EXTERNAL AUTHENTICATE although the application's abilities (82) do not offer it");
     }
 }
 

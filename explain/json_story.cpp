@@ -61,6 +61,9 @@ Json json_of(const Step& step, std::int64_t origin) {
     Json json = {{"title", step.title},          {"outcome", step.outcome},
                  {"failed", step.failed},        {"line", step.line},
                  {"at_us", step.began - origin}, {"duration_ns", step.duration}};
+    if (!step.passed_over.empty()) {
+        json["passed_over"] = step.passed_over;
+    }
     json["findings"] = Json::array();
     for (const Finding& finding : step.findings) {
         json["findings"].push_back(json_of(finding));
@@ -68,6 +71,17 @@ Json json_of(const Step& step, std::int64_t origin) {
     json["exchanges"] = Json::array();
     for (const Exchange& exchange : step.exchanges) {
         json["exchanges"].push_back(json_of(exchange, origin));
+    }
+    return json;
+}
+
+Json json_of(const Decision& decision) {
+    Json json = {{"by", name_of(decision.party)}, {"result", name_of(decision.result)}};
+    if (!decision.code.empty()) {
+        json["code"] = decision.code;
+    }
+    if (!decision.meaning.empty()) {
+        json["meaning"] = decision.meaning;
     }
     return json;
 }
@@ -81,6 +95,9 @@ Json json_of(const Transaction& told) {
                  {"ended", told.ended},           {"span_us", told.span},
                  {"card_ns", told.at_card},       {"card", json_of(told.card)},
                  {"asked", json_of(told.asked)},  {"time", json_of(told.time)}};
+    if (told.decision) {
+        json["decision"] = json_of(*told.decision);
+    }
     json["steps"] = Json::array();
     for (const Step& step : told.steps) {
         json["steps"].push_back(json_of(step, told.began));

@@ -4,6 +4,8 @@
 
 #include "decode/lookup.hpp"
 #include "decode/reading.hpp"
+#include "explain/endings.hpp"
+#include "explain/passed_over.hpp"
 #include "explain/visit.hpp"
 
 namespace quorrin::explain {
@@ -35,6 +37,9 @@ std::string label_of(const Visit& visit) {
 }
 
 std::string directory_outcome(const Step& step) {
+    if (step.exchanges.front().status == "6A82") {
+        return "none on this card (6A82)";
+    }
     if (!step.exchanges.front().ok) {
         return refusal(step.exchanges.front());
     }
@@ -73,14 +78,33 @@ std::string records_outcome(const Step& step) {
     return outcome;
 }
 
+// "cardholder verification, terminal risk management", as the decoder has it.
+std::string abilities_text(std::span<const std::uint8_t> profile) {
+    std::string text;
+    for (const decode::Node& flag : decode::element(0x82, profile).children) {
+        std::string ability = flag.text;
+        for (const std::string_view end : {" supported", " to be performed"}) {
+            ability.resize(std::min(ability.find(end), ability.size()));
+        }
+        if (flag.kind != decode::NodeKind::Flag || ability == "reserved" || ability.empty()) {
+            continue;
+        }
+        const bool begins_a_word = ability.size() > 1 && ability[1] >= 'a';
+        if (begins_a_word) {
+            ability[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(ability[0])));
+        }
+        text += (text.empty() ? "" : ", ") + ability;
+    }
+    return text.empty() ? "none" : text;
+}
+
 std::string processing_options_outcome(const Visit& visit, const Step& step) {
     const Exchange& last = step.exchanges.back();
     if (!last.ok) {
         return refusal(last);
     }
     if (visit.quick && visit.first_cryptogram) {
-        return "answered with its cryptogram: " +
-               std::string(cryptogram_name(*visit.first_cryptogram));
+        return "answered with its cryptogram: " + cryptogram_words(*visit.first_cryptogram);
     }
     const auto locator = visit.card.bytes(0x94);
     std::size_t records = 0;
@@ -89,11 +113,13 @@ std::string processing_options_outcome(const Visit& visit, const Step& step) {
             records += static_cast<std::size_t>(locator[at + 2] - locator[at + 1] + 1);
         }
     }
-    return "profile " + decode::hex(visit.card.bytes(0x82)) + ", " + counted(records, "record") +
-           " to read";
+    const auto profile = visit.card.bytes(0x82);
+    return "application's abilities " + decode::hex(profile) + ": " + abilities_text(profile) +
+           "; " + counted(records, "record") + " to read";
 }
 
-std::string cryptogram_outcome(const Visit& visit, const Step& step, std::optional<unsigned> type) {
+std::string cryptogram_outcome(const Visit& visit, const Step& step, const ToldCall& told,
+                               std::optional<unsigned> type) {
     const Exchange& last = step.exchanges.back();
     if (!last.ok) {
         return refusal(last);
@@ -104,18 +130,22 @@ std::string cryptogram_outcome(const Visit& visit, const Step& step, std::option
     constexpr std::string_view meaning[] = {"declined by the card", "approved by the card",
                                             "the card asks for online authorisation",
                                             "the card asks for a referral"};
+    const bool as_asked = *type == Aac && asked_cryptogram(told.call) == Aac;
     std::string outcome =
-        std::string(cryptogram_name(*type)) + ": " + std::string(meaning[*type & 0x03]);
+        std::string(cryptogram_name(*type)) + ": " +
+        (as_asked ? "declined, as the terminal asked" : std::string(meaning[*type & 0x03]));
     if (const auto counter = visit.card.bytes(0x9F36); counter.size() == 2) {
         outcome += ", transaction " + std::to_string(counter[0] << 8 | counter[1]);
     }
     return outcome;
 }
 
-std::string issuer_authentication_outcome(const Step& step) {
+std::string issuer_authentication_outcome(const Visit& visit, const Step& step) {
     const Exchange& last = step.exchanges.back();
-    return last.ok                 ? "the card takes the bank's answer for right"
-           : last.status == "6300" ? "the card takes the bank's answer for wrong (6300)"
+    const auto told = authorisation_of(visit);
+    const std::string said = told ? " (" + told->words() + ")" : std::string();
+    return last.ok                 ? "the card takes the bank's answer" + said + " for right"
+           : last.status == "6300" ? "the card takes the bank's answer" + said + " for wrong (6300)"
                                    : refusal(last);
 }
 
@@ -123,6 +153,30 @@ std::string scripts_outcome(const Step& step) {
     const auto done = static_cast<std::size_t>(std::ranges::count_if(
         step.exchanges, [](const Exchange& exchange) { return exchange.ok; }));
     return std::to_string(done) + " of " + counted(step.exchanges.size(), "command") + " taken";
+}
+
+// GET DATA: elements that the card does not have are no failure of it.
+std::string card_data_outcome(const Step& step) {
+    constexpr std::string_view read = "GET DATA ";
+    std::vector<std::string> missing;
+    for (const Exchange& exchange : step.exchanges) {
+        if (exchange.status == "6A88" && exchange.name.starts_with(read)) {
+            missing.push_back(exchange.name.substr(read.size()));
+        } else if (!exchange.ok) {
+            return exchange.name + " " + refusal(exchange);
+        }
+    }
+    if (missing.empty()) {
+        return step.exchanges.size() == 1 ? step.exchanges.front().name
+                                          : counted(step.exchanges.size(), "element") + " read";
+    }
+    const std::size_t done = step.exchanges.size() - missing.size();
+    std::string outcome = done > 0 ? counted(done, "element") + " read; " : std::string();
+    outcome += "not on this card: ";
+    for (const std::string& name : missing) {
+        outcome += (&name == &missing.front() ? "" : "; ") + name;
+    }
+    return outcome;
 }
 
 std::string plain_outcome(const Step& step) {
@@ -174,9 +228,13 @@ void tell_outcomes(Visit& visit) {
     for (std::size_t index = 0; index < visit.steps.size(); ++index) {
         Step& step = visit.steps[index];
         const std::vector<const ToldCall*> calls = calls_of_step(visit, index);
-        step.failed = std::ranges::any_of(step.exchanges, [&step](const Exchange& exchange) {
-            return !exchange.ok && !is_expected_refusal(step.kind, exchange);
-        });
+        for (std::size_t i = 0; i < calls.size(); ++i) {
+            const Exchange& exchange = step.exchanges[i];
+            step.failed =
+                step.failed || (!exchange.ok && !is_expected_refusal(step.kind, exchange) &&
+                                ended_something(visit, *calls[i]));
+        }
+        step.passed_over = passed_over(visit, calls);
         switch (step.kind) {
             case StepKind::Connection: {
                 const trace::Entry& entry = *calls.front()->call.entry;
@@ -202,15 +260,19 @@ void tell_outcomes(Visit& visit) {
                 step.outcome = records_outcome(step);
                 break;
             case StepKind::FirstCryptogram:
-                step.outcome = cryptogram_outcome(visit, step, visit.first_cryptogram);
+                step.outcome =
+                    cryptogram_outcome(visit, step, *calls.back(), visit.first_cryptogram);
                 step.failed = step.failed || visit.first_cryptogram == Aac;
                 break;
             case StepKind::SecondCryptogram:
-                step.outcome = cryptogram_outcome(visit, step, visit.second_cryptogram);
-                step.failed = step.failed || visit.second_cryptogram == Aac;
+                step.outcome =
+                    cryptogram_outcome(visit, step, *calls.back(), visit.second_cryptogram);
+                step.failed =
+                    step.failed || visit.second_cryptogram == Aac || declines_at(visit, step.kind);
                 break;
             case StepKind::IssuerAuthentication:
-                step.outcome = issuer_authentication_outcome(step);
+                step.outcome = issuer_authentication_outcome(visit, step);
+                step.failed = step.failed || declines_at(visit, step.kind);
                 break;
             case StepKind::IssuerScripts:
                 step.outcome = scripts_outcome(step);
@@ -219,6 +281,8 @@ void tell_outcomes(Visit& visit) {
                 step.outcome = log_outcome(step);
                 break;
             case StepKind::CardData:
+                step.outcome = card_data_outcome(step);
+                break;
             case StepKind::HolderVerification:
             case StepKind::CardAuthentication:
             case StepKind::OtherCommands:

@@ -69,20 +69,33 @@ struct Exchange {
 
 struct Step {
     StepKind kind = StepKind::OtherCommands;
-    std::string title;    // "Application selection"
-    std::string outcome;  // one line: what came of it
-    bool failed = false;
+    std::string title;       // "Application selection"
+    std::string outcome;     // one line: what came of it
+    bool failed = false;     // the transaction or the host's way ended here
     std::size_t line = 0;    // first of the trace
     std::int64_t began = 0;  // microseconds since 1970, UTC
     std::int64_t ended = 0;
     std::int64_t duration = 0;  // nanoseconds, at the reader
     std::vector<Exchange> exchanges;
+    std::vector<std::string> passed_over;  // what it met on its way and went on, a line each
     std::vector<Finding> findings;
 };
 
 struct Fact {
     std::string name;  // "Card number"
     std::string value;
+};
+
+// Who had the last word of a transaction, and what it was.
+struct Decision {
+    enum class Party : std::uint8_t { Card, Bank, Terminal };
+    // Referred: whoever stands at the terminal is to ask the bank.
+    enum class Result : std::uint8_t { Approved, Declined, Referred };
+
+    Party party = Party::Card;
+    Result result = Result::Declined;
+    std::string code;     // authorisation response code, "51"; empty where none decided
+    std::string meaning;  // of the code, "Not sufficient funds"; empty for a network's own
 };
 
 struct Transaction {
@@ -94,9 +107,10 @@ struct Transaction {
     std::string slot;
     std::size_t first_line = 0;
     std::size_t last_line = 0;
-    bool complete = false;  // came to its end, whatever that was
-    bool failed = false;    // ended by a refusal or a failure
-    std::string ended;      // "Approved: the card took the bank's answer"
+    bool complete = false;             // came to its end, whatever that was
+    bool failed = false;               // ended by a refusal or a failure
+    std::string ended;                 // "declined by the bank: 51, Not sufficient funds"
+    std::optional<Decision> decision;  // none where nobody decided, or it was not recorded
     std::vector<Fact> card;
     std::vector<Fact> asked;
     std::vector<Fact> time;    // where it went
@@ -126,5 +140,7 @@ Story tell(const trace::Trace& recording, const Options& options = {});
 std::string_view title_of(StepKind kind);
 std::string_view name_of(Finding::Severity severity);  // "warning"
 std::string_view name_of(Finding::Party party);        // "card"
+std::string_view name_of(Decision::Party party);       // "bank"
+std::string_view name_of(Decision::Result result);     // "declined"
 
 }  // namespace quorrin::explain

@@ -5,6 +5,7 @@
 
 #include "decode/lookup.hpp"
 #include "decode/reading.hpp"
+#include "explain/endings.hpp"
 #include "explain/times.hpp"
 #include "explain/visit.hpp"
 
@@ -99,123 +100,6 @@ std::vector<Fact> asked_facts(const Visit& visit, const Options& options) {
     add(facts, "Terminal's country", told(visit, visit.terminal, 0x9F1A, options));
     add(facts, "Merchant", told(visit, visit.terminal, 0x9F4E, options));
     return facts;
-}
-
-const ToldCall* last_exchange(const Visit& visit) {
-    const auto found = std::find_if(visit.calls.rbegin(), visit.calls.rend(),
-                                    [](const ToldCall& told) { return told.call.is_exchange(); });
-    return found != visit.calls.rend() ? &*found : nullptr;
-}
-
-struct Ending {
-    std::string text;
-    bool complete = true;
-    bool failed = false;
-};
-
-std::string refusal_text(const Call& call) {
-    const auto word = decode::status_word(static_cast<std::uint8_t>(call.status() >> 8),
-                                          static_cast<std::uint8_t>(call.status()));
-    return decode::hex(std::span(call.answer.bytes).last(2)) + ", " + word.meaning;
-}
-
-Ending online_ending(const Visit& visit) {
-    const ToldCall* authentication = visit.last(StepKind::IssuerAuthentication);
-    std::string scripts;
-    if (const std::size_t count = visit.count(StepKind::IssuerScripts); count > 0) {
-        const auto done = std::ranges::count_if(visit.calls, [](const ToldCall& told) {
-            return told.kind == StepKind::IssuerScripts && told.call.status() == 0x9000;
-        });
-        scripts = "; " + std::to_string(done) + " of " + std::to_string(count) +
-                  " issuer script commands taken";
-    }
-    if (authentication == nullptr) {
-        return {scripts.empty()
-                    ? "the card asked for online authorisation; no answer of the bank came to it"
-                    : "the card asked for online authorisation" + scripts,
-                !scripts.empty(), false};
-    }
-    if (!authentication->call.has_status()) {
-        return {"the card did not answer to the bank's authentication", false, true};
-    }
-    const bool accepted = authentication->call.status() == 0x9000;
-    return {(accepted ? "online: the card took the bank's answer for right"
-             : authentication->call.status() == 0x6300
-                 ? "online: the card took the bank's answer for wrong"
-                 : "online: the card refused the bank's answer, " +
-                       refusal_text(authentication->call)) +
-                scripts,
-            true, !accepted};
-}
-
-Ending cryptogram_ending(const Visit& visit) {
-    if (visit.second_cryptogram) {
-        return *visit.second_cryptogram == Tc
-                   ? Ending{"approved: the card gave a TC"}
-                   : Ending{"declined: the card gave an AAC", true, true};
-    }
-    switch (*visit.first_cryptogram) {
-        case Aac:
-            return {"declined by the card (AAC)", true, true};
-        case Tc:
-            return {"approved offline by the card (TC)"};
-        default:
-            return visit.quick ? Ending{"the card asked for online authorisation (ARQC); its part "
-                                        "ends there"}
-                               : online_ending(visit);
-    }
-}
-
-Ending ending_of(const Visit& visit) {
-    const ToldCall* last = last_exchange(visit);
-    if (last == nullptr) {
-        const ToldCall* power = visit.last(StepKind::PowerOn);
-        const ToldCall& any = power != nullptr ? *power : visit.calls.back();
-        return any.call.entry->success
-                   ? Ending{"no command was sent", false, false}
-                   : Ending{any.call.result_name + " (" + std::to_string(any.call.result) + ")",
-                            true, true};
-    }
-    const bool no_answer = !last->call.has_status();
-    if (no_answer) {
-        const std::string meaning(decode::result_code(last->call.result).meaning);
-        return {"stops at " + std::string(title_of(last->kind)) + ": " +
-                    (meaning.empty() ? last->call.result_name : meaning) + " (" +
-                    std::to_string(last->call.result) + ")",
-                false, true};
-    }
-    if (visit.first_cryptogram) {
-        return cryptogram_ending(visit);
-    }
-    const bool refused = last->call.status() != 0x9000;
-    const bool file_ended = last->call.status() == 0x6A83;
-    switch (last->kind) {
-        case StepKind::FirstCryptogram:
-            return {"the card gave no cryptogram: " +
-                        (refused ? refusal_text(last->call) : std::string("its answer holds none")),
-                    true, true};
-        case StepKind::ProcessingOptions:
-            return refused ? Ending{"refused at processing options: " + refusal_text(last->call),
-                                    true, true}
-                           : Ending{"stops after processing options", false, false};
-        case StepKind::Selection:
-            return refused && last->call.status() != 0x6283
-                       ? Ending{"refused at selection: " + refusal_text(last->call), true, true}
-                       : Ending{"stops after selection", false, false};
-        case StepKind::Log:
-            return refused && !file_ended
-                       ? Ending{"the log was refused: " + refusal_text(last->call), true, true}
-                       : Ending{"the log was read"};
-        case StepKind::Directory:
-            return {"the directory was read", true, false};
-        case StepKind::Records:
-        case StepKind::CardData:
-            return {"the card's data were read"};
-        default:
-            return refused ? Ending{"the last command was refused: " + refusal_text(last->call),
-                                    true, true}
-                           : Ending{"all commands were answered"};
-    }
 }
 
 std::string title_of_visit(const Visit& visit) {
@@ -324,9 +208,12 @@ Transaction summarise(Visit visit, const Options& options) {
     transaction.terminal = first.terminal;
     transaction.session = first.session;
     transaction.process = first.process;
+    bool slot_is_found = false;
     for (const ToldCall& told : visit.calls) {
-        if (transaction.slot.empty()) {
+        // The slot of the card, where a search for it came by others.
+        if (transaction.slot.empty() || (told.call.is_exchange() && !slot_is_found)) {
             transaction.slot = told.call.entry->slot_name;
+            slot_is_found = told.call.is_exchange();
         }
         transaction.last_line = std::max(transaction.last_line, told.call.lines.back());
         transaction.at_card = sum(transaction.at_card, told.call.duration);
@@ -338,6 +225,7 @@ Transaction summarise(Visit visit, const Options& options) {
     transaction.ended = std::move(ending.text);
     transaction.complete = ending.complete;
     transaction.failed = ending.failed;
+    transaction.decision = std::move(ending.decision);
     transaction.card = card_facts(visit, options);
     transaction.asked = asked_facts(visit, options);
     transaction.time = time_facts(visit);

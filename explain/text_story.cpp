@@ -1,5 +1,6 @@
 // Stories in a terminal: the summary, then a line for each step, warnings below it.
 
+#include <algorithm>
 #include <cstdio>
 
 #include "decode/render.hpp"
@@ -62,19 +63,33 @@ std::string lines_text(const std::vector<std::size_t>& lines) {
                : "lines " + std::to_string(lines.front()) + "-" + std::to_string(lines.back());
 }
 
+bool has_warning(const Step& step) {
+    return std::ranges::any_of(step.findings, [](const Finding& finding) {
+        return finding.severity >= Severity::Warning;
+    });
+}
+
+// What the marks before the steps mean, where there are any.
+std::string legend(const std::vector<Step>& steps) {
+    const bool ended = std::ranges::any_of(steps, &Step::failed);
+    const bool amiss = std::ranges::any_of(
+        steps, [](const Step& step) { return !step.failed && has_warning(step); });
+    std::string text = ended ? "x: ended here" : "";
+    text += amiss ? (ended ? ", !: not as it should be" : "!: not as it should be") : "";
+    return text.empty() ? text : std::string(20, ' ') + text;
+}
+
 class Writer {
   public:
     explicit Writer(const TextStyle& style) : style_(style), colours_(colours_of(style)) {}
 
     std::string whole(const Story& story) {
         text_ += std::string(colours_.bold) + (story.file.empty() ? "trace" : story.file) +
-                 colours_.off + ": " + std::to_string(story.lines) + " lines, " +
+                 colours_.off + ": " + std::to_string(story.lines) +
+                 (story.lines == 1 ? " line, " : " lines, ") +
                  std::to_string(story.transactions.size()) +
                  (story.transactions.size() == 1 ? " transaction\n" : " transactions\n");
-        for (const trace::Problem& problem : story.problems) {
-            text_ += std::string(colours_.bad) + "  line " + std::to_string(problem.line) + ": " +
-                     problem.reason + colours_.off + "\n";
-        }
+        problems(story.problems);
         for (std::size_t i = 0; i < story.transactions.size(); ++i) {
             transaction(i + 1, story.transactions[i]);
         }
@@ -82,6 +97,19 @@ class Writer {
     }
 
   private:
+    void problems(const std::vector<trace::Problem>& problems) {
+        constexpr std::size_t most = 3;
+        for (std::size_t i = 0; i < std::min(most, problems.size()); ++i) {
+            text_ += std::string(colours_.bad) + "  line " + std::to_string(problems[i].line) +
+                     ": " + problems[i].reason + colours_.off + "\n";
+        }
+        if (problems.size() > most) {
+            text_ += std::string(colours_.bad) + "  and " + std::to_string(problems.size() - most) +
+                     (problems.size() == most + 1 ? " more line" : " more lines") +
+                     " that cannot be read" + colours_.off + "\n";
+        }
+    }
+
     void facts(const char* heading, const std::vector<Fact>& facts) {
         constexpr std::size_t heading_width = 8;
         constexpr std::size_t name_width = 22;
@@ -114,8 +142,8 @@ class Writer {
         facts("Card", told.card);
         facts("Asked", told.asked);
         facts("Time", told.time);
-        text_ +=
-            std::string("\n") + colours_.dim + "      at ms    took ms  step" + colours_.off + "\n";
+        text_ += std::string("\n") + colours_.dim + "      at ms    took ms  step" +
+                 legend(told.steps) + colours_.off + "\n";
         for (const Step& step : told.steps) {
             this->step(told, step);
         }
@@ -124,11 +152,20 @@ class Writer {
     void step(const Transaction& told, const Step& step) {
         constexpr std::size_t title_width = 24;
         constexpr std::size_t text_column = 24;
-        text_ += " " + std::string(step.failed ? colours_.bad : "") + (step.failed ? "x" : " ") +
+        const bool is_amiss = has_warning(step);
+        const char* mark_colour = step.failed ? colours_.bad : is_amiss ? colours_.warning : "";
+        text_ += " " + std::string(mark_colour) +
+                 (step.failed ? "x"
+                  : is_amiss  ? "!"
+                              : " ") +
                  colours_.off + number(static_cast<double>(step.began - told.began) / 1e3, 9, 1) +
                  number(static_cast<double>(step.duration) / 1e6, 11, 3) + "  " + colours_.bold +
                  padded(step.title, title_width) + colours_.off +
                  wrapped(step.outcome, text_column + title_width, style_.width) + "\n";
+        for (const std::string& words : step.passed_over) {
+            text_ += std::string(text_column, ' ') + wrapped(words, text_column + 2, style_.width) +
+                     "\n";
+        }
         for (const Finding& finding : step.findings) {
             const char* colour = finding.severity >= Severity::Refusal   ? colours_.bad
                                  : finding.severity == Severity::Warning ? colours_.warning

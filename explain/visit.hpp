@@ -31,6 +31,9 @@ struct Visit {
     decode::Kernel kernel = decode::Kernel::Unknown;
     std::optional<unsigned> first_cryptogram;  // CID type 0 AAC, 1 TC, 2 ARQC, 3 AAR
     std::optional<unsigned> second_cryptogram;
+    std::size_t last_answered_line = 0;  // a card was found, or answered that all is well
+    std::size_t last_selected_line = 0;  // an application, blocked ones too
+    bool exchanged = false;
     bool quick = false;  // the cryptogram came with the processing options
 
     const ToldCall* first(StepKind kind) const;
@@ -49,10 +52,16 @@ RecordPlace record_place(const Call& call);
 // The cryptogram type in cryptogram information data (EMV book 3, table 14).
 enum CryptogramType : std::uint8_t { Aac = 0, Tc = 1, Arqc = 2, Aar = 3 };
 std::string_view cryptogram_name(unsigned type);
+std::string cryptogram_words(unsigned type);  // "ARQC (asks the bank)"
 
 // Cryptogram information data of an answer to GENERATE AC (or to quick GET PROCESSING OPTIONS), in both
 // formats.
 std::optional<std::uint8_t> cryptogram_information(const Call& call);
+
+// The type that a GENERATE AC asks for (EMV book 3, 6.5.5.2).
+inline unsigned asked_cryptogram(const Call& call) {
+    return static_cast<unsigned>(call.header(2) >> 6);
+}
 
 // Splits the entries of a trace into visits and their calls into steps, and decodes each.
 std::vector<Visit> visits_of(const trace::Trace& trace, const Options& options);

@@ -108,16 +108,19 @@ StepKind kind_of(const Visit& visit, const Call& call) {
     return kind_of_exchange(visit, call);
 }
 
+// A host that looks for a card has met none yet: only slots that it powered in vain.
+bool still_searches(const Visit& visit) {
+    return visit.has(StepKind::PowerOn) && visit.last_answered_line == 0 && !visit.exchanged;
+}
+
 // A new application selection after the card went beyond selection is a new transaction of the host, and
 // so is a card that is powered anew or gone back to.
 bool begins_anew(const Visit& visit, const Call& call) {
-    const bool has_exchanged = std::ranges::any_of(
-        visit.calls, [](const ToldCall& told) { return told.call.is_exchange(); });
     if (call.entry->action == trace::Action::Open) {
-        return visit.has(StepKind::PowerOn) || has_exchanged;
+        return visit.has(StepKind::PowerOn) || visit.exchanged;
     }
     if (call.entry->action == trace::Action::PowerOn) {
-        return has_exchanged || visit.has(StepKind::PowerOff);
+        return visit.exchanged || visit.has(StepKind::PowerOff);
     }
     if (!call.is_exchange() || call.header(1) != select || call.header(2) != 0x04) {
         return false;
@@ -350,6 +353,21 @@ Exchange exchange_of(const Visit& visit, const ToldCall& told, const Options& op
     return exchange;
 }
 
+void note_success(Visit& visit, const ToldCall& told) {
+    const std::size_t line = told.call.lines.front();
+    visit.exchanged = visit.exchanged || told.call.is_exchange();
+    const bool selected = told.kind == StepKind::Selection &&
+                          (told.call.status() == 0x9000 || told.call.status() == 0x6283);
+    if (selected) {
+        visit.last_selected_line = line;
+    }
+    if (selected ||
+        (told.call.is_exchange() ? told.call.status() == 0x9000
+                                 : told.kind == StepKind::PowerOn && told.call.entry->success)) {
+        visit.last_answered_line = line;
+    }
+}
+
 void add_call(Visit& visit, Call call, const Options& options) {
     ToldCall told{std::move(call), StepKind::OtherCommands, 0};
     told.kind = kind_of(visit, told.call);
@@ -366,6 +384,7 @@ void add_call(Visit& visit, Call call, const Options& options) {
     step.ended = told.call.ended;
     step.duration = sum(step.duration, told.call.duration);
     take_answer(visit, told);
+    note_success(visit, told);
     step.exchanges.push_back(exchange_of(visit, told, options));
     visit.calls.push_back(std::move(told));
 }
@@ -401,6 +420,12 @@ RecordPlace record_place(const Call& call) {
 std::string_view cryptogram_name(unsigned type) {
     constexpr std::string_view names[] = {"AAC", "TC", "ARQC", "AAR"};
     return names[type & 0x03];
+}
+
+std::string cryptogram_words(unsigned type) {
+    constexpr std::string_view words[] = {" (declines)", " (approves)", " (asks the bank)",
+                                          " (asks for a referral)"};
+    return std::string(cryptogram_name(type)) + std::string(words[type & 0x03]);
 }
 
 std::optional<std::uint8_t> cryptogram_information(const Call& call) {
@@ -448,7 +473,12 @@ std::vector<Visit> visits_of(const trace::Trace& trace, const Options& options) 
                      : may_join                   ? latest
                                                   : std::nullopt;
             }
-            if (!at || begins_anew(visits[*at], call)) {
+            // The card that a search finds, in whichever slot, belongs to it.
+            const bool searches = latest && call.entry->action == trace::Action::PowerOn &&
+                                  still_searches(visits[*latest]);
+            if (searches) {
+                at = latest;
+            } else if (!at || begins_anew(visits[*at], call)) {
                 at = visits.size();
                 visits.emplace_back();
             }

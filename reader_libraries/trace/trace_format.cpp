@@ -409,6 +409,19 @@ Trace read_trace(const std::filesystem::path& file) {
         trace.entries.push_back(*std::move(entry));
     }
     trace.problems = reader.problems();
+    constexpr std::size_t shown_of_another_file = 3;
+    const bool is_other_file =
+        trace.entries.empty() && std::ranges::all_of(trace.problems, [](const Problem& problem) {
+            return problem.kind == Problem::Kind::Malformed;
+        });
+    if (is_other_file && reader.problem_count() > shown_of_another_file) {
+        trace.problems.resize(shown_of_another_file);
+        trace.problems.push_back(
+            {0, Problem::Kind::Malformed,
+             "this is no recording: " +
+                 std::to_string(reader.problem_count() - shown_of_another_file) +
+                 " more lines are none of a trace"});
+    }
     return trace;
 }
 

@@ -21,7 +21,7 @@ class Explain(unittest.TestCase):
         run = quorrin("explain", TRACE)
         self.assertEqual((run.returncode, run.stderr), (0, ""))
         for words in ("demonstration.jsonl: 44 lines, 4 transactions", "2  Purchase", "CNY 128.50",
-                      "online: the card took the bank's answer for right; 2 of 2 issuer script commands taken",
+                      "approved by the bank: 00; the card took the answer for right; 2 of 2 issuer script commands taken",
                       "4  Log reading"):
             self.assertIn(words, run.stdout)
         self.assertNotIn("\033", run.stdout)
@@ -46,7 +46,7 @@ class Explain(unittest.TestCase):
             page = pathlib.Path(folder, "trace.html")
             run = quorrin("explain", "--html", page, TRACE)
             self.assertEqual((run.returncode, run.stdout), (0, ""))
-            self.assertIn("online: the card took", page.read_text())
+            self.assertIn("approved by the bank: 00", page.read_text())
             run = quorrin("explain", "--html", folder, TRACE)
             self.assertEqual(run.returncode, 1)
             self.assertIn("cannot be written", run.stderr)

@@ -103,8 +103,8 @@ class Page(unittest.TestCase):
     def test_tells_each_transaction_and_how_it_ended(self):
         self.assertEqual(self.texts("article h2"), ["1 Purchase", "2 Purchase", "3 Card data reading"])
         self.assertEqual(self.texts("article .ended"),
-                         ["online: the card took the bank's answer for right",
-                          "online: the card took the bank's answer for wrong",
+                         ["approved by the bank: 00; the card took the answer for right",
+                          "refused by the card: it took the bank's answer (00, Approved) for wrong",
                           "stops at Records: No card (-2)"])
         self.assertEqual(self.browser.run("return [...document.querySelectorAll('article')]"
                                           ".map(node => node.className)"), ["", "failed", "failed"])

@@ -49,7 +49,7 @@ TEST(Story, OfAPurchaseTellsCardRequestEndAndTime) {
     ASSERT_EQ(story.transactions.size(), 1u);
     const explain::Transaction& told = story.transactions[0];
     EXPECT_EQ(told.title, "Purchase");
-    EXPECT_EQ(told.ended, "online: the card took the bank's answer for right");
+    EXPECT_EQ(told.ended, "approved by the bank: 00; the card took the answer for right");
     EXPECT_TRUE(told.complete);
     EXPECT_FALSE(told.failed);
     EXPECT_EQ(told.slot, "contact");
@@ -92,37 +92,325 @@ TEST(Story, ShowsTheCardNumberWhenAsked) {
 
 struct EndingRow {
     const char* name;
-    CardWords card;
     const char* ended;
+    const char* decision;  // WHO RESULT CODE MEANING; empty where none is told
     bool failed;
+    CardWords card = {};
+    BankWords bank = {};
 };
+
+void PrintTo(const EndingRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+std::string decision(const explain::Transaction& told) {
+    if (!told.decision) {
+        return {};
+    }
+    std::string text = std::string(name_of(told.decision->party)) + " " +
+                       std::string(name_of(told.decision->result));
+    for (const std::string& part : {told.decision->code, told.decision->meaning}) {
+        text += part.empty() ? "" : " " + part;
+    }
+    return text;
+}
 
 class StoryEnding : public testing::TestWithParam<EndingRow> {};
 
 TEST_P(StoryEnding, IsToldInTheSummary) {
-    const explain::Story story = purchase(GetParam().card).story();
+    const explain::Story story =
+        purchase(GetParam().card, "000000012850 0156 261121 A1B2C3D4 0000008000", GetParam().bank)
+            .story();
     ASSERT_EQ(story.transactions.size(), 1u);
-    EXPECT_EQ(story.transactions[0].ended, GetParam().ended);
-    EXPECT_EQ(story.transactions[0].failed, GetParam().failed);
+    const explain::Transaction& told = story.transactions[0];
+    EXPECT_EQ(told.ended, GetParam().ended);
+    EXPECT_EQ(decision(told), GetParam().decision);
+    EXPECT_EQ(told.failed, GetParam().failed);
+    for (const std::string& text : {to_text(story, {.width = 1000}), to_html(story)}) {
+        EXPECT_THAT(text, HasSubstr(GetParam().ended));
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Purchases, StoryEnding,
-    testing::Values(EndingRow{"WrongArpc",
-                              {.authentication = "6300"},
-                              "online: the card took the bank's answer for wrong",
-                              true},
-                    EndingRow{"Declined",
-                              {.cryptogram = "80 13 00 0012 1122334455667788 0701010390000001 9000",
-                               .authentication = "6985"},
-                              "declined by the card (AAC)",
-                              true},
-                    EndingRow{"ApprovedOffline",
-                              {.cryptogram = "80 13 40 0012 1122334455667788 0701010394000001 9000",
-                               .authentication = "6985"},
-                              "approved offline by the card (TC)",
-                              false}),
-    [](const auto& row) { return row.param.name; });
+const char* const tc = "80 13 40 0012 1122334455667788 0701010394000001 9000";
+const char* const aac = "80 13 00 0012 1122334455667788 0701010390000001 9000";
+const char* const arpc = "0102030405060708";
+
+BankWords second(const char* asked, const std::string& code, const char* cryptogram) {
+    return {.authentication = "",
+            .asked = asked,
+            .data = code + " " + arpc + " 3030",
+            .cryptogram = cryptogram};
+}
+
+const EndingRow ending_rows[] = {
+    {.name = "DeclinedByTheBank",
+     .ended = "declined by the bank: 51, Not sufficient funds; the card took the answer for right",
+     .decision = "bank declined 51 Not sufficient funds",
+     .failed = true,
+     .bank = {.authentication = "0102030405060708 3531"}},
+    {.name = "ReferredByTheBank",
+     .ended = "referred by the bank: 01, Refer to card issuer; the card took the answer for right",
+     .decision = "bank referred 01 Refer to card issuer",
+     .failed = true,
+     .bank = {.authentication = "0102030405060708 3031"}},
+    {.name = "ApprovedForAPart",
+     .ended = "approved by the bank: 10, Approved for a partial amount; the card took the answer "
+              "for right",
+     .decision = "bank approved 10 Approved for a partial amount",
+     .failed = false,
+     .bank = {.authentication = "0102030405060708 3130"}},
+    {.name = "CodeOfTheNetwork",
+     .ended = "declined by the bank: 7Q; the card took the answer for right",
+     .decision = "bank declined 7Q",
+     .failed = true,
+     .bank = {.authentication = "0102030405060708 3751"}},
+    {.name = "StatusUpdateApproves",
+     .ended = "approved by the bank: its card status update says so; the card took the answer for "
+              "right",
+     .decision = "bank approved",
+     .failed = false,
+     .bank = {.authentication = "01020304 00800000"}},
+    {.name = "StatusUpdateDeclines",
+     .ended = "declined by the bank: its card status update says so; the card took the answer for "
+              "right",
+     .decision = "bank declined",
+     .failed = true,
+     .bank = {.authentication = "01020304 80000000 1122"}},
+    {.name = "CryptogramWithoutACode",
+     .ended = "online: the card took the bank's answer for right; what the bank decided is not in "
+              "the recording",
+     .decision = "",
+     .failed = false,
+     .bank = {.authentication = "01020304 55667788"}},
+    {.name = "MaskedCode",
+     .ended = "online: the card took the bank's answer for right; what the bank decided is not in "
+              "the recording",
+     .decision = "",
+     .failed = false,
+     .bank = {.authentication = "0102030405060708 ****"}},
+    {.name = "WrongArpc",
+     .ended = "refused by the card: it took the bank's answer (00, Approved) for wrong",
+     .decision = "card declined",
+     .failed = true,
+     .card = {.authentication = "6300"}},
+    {.name = "AnswerNotTaken",
+     .ended = "refused by the card: it did not take the bank's answer (00, Approved), 6985, "
+              "Conditions of use not satisfied",
+     .decision = "card declined",
+     .failed = true,
+     .card = {.authentication = "6985"}},
+    {.name = "NoAnswerOfTheBank",
+     .ended = "the card asked for online authorisation; no answer of the bank came to it",
+     .decision = "",
+     .failed = false,
+     .bank = {.authentication = ""}},
+    {.name = "DeclinedByTheCard",
+     .ended = "declined by the card (AAC)",
+     .decision = "card declined",
+     .failed = true,
+     .card = {.cryptogram = aac},
+     .bank = {.authentication = ""}},
+    {.name = "ApprovedOffline",
+     .ended = "approved offline by the card (TC)",
+     .decision = "card approved",
+     .failed = false,
+     .card = {.cryptogram = tc},
+     .bank = {.authentication = ""}},
+    {.name = "ApprovedWithASecondCryptogram",
+     .ended = "approved by the bank: 00; the card gave a TC",
+     .decision = "bank approved 00 Approved",
+     .failed = false,
+     .bank = second("40", "3030", tc)},
+    {.name = "DeclinedWithASecondCryptogram",
+     .ended = "declined by the bank: 54, Expired card; the card gave an AAC",
+     .decision = "bank declined 54 Expired card",
+     .failed = true,
+     .bank = second("00", "3534", aac)},
+    {.name = "BankNotReachedApproved",
+     .ended =
+         "approved by the terminal: Y3, Unable to go online, offline approved; the card gave a "
+         "TC",
+     .decision = "terminal approved Y3 Unable to go online, offline approved",
+     .failed = false,
+     .bank = second("40", "5933", tc)},
+    {.name = "BankNotReachedDeclined",
+     .ended = "declined by the terminal: Z3, Unable to go online, offline declined; the card gave "
+              "an AAC",
+     .decision = "terminal declined Z3 Unable to go online, offline declined",
+     .failed = true,
+     .bank = second("00", "5A33", aac)},
+    {.name = "CardDeclinesWhatTheBankApproved",
+     .ended = "declined by the card: asked for a TC, it gave an AAC (approved by the bank: 00)",
+     .decision = "card declined",
+     .failed = true,
+     .bank = second("40", "3030", aac)},
+    {.name = "TerminalDeclinesWhatTheBankApproved",
+     .ended = "declined by the terminal: it asked for an AAC (approved by the bank: 00)",
+     .decision = "terminal declined",
+     .failed = true,
+     .bank = second("00", "3030", aac)},
+    {.name = "ApprovedAgainstTheBank",
+     .ended = "declined by the bank: 05, Do not honour; a TC was asked for all the same, and given",
+     .decision = "bank declined 05 Do not honour",
+     .failed = true,
+     .bank = second("40", "3035", tc)},
+    {.name = "SecondCryptogramAfterAuthentication",
+     .ended = "declined by the bank: 51, Not sufficient funds; the card gave an AAC",
+     .decision = "bank declined 51 Not sufficient funds",
+     .failed = true,
+     .bank = {.authentication = "0102030405060708 3531",
+              .asked = "00",
+              .data = "0000 0102030405060708 3531",
+              .cryptogram = aac}},
+    {.name = "SecondCryptogramWithoutACode",
+     .ended = "declined by the bank or the terminal: an AAC was asked for, and why is not in the "
+              "recording",
+     .decision = "",
+     .failed = true,
+     .bank = {.authentication = "",
+              .asked = "00",
+              .data = "**** 0102030405060708 ****",
+              .cryptogram = aac}},
+    {.name = "NoSecondCryptogram",
+     .ended = "the card gave no second cryptogram: 6985, Conditions of use not satisfied",
+     .decision = "",
+     .failed = true,
+     .bank = second("40", "3030", "6985")},
+};
+
+INSTANTIATE_TEST_SUITE_P(Purchases, StoryEnding, testing::ValuesIn(ending_rows),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(Story, SaysWhenTheTerminalAskedTheCardToDecline) {
+    TraceNotation trace;
+    trace.open().power_on().exchange(select, CardWords{}.fci);
+    trace.exchange("80A80000068304F400000000", CardWords{}.options);
+    trace.exchange("80AE00000400000000", aac);
+    const explain::Transaction told = trace.story().transactions.at(0);
+    EXPECT_EQ(told.ended, "declined by the terminal: it asked the card for an AAC");
+    EXPECT_EQ(decision(told), "terminal declined");
+    EXPECT_THAT(told.steps.back().outcome, StartsWith("AAC: declined, as the terminal asked"));
+}
+
+TEST(Story, MarksTheStepInWhichTheBankDeclined) {
+    const explain::Story story = purchase({}, "000000012850 0156 261121 A1B2C3D4 0000008000",
+                                          {.authentication = "0102030405060708 3531"})
+                                     .story();
+    const explain::Step& step = story.transactions.at(0).steps.at(6);
+    EXPECT_TRUE(step.failed);
+    EXPECT_EQ(step.outcome,
+              "the card takes the bank's answer (51, Not sufficient funds) for right");
+    EXPECT_EQ(findings(story), "refusal bank: declined: 51, Not sufficient funds\n");
+}
+
+TEST(StoryJson, TellsWhoDecided) {
+    const std::string text = to_json(purchase({}, "000000012850 0156 261121 A1B2C3D4 0000008000",
+                                              {.authentication = "0102030405060708 3531"})
+                                         .story(),
+                                     -1);
+    EXPECT_THAT(text, HasSubstr(R"("decision":{"by":"bank","result":"declined","code":"51",)"
+                                R"("meaning":"Not sufficient funds"})"));
+}
+
+// --- What a search meets on its way
+
+TEST(Story, PassesOverSlotsWithoutACard) {
+    TraceNotation trace;
+    trace.open().power_on(-2).power_on(-2).slot(0x31).power_on(-2).slot(1).power_on();
+    trace.exchange(select, CardWords{}.fci);
+    const explain::Story story = trace.story();
+    ASSERT_EQ(story.transactions.size(), 1u);
+    const explain::Transaction& told = story.transactions[0];
+    EXPECT_EQ(told.slot, "contact");
+    EXPECT_THAT(titles(told), ElementsAre("Reader", "Power on", "Application selection"));
+    EXPECT_FALSE(told.steps[1].failed);
+    EXPECT_THAT(told.steps[1].passed_over,
+                ElementsAre("no card in the contact and contactless slots, went on"));
+    EXPECT_EQ(findings(story), "");
+}
+
+TEST(Story, CallsTheSlotOfTheCardThatWasFound) {
+    TraceNotation trace;
+    trace.open().power_on(-2).power_off().slot(0x31).power_on().exchange(select, CardWords{}.fci);
+    const explain::Story story = trace.story();
+    ASSERT_EQ(story.transactions.size(), 1u);
+    EXPECT_EQ(story.transactions[0].slot, "contactless");
+    EXPECT_THAT(to_text(story),
+                HasSubstr("\n                        no card in the contact slot, went on\n"));
+}
+
+TEST(Story, WarnsOfACardThatIsMuteOnTheWay) {
+    TraceNotation trace;
+    trace.open().power_on(-4).slot(0x31).power_on().exchange(select, CardWords{}.fci);
+    const explain::Story story = trace.story();
+    EXPECT_EQ(findings(story), "warning reader: the reader reports -4, card_mute\n");
+    EXPECT_FALSE(story.transactions.at(0).steps.at(1).failed);
+}
+
+TEST(Story, CountsApplicationNamesThatTheCardDoesNotKnow) {
+    TraceNotation trace;
+    trace.open().power_on().exchange("00A404000E315041592E5359532E4444463031", "6A82");
+    for (const char* name : {"A00000033301010200", "A00000033301010300", "A00000033301010600"}) {
+        trace.exchange("00A4040008" + std::string(name), "6A82");
+    }
+    trace.exchange("00A4040007A000000003101000", "6A81").exchange(select, CardWords{}.fci);
+    const explain::Story story = trace.story();
+    const explain::Transaction& told = story.transactions.at(0);
+    EXPECT_EQ(told.steps.at(2).outcome, "none on this card (6A82)");
+    EXPECT_FALSE(told.steps.at(2).failed);
+    EXPECT_THAT(told.steps.at(3).passed_over,
+                ElementsAre("one name refused with 6A81 (Function not supported, or card or "
+                            "application blocked), went on",
+                            "3 application names unknown to this card"));
+    EXPECT_FALSE(told.steps.at(3).failed);
+    EXPECT_EQ(findings(story), "");
+    EXPECT_THAT(
+        to_json(story, -1),
+        HasSubstr(
+            R"("passed_over":["one name refused with 6A81 (Function not supported, or card or application blocked), )"
+            R"(went on","3 application names unknown to this card"])"));
+}
+
+TEST(Story, KeepsTheRefusalThatEndedASelection) {
+    TraceNotation trace;
+    trace.open().power_on().exchange(select, "6A82").exchange(select, "6A82").power_off();
+    const explain::Story story = trace.story();
+    const explain::Step& step = story.transactions.at(0).steps.at(2);
+    EXPECT_TRUE(step.failed);
+    EXPECT_THAT(step.passed_over, ElementsAre("1 application name unknown to this card"));
+    EXPECT_EQ(findings(story),
+              "refusal card: the card refuses: 6A82, File or application not found\n");
+}
+
+TEST(Story, WarnsOfARefusalAfterWhichTheHostWentOn) {
+    TraceNotation trace;
+    trace.open().power_on().exchange(select, CardWords{}.fci);
+    trace.exchange("00200080 08 24****FFFFFFFFFF", "63C2");
+    trace.exchange("00200080 08 24****FFFFFFFFFF", "9000");
+    const explain::Story story = trace.story();
+    EXPECT_EQ(findings(story),
+              "warning card: the card refuses: 63C2, Verification failed, 2 tries left\n");
+    EXPECT_FALSE(story.transactions.at(0).steps.at(3).failed);
+    EXPECT_THAT(to_text(story), HasSubstr("step                    !: not as it should be\n"));
+    EXPECT_THAT(to_text(story), HasSubstr("\n !"));
+}
+
+TEST(Story, NamesElementsThatTheCardDoesNotHave) {
+    TraceNotation trace;
+    trace.open().power_on().exchange(select, CardWords{}.fci);
+    trace.exchange("80CA9F3600", "9F3602001290 00").exchange("80CA9F7900", "6A88");
+    const explain::Story story = trace.story();
+    EXPECT_EQ(story.transactions.at(0).steps.at(3).outcome,
+              "1 element read; not on this card: 9F79, Electronic cash balance");
+    EXPECT_EQ(findings(story), "");
+}
+
+TEST(Story, SaysWhatTheApplicationCanDo) {
+    const explain::Story story = purchase({}).story();
+    EXPECT_EQ(story.transactions.at(0).steps.at(3).outcome,
+              "application's abilities 1C00: cardholder verification, terminal risk management, "
+              "issuer authentication; 1 record to read");
+}
 
 TEST(Story, StopsWhereTheCardWasPulled) {
     TraceNotation trace;
@@ -159,7 +447,7 @@ TEST(Story, OfARefusedSelectionSaysWhy) {
 TEST(Story, WithoutACardSaysSo) {
     TraceNotation trace;
     trace.open().power_on(-2).close();
-    EXPECT_EQ(trace.story().transactions.at(0).ended, "no_card (-2)");
+    EXPECT_EQ(trace.story().transactions.at(0).ended, "no card in the contact slot");
 }
 
 TEST(Story, CountsEachSelectionAfterATransactionAsANewOne) {
@@ -263,6 +551,7 @@ TEST(StoryText, MarksFailedStepsAndListsFindingsBelowThem) {
     const std::string text = to_text(purchase({.authentication = "6300"}).story());
     EXPECT_THAT(text,
                 HasSubstr("1  Purchase  2026-11-21 09:30:00 UTC, contact slot, terminal desk-4"));
+    EXPECT_THAT(text, HasSubstr("  step                    x: ended here\n"));
     EXPECT_THAT(text, HasSubstr("\n x"));
     EXPECT_THAT(text,
                 HasSubstr("refusal, bank: the bank's cryptogram (ARPC) is wrong for this card"));

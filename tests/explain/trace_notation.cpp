@@ -22,11 +22,16 @@ trace::MaskedBytes masked(std::string_view text) {
     return *bytes;
 }
 
-// Lc before the data, Le after it.
+// Lc before the data; masked digits in it stay.
+std::string command_of_length(std::string_view header, std::string_view data) {
+    const std::size_t size = masked(data).size();
+    return std::string(header) + to_hex(ByteString{static_cast<std::uint8_t>(size)}) +
+           std::string(data);
+}
+
+// Le after it.
 std::string command(std::string_view header, std::string_view data) {
-    const ByteString bytes = hex(data);
-    return std::string(header) + to_hex(ByteString{static_cast<std::uint8_t>(bytes.size())}) +
-           to_hex(bytes) + "00";
+    return command_of_length(header, data) + "00";
 }
 
 }  // namespace
@@ -123,7 +128,8 @@ TraceNotation& TraceNotation::last_took(std::int64_t milliseconds) {
     return *this;
 }
 
-TraceNotation purchase(const CardWords& card, std::string_view terminal_data) {
+TraceNotation purchase(const CardWords& card, std::string_view terminal_data,
+                       const BankWords& bank) {
     TraceNotation notation;
     notation.open().power_on();
     notation.exchange(command("00A40400", "A000000333010101"), card.fci);
@@ -131,7 +137,12 @@ TraceNotation purchase(const CardWords& card, std::string_view terminal_data) {
     notation.exchange("00B2010C00", card.record);
     notation.exchange(command("80AE8000", terminal_data), card.cryptogram);
     notation.pause(800);
-    notation.exchange("00820000 0A 0102030405060708 3030", card.authentication);
+    if (!bank.authentication.empty()) {
+        notation.exchange(command_of_length("00820000", bank.authentication), card.authentication);
+    }
+    if (!bank.asked.empty()) {
+        notation.exchange(command("80AE" + bank.asked + "00", bank.data), bank.cryptogram);
+    }
     notation.power_off().close();
     return notation;
 }

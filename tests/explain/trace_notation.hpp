@@ -52,8 +52,19 @@ struct CardWords {
     std::string authentication = "9000";
 };
 
+// What the bank and the terminal make of an ARQC: the data of EXTERNAL AUTHENTICATE, and P1 and data of a
+// second GENERATE AC with the card's answer to it. Empty where a command is not sent.
+struct BankWords {
+    std::string authentication = "0102030405060708 3030";
+    std::string asked = {};
+    std::string data = {};  // 8A, 91
+    std::string cryptogram = {};
+};
+
 // The whole purchase on that card, up to the end of the visit.
-TraceNotation purchase(const CardWords& card, std::string_view terminal_data =
-                                                  "000000012850 0156 261121 A1B2C3D4 0000008000");
+TraceNotation purchase(
+    const CardWords& card,
+    std::string_view terminal_data = "000000012850 0156 261121 A1B2C3D4 0000008000",
+    const BankWords& bank = {});
 
 }  // namespace quorrin::test

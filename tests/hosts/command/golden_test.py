@@ -46,7 +46,7 @@ MASKS = [
     (re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d UTC"), "DATE TIME UTC"),
     (re.compile(r", terminal \S+?,"), ", terminal NAME,"),
     (re.compile(r"\b\d+\.\d [mµn]?s\b"), "TIME"),
-    (re.compile(r"^( x)? +\d+\.\d +\d+\.\d\d\d  ", re.MULTILINE), r"\1  AT  TOOK  "),
+    (re.compile(r"^( [x!])? +\d+\.\d +\d+\.\d\d\d  ", re.MULTILINE), r"\1  AT  TOOK  "),
     (re.compile(r"Slowest +TIME, line.*"), "Slowest TIME"),
 ]
 # The doctor looks at the machine; of a card it says one line.

@@ -209,6 +209,26 @@ TEST(TraceFormat, ReadsAFile) {
     EXPECT_EQ(describe("a.jsonl", trace.problems[0]), "a.jsonl: line 2: not JSON from column 1 on");
 }
 
+TEST(TraceFormat, SaysWhatIsNoRecordingAfterThreeLines) {
+    const test::TemporaryDirectory directory;
+    std::string text;
+    for (int line = 0; line < 200; ++line) {
+        text += "no line of a trace\n";
+    }
+    directory.write("other.txt", text);
+    std::string told;
+    for (const Problem& problem : read_trace("other.txt").problems) {
+        told += describe("other.txt", problem) + "\n";
+    }
+    EXPECT_EQ(told,
+              "other.txt: line 1: not JSON from column 2 on\n"
+              "other.txt: line 2: not JSON from column 2 on\n"
+              "other.txt: line 3: not JSON from column 2 on\n"
+              "other.txt: this is no recording: 197 more lines are none of a trace\n");
+    directory.write("broken.jsonl", std::string(smallest_line) + "\n" + text);
+    EXPECT_EQ(read_trace("broken.jsonl").problems.size(), TraceReader::most_problems);
+}
+
 TEST(TraceFormat, SaysThatAFileCannotBeRead) {
     const test::TemporaryDirectory directory;
     for (const char* name : {"missing.jsonl", "."}) {
