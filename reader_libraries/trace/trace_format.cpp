@@ -410,8 +410,9 @@ Trace read_trace(const std::filesystem::path& file) {
     }
     trace.problems = reader.problems();
     constexpr std::size_t shown_of_another_file = 3;
+    // Lines of another version are a recording all the same.
     const bool is_other_file =
-        trace.entries.empty() && std::ranges::all_of(trace.problems, [](const Problem& problem) {
+        trace.entries.empty() && std::ranges::any_of(trace.problems, [](const Problem& problem) {
             return problem.kind == Problem::Kind::Malformed;
         });
     if (is_other_file && reader.problem_count() > shown_of_another_file) {
