@@ -19,7 +19,7 @@ constexpr std::size_t code_size = 2;
 constexpr std::size_t cryptogram_size = 8;        // ARPC by method 1
 constexpr std::size_t short_cryptogram_size = 4;  // by method 2
 
-// EMV book 4, annex A6. With 08 the shop is to see first who pays (ISO 8583); EMV terminals do not know it.
+// EMV book 4, annex A6. With 08 the shop is to see first who pays (ISO 8583), which EMV does not know.
 constexpr std::string_view approvals[] = {"00", "10", "11"};
 constexpr std::string_view referrals[] = {"01", "02", "08"};
 
@@ -107,8 +107,8 @@ std::string scripts_text(const Visit& visit) {
            " issuer script commands taken";
 }
 
-// The card has refused what the bank sent, or did not answer to it. Whatever the bank decided, nobody can
-// hold it for the bank's word.
+// The card has refused what the bank sent, or did not answer to it: nobody can hold what it says for the
+// bank's word.
 Ending untaken_answer_ending(const Call& call, const std::optional<Authorisation>& told) {
     const std::string said = told ? " (" + told->words() + ")" : std::string();
     if (!call.has_status()) {
@@ -272,7 +272,7 @@ std::string Authorisation::words() const {
 }
 
 std::optional<Authorisation> authorisation_of(const Visit& visit) {
-    // With the second cryptogram the terminal has the last word: it may know that the bank was not reached.
+    // With the second cryptogram the terminal has the last word: it may not have reached the bank.
     if (visit.has(StepKind::SecondCryptogram)) {
         if (const auto told = by_code(visit.terminal.clear_bytes(0x8A))) {
             return told;

@@ -9,8 +9,8 @@
 
 namespace quorrin::explain {
 
-// What the bank, or the terminal in its place, answered: told by the authorisation response code (8A, or the
-// end of 91) where the recording has it, else by the card status update in 91.
+// What the bank, or the terminal in its place, answered: told by the authorisation response code (8A, or
+// the end of 91) where the recording has it, else by the card status update in 91.
 struct Authorisation {
     Decision::Party party = Decision::Party::Bank;
     Decision::Result result = Decision::Result::Declined;

@@ -111,8 +111,8 @@ class TraceReader {
     std::size_t problem_count_ = 0;
 };
 
-// A whole file. Of a file that is no recording at all the first three problems, and one of no line that says
-// so.
+// A whole file. Of a file that is no recording at all the first three problems, and one of no line that
+// says so.
 struct Trace {
     std::vector<Entry> entries;
     std::vector<Problem> problems;

@@ -367,7 +367,8 @@ TEST(Story, CountsApplicationNamesThatTheCardDoesNotKnow) {
     EXPECT_THAT(
         to_json(story, -1),
         HasSubstr(
-            R"("passed_over":["one name refused with 6A81 (Function not supported, or card or application blocked), )"
+            R"("passed_over":["one name refused with 6A81 (Function not supported, or card or )"
+            R"(application blocked), )"
             R"(went on","3 application names unknown to this card"])"));
 }
 

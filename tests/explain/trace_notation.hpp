@@ -52,8 +52,8 @@ struct CardWords {
     std::string authentication = "9000";
 };
 
-// What the bank and the terminal make of an ARQC: the data of EXTERNAL AUTHENTICATE, and P1 and data of a
-// second GENERATE AC with the card's answer to it. Empty where a command is not sent.
+// What the bank and the terminal make of an ARQC: the data of EXTERNAL AUTHENTICATE, and P1 and data of
+// a second GENERATE AC with the card's answer to it. Empty where a command is not sent.
 struct BankWords {
     std::string authentication = "0102030405060708 3030";
     std::string asked = {};
