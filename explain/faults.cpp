@@ -37,10 +37,8 @@ void find_faults(Visit& visit, const std::vector<const Visit*>& before) {
             continue;
         }
         Step& step = visit.steps[told.step];
-        const auto exchange = std::ranges::find_if(
-            step.exchanges,
-            [&told](const Exchange& candidate) { return candidate.lines == told.call.lines; });
-        for (const decode::Problem& problem : decode::all_problems(exchange->received)) {
+        for (const decode::Problem& problem :
+             decode::all_problems(step.exchanges[told.exchange].received)) {
             // A masked value cannot be judged.
             if (problem.kind == decode::Problem::Kind::Malformed && !told.call.answer.is_masked()) {
                 step.findings.push_back(

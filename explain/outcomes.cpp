@@ -1,6 +1,7 @@
 // What each step came to, in a line.
 
 #include <algorithm>
+#include <span>
 
 #include "decode/lookup.hpp"
 #include "decode/reading.hpp"
@@ -21,14 +22,11 @@ std::string refusal(const Exchange& exchange) {
                : "refused with " + exchange.status + ": " + exchange.status_meaning;
 }
 
-std::vector<const ToldCall*> calls_of_step(const Visit& visit, std::size_t step) {
-    std::vector<const ToldCall*> calls;
-    for (const ToldCall& told : visit.calls) {
-        if (told.step == step) {
-            calls.push_back(&told);
-        }
-    }
-    return calls;
+// Steps follow each other: the calls of one stand together.
+std::span<const ToldCall> calls_of_step(const Visit& visit, std::size_t step) {
+    const auto first = std::ranges::lower_bound(visit.calls, step, {}, &ToldCall::step);
+    const auto last = std::ranges::upper_bound(visit.calls, step, {}, &ToldCall::step);
+    return {first, last};
 }
 
 std::string label_of(const Visit& visit) {
@@ -227,17 +225,17 @@ bool is_expected_refusal(StepKind kind, const Exchange& exchange) {
 void tell_outcomes(Visit& visit) {
     for (std::size_t index = 0; index < visit.steps.size(); ++index) {
         Step& step = visit.steps[index];
-        const std::vector<const ToldCall*> calls = calls_of_step(visit, index);
+        const std::span<const ToldCall> calls = calls_of_step(visit, index);
         for (std::size_t i = 0; i < calls.size(); ++i) {
             const Exchange& exchange = step.exchanges[i];
             step.failed =
                 step.failed || (!exchange.ok && !is_expected_refusal(step.kind, exchange) &&
-                                ended_something(visit, *calls[i]));
+                                ended_something(visit, calls[i]));
         }
         step.passed_over = passed_over(visit, calls);
         switch (step.kind) {
             case StepKind::Connection: {
-                const trace::Entry& entry = *calls.front()->call.entry;
+                const trace::Entry& entry = *calls.front().call.entry;
                 step.outcome = !entry.reader_name.empty() ? entry.reader_name : plain_outcome(step);
                 break;
             }
@@ -261,12 +259,12 @@ void tell_outcomes(Visit& visit) {
                 break;
             case StepKind::FirstCryptogram:
                 step.outcome =
-                    cryptogram_outcome(visit, step, *calls.back(), visit.first_cryptogram);
+                    cryptogram_outcome(visit, step, calls.back(), visit.first_cryptogram);
                 step.failed = step.failed || visit.first_cryptogram == Aac;
                 break;
             case StepKind::SecondCryptogram:
                 step.outcome =
-                    cryptogram_outcome(visit, step, *calls.back(), visit.second_cryptogram);
+                    cryptogram_outcome(visit, step, calls.back(), visit.second_cryptogram);
                 step.failed =
                     step.failed || visit.second_cryptogram == Aac || declines_at(visit, step.kind);
                 break;

@@ -57,23 +57,23 @@ bool is_search(const ToldCall& told) {
                : finds_no_card(told.call);
 }
 
-std::vector<std::string> passed_over(const Visit& visit, const std::vector<const ToldCall*>& step) {
+std::vector<std::string> passed_over(const Visit& visit, std::span<const ToldCall> step) {
     std::vector<std::string> empty_slots;
     std::size_t times = 0;
     std::map<unsigned, std::size_t> refused;  // by status word
-    for (const ToldCall* told : step) {
-        if (!is_search(*told) || ended_something(visit, *told)) {
+    for (const ToldCall& told : step) {
+        if (!is_search(told) || ended_something(visit, told)) {
             continue;
         }
-        if (!told->call.is_exchange()) {
-            const std::string slot = slot_text(told->call);
+        if (!told.call.is_exchange()) {
+            const std::string slot = slot_text(told.call);
             if (std::ranges::find(empty_slots, slot) == empty_slots.end()) {
                 empty_slots.push_back(slot);
             }
             ++times;
-        } else if (told->kind == StepKind::Selection && told->call.has_status() &&
-                   told->call.status() != 0x9000 && told->call.status() != 0x6283) {
-            ++refused[told->call.status()];
+        } else if (told.kind == StepKind::Selection && told.call.has_status() &&
+                   told.call.status() != 0x9000 && told.call.status() != 0x6283) {
+            ++refused[told.call.status()];
         }
     }
     std::vector<std::string> lines;

@@ -1,6 +1,7 @@
 // Refusals and failures that ended nothing: the host went on, as it is meant to.
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,7 @@ bool finds_no_card(const Call& call);
 bool is_search(const ToldCall& told);
 
 // What a search met on its way, a line each: "10 application names unknown to this card".
-std::vector<std::string> passed_over(const Visit& visit, const std::vector<const ToldCall*>& step);
+std::vector<std::string> passed_over(const Visit& visit, std::span<const ToldCall> step);
 
 std::string slot_text(const Call& call);                     // "contact"
 std::string listed(const std::vector<std::string>& things);  // "contact, contactless and sam1"

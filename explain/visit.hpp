@@ -16,7 +16,15 @@ namespace quorrin::explain {
 struct ToldCall {
     Call call;
     StepKind kind = StepKind::OtherCommands;
-    std::size_t step = 0;  // index
+    std::size_t step = 0;      // index
+    std::size_t exchange = 0;  // index within the step
+};
+
+// Where the calls of a kind stand among a visit's.
+struct CallsOfKind {
+    std::size_t count = 0;
+    std::size_t first = 0;
+    std::size_t last = 0;
 };
 
 // What the rules look at. Elements of the card and data of the terminal are apart: both know 9F36,
@@ -35,11 +43,17 @@ struct Visit {
     std::size_t last_selected_line = 0;  // an application, blocked ones too
     bool exchanged = false;
     bool quick = false;  // the cryptogram came with the processing options
+    // A recording may have as many calls as it likes: what is asked for with each call is not searched.
+    std::array<CallsOfKind, static_cast<std::size_t>(StepKind::PowerOff) + 1> by_kind = {};
 
+    void add(ToldCall told);
     const ToldCall* first(StepKind kind) const;
     const ToldCall* last(StepKind kind) const;
     bool has(StepKind kind) const { return first(kind) != nullptr; }
-    std::size_t count(StepKind kind) const;
+    std::size_t count(StepKind kind) const { return of_kind(kind).count; }
+    const CallsOfKind& of_kind(StepKind kind) const {
+        return by_kind[static_cast<std::size_t>(kind)];
+    }
 };
 
 // A record number and short file identifier of READ RECORD.

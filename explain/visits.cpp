@@ -369,7 +369,7 @@ void note_success(Visit& visit, const ToldCall& told) {
 }
 
 void add_call(Visit& visit, Call call, const Options& options) {
-    ToldCall told{std::move(call), StepKind::OtherCommands, 0};
+    ToldCall told{std::move(call)};
     told.kind = kind_of(visit, told.call);
     if (visit.steps.empty() || visit.steps.back().kind != told.kind) {
         Step step;
@@ -385,8 +385,9 @@ void add_call(Visit& visit, Call call, const Options& options) {
     step.duration = sum(step.duration, told.call.duration);
     take_answer(visit, told);
     note_success(visit, told);
+    told.exchange = step.exchanges.size();
     step.exchanges.push_back(exchange_of(visit, told, options));
-    visit.calls.push_back(std::move(told));
+    visit.add(std::move(told));
 }
 
 // Calls of one process, opening of the reader and slot belong together; those without a slot to the
@@ -397,19 +398,20 @@ std::string thread_of(const trace::Entry& entry) {
 
 }  // namespace
 
+void Visit::add(ToldCall told) {
+    CallsOfKind& same = by_kind[static_cast<std::size_t>(told.kind)];
+    same.last = calls.size();
+    same.first = same.count == 0 ? same.last : same.first;
+    ++same.count;
+    calls.push_back(std::move(told));
+}
+
 const ToldCall* Visit::first(StepKind kind) const {
-    const auto found = std::ranges::find(calls, kind, &ToldCall::kind);
-    return found != calls.end() ? &*found : nullptr;
+    return of_kind(kind).count != 0 ? &calls[of_kind(kind).first] : nullptr;
 }
 
 const ToldCall* Visit::last(StepKind kind) const {
-    const auto found = std::find_if(calls.rbegin(), calls.rend(),
-                                    [kind](const ToldCall& told) { return told.kind == kind; });
-    return found != calls.rend() ? &*found : nullptr;
-}
-
-std::size_t Visit::count(StepKind kind) const {
-    return static_cast<std::size_t>(std::ranges::count(calls, kind, &ToldCall::kind));
+    return of_kind(kind).count != 0 ? &calls[of_kind(kind).last] : nullptr;
 }
 
 // ISO 7816-4, table 49: the short file identifier stands in the upper five bits of P2.

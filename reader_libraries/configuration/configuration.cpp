@@ -39,6 +39,7 @@ constexpr void expect_of_toml(bool holds) {
 #include <iterator>
 #include <set>
 #include <system_error>
+#include <unordered_map>
 
 namespace quorrin {
 namespace {
@@ -230,7 +231,8 @@ struct Section::State {
     std::string path;
     std::size_t line;
     std::set<std::string, std::less<>> known;
-    std::vector<std::shared_ptr<State>> children;
+    std::vector<std::shared_ptr<State>> children;  // in the order in which they were asked for
+    std::unordered_map<const toml::table*, std::size_t> child_index;
 
     std::string path_of(std::string_view key) const {
         return path.empty() ? std::string(key) : path + "." + std::string(key);
@@ -259,14 +261,12 @@ struct Section::State {
 
     std::shared_ptr<State> child(const toml::table& below, std::string below_path,
                                  std::size_t below_line) {
-        for (const auto& earlier : children) {
-            if (earlier->table == &below) {
-                return earlier;
-            }
+        const auto [place, is_new] = child_index.try_emplace(&below, children.size());
+        if (is_new) {
+            children.push_back(std::make_shared<State>(
+                State{document, &below, std::move(below_path), below_line, {}, {}, {}}));
         }
-        children.push_back(std::make_shared<State>(
-            State{document, &below, std::move(below_path), below_line, {}, {}}));
-        return children.back();
+        return children[place->second];
     }
 
     // The unknown key that stands first in the file. Only tables that were asked for are looked
@@ -525,7 +525,7 @@ Section Section::from_text(std::string_view text, const std::filesystem::path& f
                                  "is not TOML: a table's header that is none");
     }
     const toml::table* root = &document->root;
-    return Section(std::make_shared<State>(State{std::move(document), root, "", 1, {}, {}}));
+    return Section(std::make_shared<State>(State{std::move(document), root, "", 1, {}, {}, {}}));
 }
 
 Section read_configuration(const std::filesystem::path& file) {
