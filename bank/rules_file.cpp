@@ -159,8 +159,8 @@ Product product_of(const Section& section, const std::optional<Keys>& shared_key
 }
 
 std::vector<Script> scripts_of_rule(const Section& section) {
-    std::vector<Wish> wishes;
     try {
+        std::vector<Wish> wishes;
         for (const std::string& words : section.texts("scripts")) {
             wishes.push_back(wish_from_words(words));
         }

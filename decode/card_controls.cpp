@@ -183,9 +183,7 @@ void tell_card_authentication_data(const Reading& reading, Value value, Node& no
     add_field(reading, node, "Unpredictable number, card", value.part(1, 4));
     Node& qualifiers = add_field(reading, node, "Card transaction qualifiers", value.part(5, 2));
     tell_ctq(reading, value.part(5, 2), qualifiers);
-    if (value.size() > 7) {
-        add_field(reading, node, "Reserved", value.part(7));
-    }
+    add_field(reading, node, "Reserved", value.part(7));
 }
 
 void tell_production_life_cycle(const Reading& reading, Value value, Node& node) {

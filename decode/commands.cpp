@@ -281,13 +281,13 @@ void tell_answer_data(const Reading& reading, Value data, const CommandRow* comm
     constexpr std::string_view opaque_answers[] = {"GET CHALLENGE", "READ BINARY"};
     const bool opaque = command != nullptr && std::ranges::find(opaque_answers, command->name) !=
                                                   std::end(opaque_answers);
-    const bool log_record =
+    const bool is_log_record =
         command != nullptr && command->instruction == read_record && data[0] != 0x70;
-    if (log_record && !reading.options.list.empty()) {
+    if (is_log_record && !reading.options.list.empty()) {
         tell_dol_data(reading, {reading.options.list, 0}, data, node);
-    } else if (opaque || log_record) {
-        Node& field = add_opaque(reading, log_record ? "Record" : "Data", data, node);
-        field.note = log_record ? "no template 70: perhaps a log record" : "";
+    } else if (opaque || is_log_record) {
+        Node& field = add_opaque(reading, is_log_record ? "Record" : "Data", data, node);
+        field.note = is_log_record ? "no template 70: perhaps a log record" : "";
     } else {
         tell_objects(reading, data, node);
     }
