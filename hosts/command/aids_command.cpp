@@ -26,11 +26,7 @@ ApplicationView look_at(host::Card& card, const std::string& aid) {
     }
     if (!fci.ok()) {
         constexpr unsigned blocked = 0x6283;
-        const auto word = decode::status_word(static_cast<std::uint8_t>(fci.status() >> 8),
-                                              static_cast<std::uint8_t>(fci.status()));
-        view.state = (fci.status() == blocked ? "blocked, " : "refused, ") +
-                     host::to_hex(host::ByteString(fci.answer.end() - 2, fci.answer.end())) + ": " +
-                     word.meaning;
+        view.state = (fci.status() == blocked ? "blocked, " : "refused, ") + refusal(fci);
     }
     return view;
 }

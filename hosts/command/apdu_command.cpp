@@ -16,11 +16,13 @@ struct ApduOptions : CardOptions {
     bool raw = false;
 };
 
+// `Complaint` goes by where the text comes from.
+template <typename Complaint>
 host::Command parse_command(const std::string& text) {
     try {
         return host::Command::parse(text);
     } catch (const std::invalid_argument& error) {
-        throw Failed("\"" + text + "\" is no command: " + error.what());
+        throw Complaint("\"" + text + "\" is no command: " + error.what());
     }
 }
 
@@ -28,7 +30,7 @@ std::vector<host::Command> commands_of(const ApduOptions& options) {
     std::vector<host::Command> commands;
     if (!options.commands.empty() && options.commands != std::vector<std::string>{"-"}) {
         for (const std::string& text : options.commands) {
-            commands.push_back(parse_command(text));
+            commands.push_back(parse_command<WrongUsage>(text));
         }
         return commands;
     }
@@ -38,7 +40,7 @@ std::vector<host::Command> commands_of(const ApduOptions& options) {
             while (!line.empty() && (line.back() == '\r' || line.back() == '\t')) {
                 line.pop_back();
             }
-            commands.push_back(parse_command(line));
+            commands.push_back(parse_command<Failed>(line));
         }
     }
     return commands;

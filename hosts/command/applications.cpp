@@ -74,17 +74,35 @@ constexpr Ability authentication[] = {
     {0x01, "combined data authentication (CDA)"},
 };
 
+// The elements that the application wants to hear at the start (PDOL).
+std::vector<std::uint32_t> asked_for(host::Card& card) {
+    return explain::tags_of_list(card.element(0x9F38).value_or(host::ByteString()));
+}
+
+// A card of quick PBOC makes its cryptogram in the answer to GET PROCESSING OPTIONS: it asks there not
+// only for the terminal's qualifiers (9F66), as many a card does, but for what the cryptogram is made
+// from, the random number among it (PBOC part 12). Or it was personalised for it: its own qualifiers,
+// additional processing, offline balance.
+bool is_quick_card(host::Card& card) {
+    const auto list = asked_for(card);
+    const auto asks = [&list](std::uint32_t tag) {
+        return std::ranges::find(list, tag) != list.end();
+    };
+    constexpr host::Tag of_quick_cards[] = {0x9F6C, 0x9F68, 0x9F5D};
+    return asks(0x9F66) && ((asks(0x9F02) && asks(0x9F37)) ||
+                            std::ranges::any_of(of_quick_cards, [&](host::Tag tag) {
+                                return card.element(tag) || read_data(card, tag).ok();
+                            }));
+}
+
 std::vector<std::string> abilities_of(host::Card& card) {
     std::vector<std::string> abilities;
     if (card.element(0x9F79)) {
         abilities.push_back("electronic cash, " +
                             decoded(card, 0x9F79, {.currency = iso_number(card.element(0x9F42))}));
     }
-    const auto asks_for = explain::tags_of_list(card.element(0x9F38).value_or(host::ByteString()));
-    const auto asks = [&](std::uint32_t tag) {
-        return std::ranges::find(asks_for, tag) != asks_for.end();
-    };
-    if (asks(0xDF69)) {
+    const auto list = asked_for(card);
+    if (std::ranges::find(list, 0xDF69) != list.end()) {
         abilities.emplace_back("the national algorithms (SM)");
     }
     if (const auto profile = card.element(0x82); profile && !profile->empty()) {
@@ -140,17 +158,17 @@ std::string application_name(const std::string& aid) {
     return name.empty() ? aid : name;
 }
 
-std::string contactless_ability(host::Card& card) {
-    const bool asks_for_qualifiers = [&card] {
-        const auto list = explain::tags_of_list(card.element(0x9F38).value_or(host::ByteString()));
-        return std::ranges::find(list, 0x9F66) != list.end();
-    }();
+std::vector<std::string> contactless_abilities(host::Card& card) {
+    std::vector<std::string> abilities;
+    const bool is_quick = is_quick_card(card);
     constexpr std::string_view directory = "2PAY.SYS.DDF01";
-    if (!select_by_name(card, {directory.begin(), directory.end()}).ok()) {
-        return {};
+    if (select_by_name(card, {directory.begin(), directory.end()}).ok()) {
+        abilities.emplace_back("contactless directory (PPSE)");
     }
-    return asks_for_qualifiers ? "contactless payment at a touch (quick PBOC)"
-                               : "contactless payment";
+    if (is_quick) {
+        abilities.emplace_back("contactless payment at a touch (quick PBOC)");
+    }
+    return abilities;
 }
 
 CardFacts card_facts(host::Card& card, const std::string& aid) {

@@ -41,9 +41,9 @@ struct CardFacts {
 };
 CardFacts card_facts(host::Card& card, const std::string& aid);
 
-// What the application can do at contactless terminals: those look for a directory of their own. The
-// card is asked for it, which ends the application's selection. Empty where it can nothing.
-std::string contactless_ability(host::Card& card);
+// What the card shows of contactless use, while the application is selected: the directory that such
+// terminals look for, quick PBOC. The card is asked for the directory, which ends the selection.
+std::vector<std::string> contactless_abilities(host::Card& card);
 
 // Whether an application is good on a day, by its dates: "to 2030-12-31", "EXPIRED, ...".
 bool has_expired(const CardFacts& facts, const host::Date& day);
@@ -53,7 +53,7 @@ std::string validity_text(const CardFacts& facts, const host::Date& day);
 // A country's or currency's number, as cards hold it: 0156 is 156.
 std::optional<std::uint16_t> iso_number(const std::optional<host::ByteString>& value);
 
-// A date as YYMMDD. Throws Failed, with the option's name.
+// A date as YYMMDD. Throws WrongUsage, with the option's name.
 host::Date parse_date(const std::string& text, const char* option);
 
 }  // namespace quorrin::command

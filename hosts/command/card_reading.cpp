@@ -1,5 +1,6 @@
 #include "hosts/command/card_reading.hpp"
 
+#include "decode/lookup.hpp"
 #include "decode/reading.hpp"
 
 namespace quorrin::command {
@@ -31,6 +32,30 @@ unsigned ReadAnswer::status() const {
 host::ByteString ReadAnswer::data() const {
     return answer.size() < 2 ? host::ByteString()
                              : host::ByteString(answer.begin(), answer.end() - 2);
+}
+
+namespace {
+
+decode::StatusWord word_of(const ReadAnswer& read) {
+    return decode::status_word(static_cast<std::uint8_t>(read.status() >> 8),
+                               static_cast<std::uint8_t>(read.status()));
+}
+
+std::string digits_of(const ReadAnswer& read) {
+    return host::to_hex(host::ByteString(read.answer.end() - 2, read.answer.end()));
+}
+
+}  // namespace
+
+std::string refusal(const ReadAnswer& read) {
+    return digits_of(read) + ": " + word_of(read).meaning;
+}
+
+Failed refused(const std::string& what, const ReadAnswer& read) {
+    return Failed(what + " is refused with " + refusal(read),
+                  {.status_word = digits_of(read),
+                   .meaning = word_of(read).meaning,
+                   .advice = advice_for(read.status())});
 }
 
 ReadAnswer select_by_name(host::Card& card, const host::ByteString& name) {

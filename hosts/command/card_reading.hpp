@@ -21,6 +21,11 @@ struct ReadAnswer {
     host::ByteString data() const;
 };
 
+// "... is refused with 6A82: ...", with what to do. `what` is what was asked for.
+Failed refused(const std::string& what, const ReadAnswer& read);
+// "6A82: no such file".
+std::string refusal(const ReadAnswer& read);
+
 ReadAnswer select_by_name(host::Card& card, const host::ByteString& name);
 ReadAnswer read_record(host::Card& card, unsigned file, unsigned record);
 ReadAnswer read_data(host::Card& card, host::Tag tag);

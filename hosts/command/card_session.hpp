@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "hosts/command/failure_telling.hpp"
 #include "hosts/command/progress.hpp"
 #include "hosts/command/reader_backend.hpp"
 #include "hosts/command/subcommand.hpp"
@@ -49,12 +50,5 @@ struct SlotName {
 };
 std::span<const SlotName> slot_names();
 std::string slot_name(int kind);
-
-// What went wrong, for a person: in plain words; step, code, the library's message and its meaning in
-// English; the card's status word; what to do.
-std::string describe(const host::Failure& error);
-// The first line of that and what to do, empty where there is nothing to be said.
-std::string plain_words(const host::Failure& error);
-std::string advice_for(const host::Failure& error);
 
 }  // namespace quorrin::command

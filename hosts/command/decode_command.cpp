@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -19,6 +18,7 @@
 #include "decode/render.hpp"
 #include "hosts/command/output.hpp"
 #include "hosts/command/subcommand.hpp"
+#include "hosts/command/table.hpp"
 
 namespace quorrin::command {
 namespace {
@@ -53,8 +53,12 @@ std::string read_all(std::istream& stream) {
     return text;
 }
 
+bool is_on_command_line(const DecodeOptions& options) {
+    return !options.data.empty() && options.data != std::vector<std::string>{"-"};
+}
+
 std::string read_source(const DecodeOptions& options) {
-    if (!options.data.empty() && options.data != std::vector<std::string>{"-"}) {
+    if (is_on_command_line(options)) {
         std::string text;
         for (const std::string& part : options.data) {
             text += (text.empty() ? "" : " ") + part;
@@ -91,18 +95,29 @@ std::optional<What> find_what(const std::string& name) {
     return {};
 }
 
+// A digit that was lost leaves what could also be base64, to nobody's use.
+bool is_all_hex(const std::string& text) {
+    return text.find_first_not_of("0123456789ABCDEFabcdef \t\r\n") == std::string::npos;
+}
+
 std::vector<std::uint8_t> read_bytes(const DecodeOptions& options, const std::string& source) {
     using decode::Encoding;
     if (options.encoding == "binary") {
         return {source.begin(), source.end()};
     }
-    const decode::Input input = options.encoding == "hex"      ? decode::read_hex(source)
-                                : options.encoding == "base64" ? decode::read_base64(source)
-                                                               : decode::read_any(source);
+    const decode::Input input = options.encoding == "base64" ? decode::read_base64(source)
+                                : options.encoding == "hex" || is_all_hex(source)
+                                    ? decode::read_hex(source)
+                                    : decode::read_any(source);
     if (!input.error.empty()) {
-        throw Failed("the input is not " + std::string(decode::encoding_name(input.encoding)) +
-                     ": " + input.error +
-                     (options.data.empty() ? "" : " (--file reads files, --as names texts)"));
+        const std::string complaint = "the input is not " +
+                                      std::string(decode::encoding_name(input.encoding)) + ": " +
+                                      input.error;
+        if (is_on_command_line(options)) {
+            throw WrongUsage(complaint, {.advice = "--file reads files, --as names texts, quorrin "
+                                                   "decode --help has examples"});
+        }
+        throw Failed(complaint);
     }
     if (options.encoding == "any" && input.encoding != Encoding::Hex) {
         tell("the input is no hex: read as " + std::string(decode::encoding_name(input.encoding)));
@@ -110,28 +125,25 @@ std::vector<std::uint8_t> read_bytes(const DecodeOptions& options, const std::st
     return input.bytes;
 }
 
-std::vector<std::uint8_t> read_option(const std::string& name, const std::string& text) {
-    const decode::Input input = decode::read_hex(text);
-    if (!input.error.empty()) {
-        throw Failed(name + ": " + input.error);
-    }
-    return input.bytes;
+std::string check_hex(const std::string& text) {
+    return decode::read_hex(text).error;
+}
+
+std::string check_currency(const std::string& text) {
+    const bool is_number = !text.empty() && text.size() <= 3 &&
+                           text.find_first_not_of("0123456789") == std::string::npos;
+    return is_number ? std::string() : "a currency has up to three digits";
 }
 
 decode::Options decode_options(const DecodeOptions& options, const Common& common) {
     decode::Options decoding;
     decoding.show_sensitive = common.show_sensitive;
-    decoding.list = read_option("--list", options.list);
+    decoding.list = decode::read_hex(options.list).bytes;
     for (const auto& [name, kernel] : kernels) {
         decoding.kernel = name == options.kernel ? kernel : decoding.kernel;
     }
     if (!options.currency.empty()) {
-        std::uint16_t number = 0;
-        const char* end = options.currency.data() + options.currency.size();
-        if (std::from_chars(options.currency.data(), end, number).ptr != end || number > 999) {
-            throw Failed("--currency: a currency has up to three digits");
-        }
-        decoding.currency = number;
+        decoding.currency = static_cast<std::uint16_t>(std::stoul(options.currency));
     }
     return decoding;
 }
@@ -146,14 +158,12 @@ void show_kinds(const Common& common) {
         put_result(text + "]\n");
         return;
     }
+    Table table;
     for (const decode::DataKind& kind : decode::data_kinds()) {
-        constexpr std::size_t column = 34;
-        std::string line = "  " + std::string(kind.name);
-        line.resize(std::max(line.size() + 1, column), ' ');
-        text += line + std::string(kind.what) + "\n";
+        table.add({"", std::string(kind.name), std::string(kind.what)});
     }
-    put_result(text +
-               "  TAG                             the value of this element, such as 9F10\n");
+    table.add({"", "TAG", "the value of this element, such as 9F10"});
+    put_result(table.text());
 }
 
 // Says on standard error what did not hold, and where.
@@ -203,7 +213,7 @@ int run_decode(const DecodeOptions& options, const Common& common) {
     const bool is_answer = what.kind != nullptr && what.kind->name == "answer";
     const decode::Node tree =
         is_answer && !options.answered.empty()
-            ? decode::answer(bytes, read_option("--answer-to", options.answered), decoding)
+            ? decode::answer(bytes, decode::read_hex(options.answered).bytes, decoding)
         : what.tag ? decode::element(*what.tag, bytes, decoding)
                    : what.kind->decode(bytes, decoding);
     put_result(common.json
@@ -246,8 +256,10 @@ void add_decode(CLI::App& app, const Common& common, Action& action) {
     command
         ->add_option("--list", options->list,
                      "The list that the data answer: a DOL, or a log format")
+        ->check(check_hex)
         ->type_name("HEX");
     command->add_option("--answer-to", options->answered, "With --as answer: the command")
+        ->check(check_hex)
         ->type_name("HEX");
     std::vector<std::string> names;
     for (const auto& [name, kernel] : kernels) {
@@ -261,6 +273,7 @@ void add_decode(CLI::App& app, const Common& common, Action& action) {
     command
         ->add_option("--currency", options->currency,
                      "Currency of amounts where the data do not name it, such as 156")
+        ->check(check_currency)
         ->type_name("NUMBER");
     command->footer(examples(R"(  quorrin decode 9F3602004B 95050000008000
   quorrin decode --as tvr 0000008000

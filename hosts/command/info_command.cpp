@@ -1,4 +1,6 @@
 // quorrin info: what the card says of its holder.
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
 #include "decode/lookup.hpp"
@@ -62,9 +64,7 @@ int run_info(const InfoOptions& options, const Common& common) {
     }
     session.card().holder(aid);
     CardFacts facts = card_facts(session.card(), aid);
-    if (std::string ability = contactless_ability(session.card()); !ability.empty()) {
-        facts.abilities.push_back(std::move(ability));
-    }
+    std::ranges::move(contactless_abilities(session.card()), std::back_inserter(facts.abilities));
     decode::Options decoding;
     decoding.show_sensitive = common.show_sensitive;
     decoding.kernel = decode::kernel_of(host::from_hex(aid));

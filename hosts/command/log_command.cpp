@@ -16,13 +16,6 @@ struct LogOptions : CardOptions {
 
 constexpr std::uint16_t yuan = 156;  // of electronic cash (PBOC part 13)
 
-std::string refusal(const ReadAnswer& read) {
-    const auto word = decode::status_word(static_cast<std::uint8_t>(read.status() >> 8),
-                                          static_cast<std::uint8_t>(read.status()));
-    return host::to_hex(host::ByteString(read.answer.end() - 2, read.answer.end())) + ": " +
-           word.meaning;
-}
-
 // A card may answer with the tag that was asked for, or with the other one.
 std::optional<host::ByteString> format_of(const ReadAnswer& read, const LogKind& kind) {
     const auto own = find_value(read.data(), kind.format);
@@ -42,8 +35,7 @@ int run_log(const LogOptions& options, const Common& common) {
     const std::string aid = chosen_application(card, options.aid);
     const ReadAnswer fci = select_by_name(card, host::from_hex(aid));
     if (!fci.ok()) {
-        throw Failed("the application " + aid + " (" + application_name(aid) +
-                     ") is refused with " + refusal(fci));
+        throw refused("the application " + aid + " (" + application_name(aid) + ")", fci);
     }
     const auto entry = find_value(fci.data(), kind.entry);
     if (!entry || entry->size() < 2) {
@@ -53,7 +45,7 @@ int run_log(const LogOptions& options, const Common& common) {
     const ReadAnswer answer = read_data(card, kind.format);
     const auto format = format_of(answer, kind);
     if (!answer.ok() || !format) {
-        throw Failed("the log's format is refused with " + refusal(answer));
+        throw refused("the log's format", answer);
     }
     decode::Options decoding;
     decoding.show_sensitive = common.show_sensitive;

@@ -1,16 +1,19 @@
 // The `quorrin` command: one program, a subcommand for each thing that a person does with card data,
 // cards and readers.
-#include <unistd.h>
-
 #include <exception>
 #include <iostream>
+#include <span>
+#include <sstream>
 #include <string>
+#include <string_view>
 
-#include "hosts/command/card_session.hpp"
+#include "hosts/command/failure_telling.hpp"
 #include "hosts/command/manual.hpp"
 #include "hosts/command/output.hpp"
 #include "hosts/command/progress.hpp"
+#include "hosts/command/reader_backend.hpp"
 #include "hosts/command/subcommand.hpp"
+#include "hosts/command/suggestions.hpp"
 
 namespace quorrin::command {
 namespace {
@@ -20,6 +23,15 @@ constexpr AddSubcommand subcommands[] = {
     add_readers,  add_info, add_aids,   add_pan,     add_log,    add_dump,    add_apdu,
     add_purchase, add_bank, add_decode, add_explain, add_replay, add_profile, add_doctor,
 };
+
+bool names_json(std::span<char* const> arguments) {
+    for (const std::string_view argument : arguments) {
+        if (argument == "--json" || argument == "--") {
+            return argument == "--json";
+        }
+    }
+    return false;
+}
 
 int run(int argc, char** argv) {
     CLI::App app("Card data, cards and readers from the shell.", "quorrin");
@@ -53,22 +65,30 @@ int run(int argc, char** argv) {
 
     try {
         app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        // Help is a result, wrong usage is not.
+    } catch (const CLI::Success& help) {  // a result like any other
         std::ostringstream results;
-        std::ostringstream messages;
-        const int status = app.exit(error, results, messages);
+        app.exit(help, results, results);
         put_result(results.str());
-        std::cerr << messages.str();
-        return status == 0 ? success : usage;
+        return success;
+    } catch (const CLI::ParseError& error) {
+        const UsageComplaint complaint = complaint_of(app, error);
+        tell(complaint.text + "\n  " + complaint.advice);
+        // Where the line goes wrong before it, the option has not been seen.
+        if (common.json || names_json({argv, static_cast<std::size_t>(argc)})) {
+            put_error(command_name(app), complaint.text, complaint.advice);
+        }
+        return usage;
     }
     keep_log_from_view(common.show_sensitive);
-    const int status = action();
-    if (was_interrupted()) {
-        tell(interrupted_text);
-        return failure;
+    try {
+        const int status = action();
+        if (!was_interrupted()) {
+            return status;
+        }
+        throw Failed(interrupted_text);
+    } catch (const std::exception& error) {
+        return tell_failure(error, command_name(app), common);
     }
-    return status;
 }
 
 }  // namespace
@@ -89,13 +109,7 @@ int main(int argc, char** argv) {
     survive_closed_pipes();
     try {
         return run(argc, argv);
-    } catch (const quorrin::host::Failure& error) {
-        tell(describe(error));
-        return failure;
-    } catch (const WrongUsage& error) {
-        tell(error.what());
-        return usage;
-    } catch (const std::exception& error) {
+    } catch (const std::exception& error) {  // standard output does not take the result
         tell(error.what());
         return failure;
     }

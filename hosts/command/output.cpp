@@ -19,6 +19,7 @@ namespace {
 constexpr const char* log_variable = "QT_LOGGING_RULES";
 constexpr const char* silent = "default.debug=false";
 std::optional<std::string> log_rules;
+bool result_is_written = false;
 
 }  // namespace
 
@@ -28,6 +29,7 @@ void survive_closed_pipes() {
 
 void put_result(std::string_view text) {
     const auto pause = pause_progress();
+    result_is_written = true;
     while (!text.empty()) {
         const ssize_t count = write(STDOUT_FILENO, text.data(), text.size());
         if (count >= 0) {
@@ -38,6 +40,10 @@ void put_result(std::string_view text) {
             throw Failed(std::string("the result cannot be written: ") + std::strerror(errno));
         }
     }
+}
+
+bool has_results() {
+    return result_is_written;
 }
 
 bool wants_colour() {

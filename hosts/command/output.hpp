@@ -9,6 +9,8 @@ namespace quorrin::command {
 // Writes all of it. A reader that has gone ends the output quietly; a write that fails otherwise (a
 // full disk) throws Failed.
 void put_result(std::string_view text);
+// Whether any have been written.
+bool has_results();
 
 // Whether results go to a terminal that shows colours: never with NO_COLOR (no-color.org).
 bool wants_colour();

@@ -1,9 +1,12 @@
 #include "hosts/command/reader_backend.hpp"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -63,6 +66,16 @@ void use(const std::string& file) {
     find(library, "ICC_Reader_PowerOff", backend.power_off);
     find(library, "ICC_Reader_Application", backend.exchange);
     find(library, "ICC_Reader_GetSerial", backend.serial);
+}
+
+// The recorder lets a host go on without a trace that cannot be written. Who asks for one here wants it.
+void check_trace_file(const std::string& file) {
+    constexpr mode_t owner_only = 0600;  // as the recorder makes it
+    const int opened = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, owner_only);
+    if (opened < 0) {
+        throw Failed("the trace " + file + " cannot be written: " + std::strerror(errno));
+    }
+    close(opened);
 }
 
 // A program that was asked for may be a file; what the loader finds has no folder in its name.
@@ -182,6 +195,7 @@ BackendChoice load_backend(const BackendRequest& request) {
         use(choice.file);
     } else {
         open_library(choice.file);  // says what is wrong with it in the loader's own words
+        check_trace_file(request.trace_file);
         setenv("QUORRIN_TRACE_FILE", request.trace_file.c_str(), 1);
         setenv("QUORRIN_TRACE_READER", choice.file.c_str(), 1);
         setenv("QUORRIN_TRACE_CLEAR", request.clear_trace ? "1" : "", 1);

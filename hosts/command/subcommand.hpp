@@ -17,6 +17,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -36,10 +37,22 @@ struct Common {
 using Action = std::function<int()>;
 using AddSubcommand = void (*)(CLI::App& app, const Common& common, Action& action);
 
+// What is known of a failure besides its sentence.
+struct FailureDetails {
+    std::string status_word = {};  // the card's, as four hex digits
+    std::string meaning = {};      // of the status word
+    std::string advice = {};       // what to do
+};
+
 // Thrown by actions: the message goes to standard error, the exit status is `failure`.
 class Failed : public std::runtime_error {
   public:
-    using std::runtime_error::runtime_error;
+    explicit Failed(const std::string& text, FailureDetails details = {})
+        : std::runtime_error(text), details_(std::move(details)) {}
+    const FailureDetails& details() const { return details_; }
+
+  private:
+    FailureDetails details_;
 };
 
 // What only shows when the whole command line is looked at: the exit status is `usage`.

@@ -195,11 +195,11 @@ class InputForms(unittest.TestCase):
         self.assertEqual(decode("--input", "base64", "nzYCAAE="), (0, self.EXPECTED, ""))
         self.assertEqual(decode("--input", "binary", data=b"\x9f\x36\x02\x00\x01"),
                          (0, self.EXPECTED, ""))
-        self.assertEqual(decode("--input", "hex", "nzYCAAE=")[0], 1)
+        self.assertEqual(decode("--input", "hex", "nzYCAAE=")[0], 2)
 
     def test_what_cannot_be_read_is_said_without_being_repeated(self):
         code, out, err = decode("9999010000000011 is no hex")
-        self.assertEqual((code, out), (1, b""))
+        self.assertEqual((code, out), (2, b""))
         self.assertIn("no hex digit at character 18", err)
         self.assertNotIn("9999", err)
         self.assertEqual(decode("--file", "/nonexistent/file")[0], 1)

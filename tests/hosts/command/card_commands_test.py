@@ -36,6 +36,7 @@ class CardCommands(CommandTest):
         for card, words in (("gm", "the national algorithms (SM)"), ("expired", "EXPIRED, it was good to 2020-12-31"),
                             ("two_applications", "besides  UnionPay debit (--aid A000000333010101)"),
                             ("full", "combined data authentication (CDA)"), ("quick", "contactless payment at a touch"),
+                            ("international", "has    contactless directory (PPSE)\n\n"),
                             ("debit", "electronic cash, CNY 100.00"), ("credit", "UnionPay credit")):
             self.assertIn(words, simulated("info", reader=self.with_card(card)).stdout)
         self.assertFalse(self.result("info", "--date", "201231", reader=self.with_card("expired"))["expired"])
@@ -196,6 +197,11 @@ class CardCommands(CommandTest):
         self.assertTrue(all(check["cure"] for check in value["checks"] if check["health"] != "good"))
 
     # How it is told
+
+    def test_kinds_of_data_stand_in_columns(self):
+        lines = quorrin("decode", "--kinds").stdout.splitlines()
+        self.assertEqual(len({re.match(r"  \S+ +", line).end() for line in lines}), 1)
+        self.assertGreater(len(lines), 40)
 
     def test_help_of_every_command_has_an_example(self):
         listed = re.findall(r"^  (\w+) {2,}\S", quorrin("--help").stdout.split("Subcommands:")[1], re.MULTILINE)

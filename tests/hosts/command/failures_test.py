@@ -11,7 +11,8 @@ import signal
 import subprocess
 import unittest
 
-from command_line import CARDS, ENVIRONMENT, FIXED, PROFILES, QUORRIN, CommandTest, main, quorrin, secrets, simulated
+from command_line import (CARDS, ENVIRONMENT, FIXED, PROFILES, QUORRIN, CommandTest, check_json, main, quorrin,
+                          secrets, simulated)
 
 SELECT = "00A4040008A00000033301010100"
 
@@ -120,10 +121,13 @@ class Failures(CommandTest):
 
     def test_bad_hex_and_bad_arguments(self):
         rows = [
-            (["apdu", "--reader", "simulator", "00A"], 1), (["apdu", "--reader", "simulator", "00A4040007A000"], 1),
-            (["apdu", "--reader", "simulator", "zz"], 1), (["apdu", "--raw", "--reader", "simulator", SELECT], 2),
-            (["decode", "--input", "hex", "9F3"], 1), (["decode", "--as", "tvr", "--input", "hex", "00GG"], 1),
-            (["decode", "--list", "9", "00"], 1), (["decode", "--as", "nothing", "00"], 2),
+            (["apdu", "--reader", "simulator", "00A"], 2), (["apdu", "--reader", "simulator", "00A4040007A000"], 2),
+            (["apdu", "--reader", "simulator", "zz"], 2), (["apdu", "--raw", "--reader", "simulator", SELECT], 2),
+            (["decode", "--input", "hex", "9F3"], 2), (["decode", "--as", "tvr", "--input", "hex", "00GG"], 2),
+            (["decode", "9F36020"], 2), (["decode", "zz"], 2), (["decode", "--file", "/nowhere"], 1),
+            (["decode", "--as", "answer", "--answer-to", "80A", "9000"], 2), (["decode", "--currency", "1560", "00"], 2),
+            (["decode", "--currency", "x", "00"], 2),
+            (["decode", "--list", "9", "00"], 2), (["decode", "--as", "nothing", "00"], 2),
             (["bank", "--field55", "9F"], 1), (["bank", "--field55", "XY"], 1), (["bank"], 1),
             (["bank", "--request", "/nowhere.json"], 1), (["bank", "--arpc", "odd"], 2),
             (["purchase", "--reader", "simulator", "--amount", "much"], 2),
@@ -152,15 +156,91 @@ class Failures(CommandTest):
             if status == 2:
                 self.assertEqual(run.stdout, "", arguments)
 
+    def test_data_from_elsewhere_are_no_wrong_usage(self):
+        self.check(quorrin("decode", text="9F36020\n"), 1, "an odd number of hex digits")
+        self.check(quorrin("apdu", "--reader", "simulator", text="00A\n"), 1, "no command")
+
+    def test_what_was_probably_meant_is_named(self):
+        rows = [(["infos"], "no command infos: did you mean info?"), (["--jsn", "info"], "no option --jsn: did you mean --json?"),
+                (["purchase", "--amont", "3"], "did you mean --amount?"), (["profile", "chek", "x"], "did you mean check?"),
+                (["raeders"], "did you mean readers?"), (["info", "--rader=pcsc"], "no option --rader: did you mean --reader?"),
+                (["info", "A", "B"], "one argument too many: B"), ([], "there are readers, info, aids"),
+                (["profile"], "there are check, new"), (["frobnicate"], "no command frobnicate\n"), (["--frob"], "no option --frob\n")]
+        for arguments, words in rows:
+            run = quorrin(*arguments)
+            self.check(run, 2, words, "--help tells more")
+            self.assertEqual("did you mean" in run.stderr, "did you mean" in words, arguments)
+
+    # Failures for programs
+
+    def test_a_failure_has_its_object_in_the_results_place(self):
+        blocked = self.with_card("blocked")
+        rows = [
+            (["info", "--reader", blocked], 1, {
+                "text": "the application is blocked: its bank has locked it", "step": "getIccInfo", "code": -26881,
+                "message": "命令不接受（无效状态）", "meaning": "the card's state does not admit the command",
+                "status_word": "6283", "advice": "only the bank can unlock it"}),
+            (["log", "--reader", blocked], 1, {
+                "text": "the application A000000333010101 (UnionPay debit) is refused with 6283: Selected file or application "
+                        "is blocked (invalidated)",
+                "meaning": "Selected file or application is blocked (invalidated)", "status_word": "6283",
+                "advice": "only the bank can unlock it"}),
+            (["info", "--reader", self.reader_file("")], 1, {
+                "text": "there is no card in the slot, or it was taken out", "step": "PowerUp", "code": -2, "message": "无卡",
+                "meaning": "No card in the slot; the library looks in the next slot",
+                "advice": "put a card in and try again; quorrin readers shows the slots"}),
+            (["explain", "/nowhere"], 1, None),
+            (["decode", "9F3"], 2, {
+                "text": "the input is not hex: an odd number of hex digits",
+                "advice": "--file reads files, --as names texts, quorrin decode --help has examples"}),
+            (["profile", "chek"], 2, {
+                "text": "there is no command profile chek: did you mean check?", "advice": "quorrin profile --help tells more"}),
+            (["infos"], 2, {
+                "text": "there is no command infos: did you mean info?", "advice": "quorrin --help tells more"}),
+        ]
+        for arguments, status, error in rows:
+            run = quorrin(*arguments, "--json")
+            self.check(run, status)
+            self.assertEqual(run.stderr, quorrin(*arguments).stderr, "what is said to people stays")
+            value = check_json(run.stdout)
+            self.assertEqual(value["command"], arguments[0] if arguments[0] != "infos" else "")
+            if error is not None:
+                self.assertEqual(value["error"], error)
+
+    def test_every_card_command_gives_one_object_however_it_ends(self):
+        readers = ["/nowhere/reader.so", "simulator:/nowhere.toml", "simulator:none", self.reader_file(""), self.with_card("blocked"),
+                   self.with_card("debit", '[[fault]]\nslot = "contact"\nremoved_after = 2\n')]
+        for reader in readers:
+            for command in CARD_COMMANDS:
+                run = simulated(*command, "--json", reader=reader)
+                self.assertIn(run.returncode, (0, 1))
+                value = check_json(run.stdout)
+                self.assertEqual(value["command"], command[0])
+
+    def test_a_blocked_card_comes_with_what_to_do(self):
+        profile = self.folder / "card.toml"
+        profile.write_text('state = "state.toml"\n' + (PROFILES / "debit.toml").read_text())
+        simulated("purchase", "--wish", "block card", reader=f"simulator:{profile}")
+        self.check(simulated("info", reader=f"simulator:{profile}"), 1, "6A81", "what to do: try another card")
+
     # Files and pipes
 
-    def test_an_unwritable_trace_stops_nothing(self):
+    def test_a_trace_that_cannot_be_written_is_told_before_the_card_is_touched(self):
         for command in CARD_COMMANDS:
             if command[0] == "doctor":
                 continue
-            run = simulated(*command, "--trace", "/nowhere/trace.jsonl")
-            self.assertEqual(run.returncode, simulated(*command).returncode)
-            self.assertIn("/nowhere/trace.jsonl", run.stderr)
+            state = self.folder / "state.toml"
+            reader = self.reader_file('state = "state.toml"\n' + (PROFILES / "debit.toml").read_text(), "card.toml")
+            run = simulated(*command, "--trace", "/nowhere/trace.jsonl", reader=reader)
+            self.check(run, 1, "the trace /nowhere/trace.jsonl cannot be written: No such file")
+            self.assertEqual(run.stdout, "")
+            self.assertFalse(state.exists(), command)
+
+    def test_a_trace_goes_on_after_what_its_file_holds(self):
+        trace = self.folder / "trace.jsonl"
+        for number in (1, 2):
+            simulated("pan", "--trace", trace)
+            self.assertEqual(len(json.loads(quorrin("explain", "--json", trace).stdout)["transactions"]), number)
 
     def test_files_that_cannot_be_written(self):
         trace = self.folder / "trace.jsonl"
