@@ -111,7 +111,7 @@ constexpr BitRow service_rows[] = {
     {1, 0x01, 0x01, "Card without a master file"},
 };
 
-constexpr BitRow capability_rows[] = {
+constexpr BitRow card_capability_rows[] = {
     bit(1, 8, "Selection by full DF name"),
     bit(1, 7, "Selection by partial DF name"),
     bit(1, 6, "Selection by path"),
@@ -184,7 +184,7 @@ void add_compact_objects(const Reading& reading, Value value, Node& node) {
         if (number == 3 && size == 1) {
             add_flags(service_rows, content, object);
         } else if (number == 7) {
-            add_flags(capability_rows, content, object);
+            add_flags(card_capability_rows, content, object);
         } else if (number == 8) {
             add_status_indicator(reading, content, object);
         } else if (number == 15) {

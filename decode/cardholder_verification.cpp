@@ -5,11 +5,6 @@
 namespace quorrin::decode {
 namespace {
 
-struct CodeRow {
-    std::uint8_t code;
-    std::string_view text;
-};
-
 constexpr CodeRow methods[] = {
     {0x00, "Fail CVM processing"},
     {0x01, "Plaintext PIN verification by ICC"},
@@ -46,7 +41,7 @@ constexpr CodeRow conditions[] = {
     {0x09, "if in application currency and over Y"},
 };
 
-constexpr CodeRow results[] = {
+constexpr CodeRow cvm_results[] = {
     {0x00, "result unknown (as for signature or online PIN)"},
     {0x01, "failed"},
     {0x02, "successful"},
@@ -57,14 +52,9 @@ constexpr CodeRow identity_documents[] = {
     {0x03, "Entry permit"},  {0x04, "Temporary identity card"}, {0x05, "Other"},
 };
 
-template <std::size_t Count>
-std::string code_text(const CodeRow (&rows)[Count], std::uint8_t code, std::string_view what) {
-    for (const CodeRow& row : rows) {
-        if (row.code == code) {
-            return std::string(row.text);
-        }
-    }
-    return std::string(what) + " " + hex({&code, 1});
+std::string code_text(std::span<const CodeRow> rows, std::uint8_t code, std::string_view what) {
+    const std::string_view meaning = code_meaning(rows, code);
+    return meaning.empty() ? std::string(what) + " " + hex({&code, 1}) : std::string(meaning);
 }
 
 std::string method_text(std::uint8_t method) {
@@ -112,7 +102,7 @@ void tell_cvm_results(const Reading& reading, Value value, Node& node) {
     add_field(reading, node, "Condition", value.part(1, 1),
               none_performed ? "none" : condition_text(value[1]));
     add_field(reading, node, "Result", value.part(2, 1),
-              code_text(results, value[2], "unknown result"));
+              code_text(cvm_results, value[2], "unknown result"));
 }
 
 void tell_identity_document_type(const Reading&, Value value, Node& node) {

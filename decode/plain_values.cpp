@@ -8,11 +8,6 @@
 namespace quorrin::decode {
 namespace {
 
-struct CodeRow {
-    std::uint8_t code;
-    std::string_view text;
-};
-
 // ISO 8583, processing code, and what PBOC adds.
 constexpr CodeRow transaction_types[] = {
     {0x00, "Purchase of goods or services"},
@@ -109,16 +104,14 @@ constexpr CodeRow kernels[] = {{0x01, "kernel 1"},   {0x02, "kernel C-2"}, {0x03
                                {0x04, "kernel C-4"}, {0x05, "kernel C-5"}, {0x06, "kernel C-6"},
                                {0x07, "kernel C-7"}, {0x08, "kernel C-8"}};
 
-template <std::size_t Count>
-void tell_code(const CodeRow (&rows)[Count], std::string_view what, Value value, Node& node) {
+void tell_code(std::span<const CodeRow> rows, std::string_view what, Value value, Node& node) {
     if (!expect_size(value, 1, node)) {
         return;
     }
-    for (const CodeRow& row : rows) {
-        if (row.code == value[0]) {
-            node.text = row.text;
-            return;
-        }
+    const std::string_view meaning = code_meaning(rows, value[0]);
+    if (!meaning.empty()) {
+        node.text = meaning;
+        return;
     }
     add_unknown(node, value.offset, "no " + std::string(what) + " " + hex(value.bytes));
 }
@@ -414,11 +407,10 @@ void tell_kernel_identifier(const Reading&, Value value, Node& node) {
     const std::uint8_t first = value[0];
     const std::uint8_t number = first & 0x3F;
     node.text = std::string(types[first >> 6]) + ", ";
-    for (const CodeRow& row : kernels) {
-        if (row.code == number && first < 0x40) {
-            node.text += row.text;
-            return;
-        }
+    const std::string_view kernel = code_meaning(kernels, number);
+    if (!kernel.empty() && first < 0x40) {
+        node.text += kernel;
+        return;
     }
     node.text += "kernel " + hex(value.part(0, 3).bytes);
 }

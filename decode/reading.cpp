@@ -95,6 +95,11 @@ void add_flags(std::span<const BitRow> rows, Value value, Node& node) {
     }
 }
 
+std::string_view code_meaning(std::span<const CodeRow> rows, std::uint8_t code) {
+    const auto row = std::ranges::find(rows, code, &CodeRow::code);
+    return row != rows.end() ? row->text : std::string_view();
+}
+
 bool expect_size(Value value, std::size_t size, Node& node) {
     if (value.size() == size) {
         return true;

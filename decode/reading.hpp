@@ -89,6 +89,15 @@ constexpr BitRow bit(std::uint8_t byte, std::uint8_t number, std::string_view te
 // All rows that hold, as flags; bits without a row as reserved ones.
 void add_flags(std::span<const BitRow> rows, Value value, Node& node);
 
+// Codes of one byte, and what they mean.
+struct CodeRow {
+    std::uint8_t code;
+    std::string_view text;
+};
+
+// Empty for a code without a row.
+std::string_view code_meaning(std::span<const CodeRow> rows, std::uint8_t code);
+
 // A length that the standards demand: false, and a problem, when the value has another.
 bool expect_size(Value value, std::size_t size, Node& node);
 

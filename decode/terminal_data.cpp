@@ -4,11 +4,6 @@
 namespace quorrin::decode {
 namespace {
 
-struct CodeRow {
-    std::uint8_t code;
-    std::string_view text;
-};
-
 // EMV book 4, table 24.
 constexpr CodeRow terminal_types[] = {
     {0x11, "Attended, online only, operated by a financial institution"},
@@ -43,7 +38,7 @@ constexpr CodeRow entry_modes[] = {
     {0x95, "Integrated circuit card, card verification value unreliable"},
 };
 
-constexpr BitRow capability_rows[] = {
+constexpr BitRow terminal_capability_rows[] = {
     bit(1, 8, "Manual key entry"),
     bit(1, 7, "Magnetic stripe"),
     bit(1, 6, "IC with contacts"),
@@ -138,13 +133,12 @@ constexpr BitRow outcome_rows[] = {
     {6, 0xF0, 0xF0, "Alternate interface preference: none"},
 };
 
-template <std::size_t Count>
-void tell_code(const CodeRow (&rows)[Count], std::string_view what, Value value, Node& node) {
-    for (const CodeRow& row : rows) {
-        if (value.size() == 1 && row.code == value[0]) {
-            node.text = row.text;
-            return;
-        }
+// A code of another length is one that is not known.
+void tell_terminal_code(std::span<const CodeRow> rows, std::string_view what, Value value,
+                        Node& node) {
+    if (value.size() == 1 && !code_meaning(rows, value[0]).empty()) {
+        node.text = code_meaning(rows, value[0]);
+        return;
     }
     add_unknown(node, value.offset, "no " + std::string(what) + " " + hex(value.bytes));
 }
@@ -152,16 +146,16 @@ void tell_code(const CodeRow (&rows)[Count], std::string_view what, Value value,
 }  // namespace
 
 void tell_terminal_type(const Reading&, Value value, Node& node) {
-    tell_code(terminal_types, "terminal type", value, node);
+    tell_terminal_code(terminal_types, "terminal type", value, node);
 }
 
 void tell_pos_entry_mode(const Reading&, Value value, Node& node) {
-    tell_code(entry_modes, "entry mode", value, node);
+    tell_terminal_code(entry_modes, "entry mode", value, node);
 }
 
 void tell_terminal_capabilities(const Reading&, Value value, Node& node) {
     expect_size(value, 3, node);
-    add_flags(capability_rows, value, node);
+    add_flags(terminal_capability_rows, value, node);
 }
 
 void tell_additional_terminal_capabilities(const Reading&, Value value, Node& node) {

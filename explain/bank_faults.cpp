@@ -35,7 +35,7 @@ void declined_by_status_update(const Context& context, const Report& report) {
     declined(context, report, false);
 }
 
-constexpr Rule rules[] = {
+constexpr Rule bank_rule_table[] = {
     {Severity::Refusal, Party::Bank, "EMV book 4, annex A6", declined_by_code},
     {Severity::Refusal, Party::Bank, "EMV book 3, annex C10", declined_by_status_update},
     {Severity::Warning, Party::Bank, "EMV book 3, 10.10", scripts_refused},
@@ -44,7 +44,7 @@ constexpr Rule rules[] = {
 }  // namespace
 
 std::span<const Rule> bank_rules() {
-    return rules;
+    return bank_rule_table;
 }
 
 }  // namespace quorrin::explain

@@ -257,7 +257,7 @@ void issuer_authentication_refused(const Context& context, const Report& report)
     }
 }
 
-constexpr Rule rules[] = {
+constexpr Rule card_rule_table[] = {
     {Severity::Refusal, Party::Card, "EMV book 1, 11.3", blocked_application},
     {Severity::Fault, Party::Card, "EMV book 1, 11.3.4", fci_without_name},
     {Severity::Fault, Party::Card, "EMV book 3, 10.2", locator_entries},
@@ -278,7 +278,7 @@ constexpr Rule rules[] = {
 }  // namespace
 
 std::span<const Rule> card_rules() {
-    return rules;
+    return card_rule_table;
 }
 
 }  // namespace quorrin::explain

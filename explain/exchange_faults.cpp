@@ -77,7 +77,7 @@ void refusals_passed_over(const Context& context, const Report& report) {
     refusals(context, report, false);
 }
 
-constexpr Rule rules[] = {
+constexpr Rule exchange_rule_table[] = {
     {Severity::Fault, Party::Reader, "", failures_that_ended},
     {Severity::Warning, Party::Reader, "", failures_passed_over},
     {Severity::Refusal, Party::Card, "", refusals_that_ended},
@@ -87,7 +87,7 @@ constexpr Rule rules[] = {
 }  // namespace
 
 std::span<const Rule> exchange_rules() {
-    return rules;
+    return exchange_rule_table;
 }
 
 }  // namespace quorrin::explain

@@ -162,7 +162,7 @@ void left_powered(const Context& context, const Report& report) {
     }
 }
 
-constexpr Rule rules[] = {
+constexpr Rule host_rule_table[] = {
     {Severity::Note, Party::Host, "ISO 7816-3, 10.3", wrong_length_asked},
     {Severity::Fault, Party::Host, "EMV book 3, 10.1", without_processing_options},
     {Severity::Fault, Party::Host, "EMV book 1, 12.4", goes_on_after_refused_selection},
@@ -180,7 +180,7 @@ constexpr Rule rules[] = {
 }  // namespace
 
 std::span<const Rule> host_rules() {
-    return rules;
+    return host_rule_table;
 }
 
 }  // namespace quorrin::explain

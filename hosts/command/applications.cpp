@@ -19,18 +19,19 @@ constexpr const char* known_aids[] = {
 };
 
 constexpr unsigned done = 0x9000;
-constexpr unsigned blocked = 0x6283;
+constexpr unsigned application_blocked = 0x6283;
 
 // A directory that is not there, or that its issuer has blocked, sends the terminal to its list
 // (EMV book 1, 12.3.2).
 bool leads_to_known_names(const host::Failure& error) {
-    return error.status_word().value() == blocked || error.code() == QUORRIN_FILE_NOT_FOUND;
+    return error.status_word().value() == application_blocked ||
+           error.code() == QUORRIN_FILE_NOT_FOUND;
 }
 
 void ask_for_known_names(host::Card& card, Applications& found) {
     for (const char* known : known_aids) {
         const ReadAnswer fci = select_by_name(card, host::from_hex(known));
-        if (fci.status() != done && fci.status() != blocked) {
+        if (fci.status() != done && fci.status() != application_blocked) {
             continue;
         }
         // The whole name: what was asked for may be the first part of it.
@@ -68,7 +69,7 @@ struct Ability {
     const char* name;
 };
 
-constexpr Ability authentication[] = {
+constexpr Ability authentication_abilities[] = {
     {0x40, "static data authentication (SDA)"},
     {0x20, "dynamic data authentication (DDA)"},
     {0x01, "combined data authentication (CDA)"},
@@ -106,7 +107,7 @@ std::vector<std::string> abilities_of(host::Card& card) {
         abilities.emplace_back("the national algorithms (SM)");
     }
     if (const auto profile = card.element(0x82); profile && !profile->empty()) {
-        for (const Ability& row : authentication) {
+        for (const Ability& row : authentication_abilities) {
             if ((profile->front() & row.bit) != 0) {
                 abilities.emplace_back(row.name);
             }

@@ -23,7 +23,7 @@ std::mutex mutex;  // for what follows, and for the line on the terminal
 std::condition_variable ended;
 bool is_over = true;
 bool is_shown = false;
-std::string what;
+std::string task;
 std::thread writer;
 
 bool wants_progress() {
@@ -52,7 +52,7 @@ void show_until_it_is_over() {
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(
                                  std::chrono::steady_clock::now() - start)
                                  .count();
-        std::string line = "\r" + what + ", " + std::to_string(seconds) + " s";
+        std::string line = "\r" + task + ", " + std::to_string(seconds) + " s";
         if (const unsigned count = exchanges; count > 0) {
             line += ", " + std::to_string(count) + " exchanges";
         }
@@ -73,7 +73,7 @@ Progress::Progress(std::string_view doing) {
     shows_ = true;
     is_over = false;
     exchanges = 0;
-    what = doing;
+    task = doing;
     // Ctrl-C is the command's, not this thread's.
     sigset_t all;
     sigset_t before;

@@ -64,7 +64,7 @@ SlotView look_into(const host::Reader& reader, int kind) {
 }
 
 int run_readers(const CardOptions& options, const Common& common) {
-    const BackendChoice backend = load_backend({options.reader, options.slot, options.trace});
+    const BackendChoice library = load_backend({options.reader, options.slot, options.trace});
     catch_interrupts();
     const Progress progress("looking into the slots");
     const host::Reader reader;
@@ -78,14 +78,14 @@ int run_readers(const CardOptions& options, const Common& common) {
     for (const SlotName& slot : slot_names()) {
         views.push_back(look_into(reader, slot.kind));
     }
-    const PcscReaders pcsc = backend.name == "pcsc" ? pcsc_readers() : PcscReaders();
-    if (backend.name == "pcsc") {
+    const PcscReaders pcsc = library.name == "pcsc" ? pcsc_readers() : PcscReaders();
+    if (library.name == "pcsc") {
         tell_readers(pcsc, options.reader, views);
     }
     if (common.json) {
         Json json = result_of("readers");
-        json["library"] = backend.name;
-        json["file"] = backend.file;
+        json["library"] = library.name;
+        json["file"] = library.file;
         json["serial"] = serial;
         json["readers"] = pcsc.names;
         json["slots"] = Json::array();
@@ -100,14 +100,14 @@ int run_readers(const CardOptions& options, const Common& common) {
         put_json(json);
         return success;
     }
-    Table table(backend.name == "pcsc" ? std::vector<std::string>{"slot", "reader", "why", "card"}
+    Table table(library.name == "pcsc" ? std::vector<std::string>{"slot", "reader", "why", "card"}
                                        : std::vector<std::string>{"slot", "card"});
     for (const SlotView& view : views) {
-        table.add(backend.name == "pcsc"
+        table.add(library.name == "pcsc"
                       ? std::vector<std::string>{view.name, view.reader, view.why, view.card}
                       : std::vector<std::string>{view.name, view.card});
     }
-    put_result("Reader library " + backend.name +
+    put_result("Reader library " + library.name +
                (serial.empty() ? "" : ", serial number " + serial) + "\n" +
                table.text(wants_colour()));
     return success;

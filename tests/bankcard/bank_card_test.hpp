@@ -76,6 +76,8 @@ inline std::string test_name(std::string text) {
 using Commands = std::vector<std::string>;
 using Elements = std::map<std::string, std::string>;
 
+inline constexpr char select_application[] = "00A4040008A00000033301010100";
+
 class BankCardTest : public LibraryTest {
   protected:
     static constexpr std::int64_t handle = 7;

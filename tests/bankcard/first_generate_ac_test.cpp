@@ -165,18 +165,19 @@ TEST_F(FirstGenerateAc, CountsTheLengthOfCdol1InEightBits) {
 
 // --- answers ---
 
-struct AnswerCase {
+struct GenerateAcAnswerCase {
     const char* name;
     const char* answer;  // without status word, in card notation
     std::int64_t code;
     Elements stored;
 };
 
-void PrintTo(const AnswerCase& row, std::ostream* out) {
+void PrintTo(const GenerateAcAnswerCase& row, std::ostream* out) {
     *out << row.name;
 }
 
-class GenerateAcAnswer : public FirstGenerateAc, public testing::WithParamInterface<AnswerCase> {};
+class GenerateAcAnswer : public FirstGenerateAc,
+                         public testing::WithParamInterface<GenerateAcAnswerCase> {};
 
 TEST_P(GenerateAcAnswer, IsTakenIntoTheStore) {
     EXPECT_EQ(accept(GetParam().answer), GetParam().code);
@@ -185,7 +186,7 @@ TEST_P(GenerateAcAnswer, IsTakenIntoTheStore) {
     EXPECT_EQ(present_elements(), expected);
 }
 
-const AnswerCase answer_cases[] = {
+const GenerateAcAnswerCase generate_ac_answer_cases[] = {
     {"Format1",
      "80[ 80 0001 1122334455667788 07010103A0B801 ]",
      0,
@@ -241,7 +242,7 @@ const AnswerCase answer_cases[] = {
     {"StatusWordOnly", "", 208, {}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Online, GenerateAcAnswer, testing::ValuesIn(answer_cases),
+INSTANTIATE_TEST_SUITE_P(Online, GenerateAcAnswer, testing::ValuesIn(generate_ac_answer_cases),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(FirstGenerateAc, DeliberatelyTakesAllBehindTheCryptogramAsIssuerApplicationData) {

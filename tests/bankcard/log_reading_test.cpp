@@ -9,9 +9,8 @@ using testing::IsEmpty;
 
 constexpr std::int32_t purchases = 1;
 constexpr std::int32_t loads = 2;
-constexpr std::int32_t all = 0;
+constexpr std::int32_t all_records = 0;
 
-constexpr char select_application[] = "00A4040008A00000033301010100";
 constexpr char get_log_format[] = "80CA9F4F00";
 
 // Ten purchases, the last one first.
@@ -64,7 +63,7 @@ class LogReading : public BankCardTest {
 
 TEST_F(LogReading, DeliberatelyGivesTheFirstTextsLengthOnceAndAllTexts) {
     insert(card_with_log(usual_entry, usual_format, 10));
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     EXPECT_EQ(commands(), read_commands({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
     std::string expected = "128";
     for (int record = 1; record <= 10; ++record) {
@@ -98,7 +97,7 @@ TEST_F(LogReading, LogsTheExchangesAndNothingElse) {
 80CA9F4F00
     6A81
 )");
-    EXPECT_EQ(read(all), -27265);
+    EXPECT_EQ(read(all_records), -27265);
     EXPECT_EQ(log.texts(),
               (std::vector<std::string>{
                   "DEV->CPU: ", "CPU->DEV: ", "ICC_Application o\x01M\xEF\xBF\xBD",
@@ -180,7 +179,7 @@ TEST_F(LogReading, DeliberatelySelectsWithoutNameWhenThereIsNoDirectory) {
 00A40400 00 00
     6985
 )");
-    EXPECT_EQ(read(all, purchases, nullptr), -27013);
+    EXPECT_EQ(read(all_records, purchases, nullptr), -27013);
     EXPECT_EQ(commands(), (Commands{"00A404000E315041592E5359532E444446303100", "00A404000000"}));
 }
 
@@ -197,7 +196,7 @@ TEST_F(LogReading, DropsTheLastDigitOfAnOddAid) {
 TEST_F(LogReading, TakesAnAidOf20Bytes) {
     insert("00A40400 *\n    6F[ 9F4D[0B00] ] 9000\n80CA *\n    9F4F[] 9000\n");
     const std::string aid = to_hex(filled(20, 0xA5));
-    EXPECT_EQ(read(all, purchases, aid.c_str()), 0);
+    EXPECT_EQ(read(all_records, purchases, aid.c_str()), 0);
     EXPECT_EQ(commands(), (Commands{"00A4040014" + aid + "00", get_log_format}));
 }
 
@@ -209,27 +208,27 @@ TEST_F(LogReading, RefusesAnAidOf21BytesOnceTheCardHasAccepted) {
     const std::string aid = to_hex(filled(21, 0xA5));
     for (const char* card : {accepting_card, "00A40400 *\n    9000\n80CA *\n    9000\n"}) {
         insert(card);
-        EXPECT_EQ(read(all, purchases, aid.c_str()), QUORRIN_BAD_PARAMETER);
+        EXPECT_EQ(read(all_records, purchases, aid.c_str()), QUORRIN_BAD_PARAMETER);
         EXPECT_EQ(commands(), (Commands{"00A4040015" + aid + "00", get_log_format}));
         EXPECT_TRUE(out.untouched());
     }
     // A card that refuses it, or has no log, ends the reading before.
     insert("00A40400 *\n    6A82\n");
-    EXPECT_EQ(read(all, purchases, aid.c_str()), -27266);
+    EXPECT_EQ(read(all_records, purchases, aid.c_str()), -27266);
     EXPECT_EQ(commands(), Commands{"00A4040015" + aid + "00"});
     insert("00A40400 *\n    6F[ 9F4D[0B00] ] 9000\n80CA *\n    6A88\n");
-    EXPECT_EQ(read(all, purchases, aid.c_str()), -27272);
+    EXPECT_EQ(read(all_records, purchases, aid.c_str()), -27272);
 }
 
 TEST_F(LogReading, RefusesAnAidTextOf100CharactersBeforeAnythingIsSent) {
     insert("00A40400 *\n    6A82\n");
     const std::string fitting(99, 'A');
-    EXPECT_EQ(read(all, purchases, fitting.c_str()), -27266);
+    EXPECT_EQ(read(all_records, purchases, fitting.c_str()), -27266);
     EXPECT_EQ(commands(), Commands{"00A4040031" + to_hex(filled(49, 0xAA)) + "00"});
     insert(accepting_card);
     for (const std::size_t length : {100u, 101u, 5000u}) {
         const std::string too_long(length, 'A');
-        EXPECT_EQ(read(all, purchases, too_long.c_str()), QUORRIN_BAD_PARAMETER);
+        EXPECT_EQ(read(all_records, purchases, too_long.c_str()), QUORRIN_BAD_PARAMETER);
     }
     EXPECT_EQ(commands(), Commands{});
     EXPECT_TRUE(out.untouched());
@@ -247,7 +246,7 @@ class MissingLogEntry : public LogReading, public testing::WithParamInterface<En
 TEST_P(MissingLogEntry, GivesMinus106BehindTheLogFormat) {
     insert("00A40400 *\n    " + std::string(GetParam().fci) + " 9000\n80CA *\n    " + usual_format +
            " 9000\n");
-    EXPECT_EQ(read(all), -106);
+    EXPECT_EQ(read(all_records), -106);
     EXPECT_EQ(commands(), read_commands({}));
     EXPECT_TRUE(out.untouched());
 }
@@ -269,25 +268,25 @@ TEST_F(LogReading, FindsTheEntryInAnAnswerOf256Bytes) {
     ASSERT_EQ(card_bytes(fci).size(), 256u);
     insert("00A40400 *\n    " + fci +
            " 9000\n80CA *\n    9F4F[ 9C01 ] 9000\n00B2015C00\n    21 9000\n");
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
 }
 
 TEST_F(LogReading, AnEmptyLogIsNoError) {
     insert(card_with_log("9F4D[0B00]", usual_format, 0));
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     EXPECT_EQ(commands(), read_commands({}));
     EXPECT_TRUE(out.untouched());
 }
 
 TEST_F(LogReading, AnEmptyLogIsFoundBeforeABadFormat) {
     insert(card_with_log("9F4D[0B00]", "9F4F[ 9C02 ]", 0));
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
 }
 
 TEST_F(LogReading, AShortEntryIsFilledUpWithZeros) {
     for (const char* entry : {"9F4D[0B]", "9F4D[]"}) {
         insert(card_with_log(entry, usual_format, 1));
-        EXPECT_EQ(read(all), 0) << entry;
+        EXPECT_EQ(read(all_records), 0) << entry;
         EXPECT_EQ(commands(), read_commands({}));
     }
     EXPECT_TRUE(out.untouched());
@@ -295,7 +294,7 @@ TEST_F(LogReading, AShortEntryIsFilledUpWithZeros) {
 
 TEST_F(LogReading, ALongEntryCountsWithItsFirstTwoBytes) {
     insert(card_with_log("9F4D[0B0199]", usual_format, 1));
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     EXPECT_EQ(commands(), read_commands({1}));
 }
 
@@ -303,7 +302,7 @@ TEST_F(LogReading, FileIdentifiersWrapInEightBits) {
     insert(
         "00A40400 *\n    6F[ 9F4D[2B01] ] 9000\n80CA *\n    9F4F[ 9C01 ] 9000\n"
         "00B2 *\n    21 9000\n");
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     EXPECT_EQ(commands(), (Commands{select_application, get_log_format, "00B2015C00"}));
 }
 
@@ -312,7 +311,8 @@ TEST_F(LogReading, ReadsUpTo255Records) {
         "00A40400 *\n    6F[ 9F4D[0BFF] ] 9000\n80CA *\n    9F4F[ 9C01 ] 9000\n"
         "00B2 *\n    21 9000\n");
     GuardedBuffer text(3 + 255 * 88);
-    EXPECT_EQ(GetIcBankCardTrDetail(purchases, handle, all, "A000000333010101", text.text()), 0);
+    EXPECT_EQ(
+        GetIcBankCardTrDetail(purchases, handle, all_records, "A000000333010101", text.text()), 0);
     EXPECT_EQ(commands().size(), 257u);
     EXPECT_EQ(commands().back(), "00B2FF5C00");
     std::string expected = "088";
@@ -330,7 +330,7 @@ TEST_F(LogReading, TheLoadLogHasItsOwnFormatAndEntry) {
     insert(
         "00A40400 *\n    6F[ 9F4D[0B0A] DF4D[0C01] ] 9000\n80CADF4F00\n    9F4F[ 9C01 ] 9000\n"
         "00B2016400\n    63 9000\n");
-    EXPECT_EQ(read(all, loads), 0);
+    EXPECT_EQ(read(all_records, loads), 0);
     EXPECT_EQ(commands(), (Commands{select_application, "80CADF4F00", "00B2016400"}));
     EXPECT_TRUE(out.holds_text(
         "088P012000000000000Q012000000000000R0040000S00620000000T00163U003000000V0040000"
@@ -339,7 +339,7 @@ TEST_F(LogReading, TheLoadLogHasItsOwnFormatAndEntry) {
 
 TEST_F(LogReading, DeliberatelyALoadLogFormatUnderItsOwnTagCannotBeRead) {
     insert(card_with_log("DF4D[0B02]", "DF4F[ 9C01 ]", 2));
-    EXPECT_EQ(read(all, loads), -107);
+    EXPECT_EQ(read(all_records, loads), -107);
     EXPECT_EQ(commands(), (Commands{select_application, "80CADF4F00", "00B2015C00"}));
     // It shows with the first record that is read.
     insert(card_with_log("DF4D[0B02]", "DF4F[ 9C01 ]", 2));
@@ -349,13 +349,13 @@ TEST_F(LogReading, DeliberatelyALoadLogFormatUnderItsOwnTagCannotBeRead) {
 
 TEST_F(LogReading, TheLoadLogEntryIsNotTheOtherOne) {
     insert(card_with_log("9F4D[0B02]", usual_format, 2));
-    EXPECT_EQ(read(all, loads), -106);
+    EXPECT_EQ(read(all_records, loads), -106);
 }
 
 TEST_F(LogReading, AnyOtherTypeIsTheTransactionLog) {
     for (const std::int32_t type : {0, 1, 3, -2, 258}) {
         insert(card_with_log("9F4D[0B01] DF4D[0C01]", usual_format, 1));
-        EXPECT_EQ(read(all, type), 0);
+        EXPECT_EQ(read(all_records, type), 0);
         EXPECT_EQ(commands(), read_commands({1}));
     }
 }
@@ -367,9 +367,9 @@ TEST_F(LogReading, ReportsHowTheCardRefusesAnyStep) {
         for (const Refusal& refusal : refusals()) {
             insert(card_with_log(usual_entry, usual_format, 2)).at_step(step, refusal.answer);
             GuardedBuffer text(1024);
-            EXPECT_EQ(
-                GetIcBankCardTrDetail(purchases, handle, all, "A000000333010101", text.text()),
-                refusal.code)
+            EXPECT_EQ(GetIcBankCardTrDetail(purchases, handle, all_records, "A000000333010101",
+                                            text.text()),
+                      refusal.code)
                 << refusal.name << " at step " << step;
             EXPECT_EQ(commands().size(), step + 1);
             EXPECT_TRUE(text.untouched());
@@ -379,21 +379,22 @@ TEST_F(LogReading, ReportsHowTheCardRefusesAnyStep) {
 
 TEST_F(LogReading, KeepsTheTextsBeforeARefusedRecord) {
     insert(card_with_log(usual_entry, usual_format, 2));
-    EXPECT_EQ(read(all), -27267);
+    EXPECT_EQ(read(all_records), -27267);
     EXPECT_EQ(commands(), read_commands({1, 2, 3}));
     EXPECT_TRUE(out.holds_text("128" + record_text(1) + record_text(2)));
 }
 
 TEST_F(LogReading, ABadFormatShowsWithTheFirstRecord) {
     insert(card_with_log(usual_entry, "9F4F[ 9F0205 ]", 10));
-    EXPECT_EQ(read(all), -107);
+    EXPECT_EQ(read(all_records), -107);
     EXPECT_EQ(commands(), read_commands({1}));
     EXPECT_TRUE(out.untouched());
 }
 
 TEST_F(LogReading, RefusesANullBuffer) {
     insert(card_with_log(usual_entry, usual_format, 1));
-    EXPECT_EQ(GetIcBankCardTrDetail(purchases, handle, all, "A000000333010101", nullptr), -14);
+    EXPECT_EQ(GetIcBankCardTrDetail(purchases, handle, all_records, "A000000333010101", nullptr),
+              -14);
     EXPECT_THAT(reader().calls, IsEmpty());
 }
 
@@ -404,7 +405,7 @@ TEST_F(LogReading, ARecordThatIsTooShortIsFilledUpWithZeros) {
         "00A40400 *\n    6F[ 9F4D[0B02] ] 9000\n"
         "80CA *\n    9F4F[ 9A03 9F2103 9F0206 9F4E04 ] 9000\n"
         "00B2015C00\n    250102 1030 9000\n00B2025C00\n    9000\n");
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     EXPECT_TRUE(out.holds_text(
         "096P012000000000000Q012000000000000R0040000S00620250102T00100U003103000V0040000"
         "W00400000000X0020000"
@@ -417,7 +418,7 @@ TEST_F(LogReading, AShortRecordTakesNothingFromTheRecordBeforeIt) {
         "00A40400 *\n    6F[ 9F4D[0B03] ] 9000\n80CA *\n    9F4F[ 9A03 9F3602 ] 9000\n"
         "00B2015C00\n    FFFFFF FFFF 9000\n00B2025C00\n    250102 12 9000\n"
         "00B2035C00\n    9000\n");
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     const auto text = [](std::string_view date, std::string_view counter) {
         return "P012000000000000Q012000000000000R0040000S00620" + std::string(date) +
                "T00100U003000000V0040000W000X002" + std::string(counter);
@@ -430,7 +431,7 @@ TEST_F(LogReading, ARecordThatIsTooLongIsReadAsFarAsTheFormatGoes) {
     insert(
         "00A40400 *\n    6F[ 9F4D[0B01] ] 9000\n80CA *\n    9F4F[ 9C01 ] 9000\n"
         "00B2015C00\n    21 EE*1021 9000\n");
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     EXPECT_TRUE(out.holds_text(
         "088P012000000000000Q012000000000000R0040000S00620000000T00121U003000000V0040000"
         "W000X0020000"));
@@ -444,7 +445,7 @@ TEST_F(LogReading, AFormatThatAsksForMoreThanAnyAnswerHoldsIsSurvived) {
     }
     insert("00A40400 *\n    6F[ 9F4D[0B01] ] 9000\n80CA *\n    9F4F[ " + list +
            "] 9000\n00B2015C00\n    AB*1022 9000\n");
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     // 127 bytes of name, all of them beyond the record: X at 78.
     EXPECT_TRUE(out.holds_text(
         "086P012000000000000Q012000000000000R0040000S00620000000T00100U003000000V0040000"
@@ -455,7 +456,7 @@ TEST_F(LogReading, TextsOfAnOverLongMerchantNameAreAppendedByTheirLength) {
     insert(
         "00A40400 *\n    6F[ 9F4D[0B02] ] 9000\n80CA *\n    9F4F[ 9F4E56 9F3602 ] 9000\n"
         "00B2 *\n    AB*86 1A2B 9000\n");
-    EXPECT_EQ(read(all), 0);
+    EXPECT_EQ(read(all_records), 0);
     EXPECT_TRUE(out.holds_text("0041A2B1A2B"));
 }
 

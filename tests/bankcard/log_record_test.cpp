@@ -6,7 +6,7 @@
 namespace quorrin::test {
 namespace {
 
-constexpr char usual_format[] =
+constexpr char record_format[] =
     "9F4F[ 9A03 9F2103 9F0206 9F0306 9F1A02 5F2A02 9F4E14 9C01 9F3602 ]";
 constexpr char usual_record[] =
     "250102 103059 000000012345 000000000678 0840 0156 'TEST MERCHANT       ' 01 1A2B";
@@ -72,7 +72,7 @@ TEST_F(LogRecord, IsWrittenFieldByFieldWithDeliberatelyMixedCounts) {
         "W02054455354204D45524348414E5420202020202020"
         "X0021A2B";
     ASSERT_EQ(text.size(), 128u);
-    expect_text(usual_format, usual_record, text);
+    expect_text(record_format, usual_record, text);
 }
 
 TEST_F(LogRecord, FieldsStandInTheTextsOrderWhateverTheRecordsOrder) {

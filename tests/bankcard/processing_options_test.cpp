@@ -253,18 +253,18 @@ TEST_F(ProcessingOptions, StoreNothingBeforeTheFirstReset) {
     EXPECT_TRUE(out.untouched());
 }
 
-struct AnswerCase {
+struct OptionsAnswerCase {
     const char* what;
     const char* answer;
     int result;
     Elements elements;
 };
 
-void PrintTo(const AnswerCase& c, std::ostream* out) {
+void PrintTo(const OptionsAnswerCase& c, std::ostream* out) {
     *out << c.what;
 }
 
-class OptionsAnswer : public BankCardTest, public testing::WithParamInterface<AnswerCase> {};
+class OptionsAnswer : public BankCardTest, public testing::WithParamInterface<OptionsAnswerCase> {};
 
 TEST_P(OptionsAnswer, IsStored) {
     ExactBytes bytes(card_bytes(GetParam().answer));
@@ -273,7 +273,7 @@ TEST_P(OptionsAnswer, IsStored) {
 }
 
 // clang-format off
-const AnswerCase answer_cases[] = {
+const OptionsAnswerCase options_answer_cases[] = {
     {"format 1", "80[ 7C00 08010300 ]", 0, {{"82", "7C00"}, {"94", "08010300"}}},
     {"format 1, two entries", "80[ 5800 08010100 10010301 ]", 0,
      {{"82", "5800"}, {"94", "0801010010010301"}}},
@@ -331,7 +331,7 @@ const AnswerCase answer_cases[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(Answers, OptionsAnswer, testing::ValuesIn(answer_cases),
+INSTANTIATE_TEST_SUITE_P(Answers, OptionsAnswer, testing::ValuesIn(options_answer_cases),
                          [](const auto& test) { return test_name(test.param.what); });
 
 class StoredOptions : public BankCardTest {

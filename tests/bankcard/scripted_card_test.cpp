@@ -29,7 +29,7 @@ ByteString respond(ScriptedCard& card, std::string_view command) {
     return card.exchange(hex(command)).bytes;
 }
 
-constexpr char two_applications[] = R"(
+constexpr char card_of_two_applications[] = R"(
 80CA9F1700
     9F17[03] 9000
 00A40400 [A1] 00
@@ -49,7 +49,7 @@ constexpr char two_applications[] = R"(
 )";
 
 TEST_F(ScriptedCardTest, AnswersByTheSelectedApplication) {
-    ScriptedCard card(two_applications);
+    ScriptedCard card(card_of_two_applications);
     EXPECT_EQ(respond(card, "80CA9F1700"), hex("9F1701039000"));
     EXPECT_EQ(respond(card, "00A4040001A100"), hex("6F009000"));
     EXPECT_EQ(respond(card, "00B2010C00"), hex("7001019000"));
@@ -61,7 +61,7 @@ TEST_F(ScriptedCardTest, AnswersByTheSelectedApplication) {
 }
 
 TEST_F(ScriptedCardTest, OverridesRowsAndSteps) {
-    ScriptedCard card(two_applications);
+    ScriptedCard card(card_of_two_applications);
     card.with("80CA9F1700\n    6A88").once("80CA9F1700\n    6985").at_step(2, failure(-4));
     EXPECT_EQ(respond(card, "80CA9F1700"), hex("6985"));
     EXPECT_EQ(respond(card, "80CA9F1700"), hex("6A88"));
@@ -86,14 +86,14 @@ TEST_F(ScriptedCardTest, SelectsByTheAnswerThatIsGiven) {
         {"with, refused", [&](ScriptedCard& card) { card.with(row + "6A81"); }, "6A83"},
     };
     for (const auto& [what, change, record] : cases) {
-        ScriptedCard card(two_applications);
+        ScriptedCard card(card_of_two_applications);
         change(card);
         EXPECT_EQ(respond(card, "00A4040001A300"), hex("6F009000")) << what;
         card.exchange(hex(select));
         EXPECT_EQ(respond(card, "00B2010C00"), hex(record)) << what;
     }
     // A SELECT that the card itself refuses.
-    ScriptedCard card(two_applications);
+    ScriptedCard card(card_of_two_applications);
     card.at_step(0, answer("9000"));
     respond(card, "00A4040001A200");
     EXPECT_EQ(respond(card, "00B2010C00"), hex("7001029000"));
@@ -102,7 +102,7 @@ TEST_F(ScriptedCardTest, SelectsByTheAnswerThatIsGiven) {
 TEST_F(ScriptedCardTest, FailsTheTestOnACommandWithoutARow) {
     EXPECT_NONFATAL_FAILURE(
         {
-            ScriptedCard card(two_applications);
+            ScriptedCard card(card_of_two_applications);
             respond(card, "0084000008");
         },
         "the card has no row for 0084000008");

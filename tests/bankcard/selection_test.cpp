@@ -34,8 +34,6 @@ std::string text_of(std::size_t length, std::string_view pattern) {
     return text;
 }
 
-constexpr char select_application[] = "00A4040008A00000033301010100";
-
 class SelectAid : public BankCardTest {};
 
 TEST_F(SelectAid, SendsSelectToTheUserCardAndStoresTheFci) {

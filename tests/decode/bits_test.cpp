@@ -199,13 +199,6 @@ const BitCase bit_cases[] = {
 };
 // clang-format on
 
-decode::Node told_as(const char* kind, const char* value) {
-    if (decode::find_data_kind(kind) != nullptr) {
-        return as(kind, value);
-    }
-    return decode::element(*decode::parse_tag(kind), hex(value));
-}
-
 TEST(DecodeBits, EachBitIsToldByItsPlaceAndMeaning) {
     for (const BitCase& each : bit_cases) {
         const decode::Node node = told_as(each.kind, each.value);

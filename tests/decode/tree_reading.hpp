@@ -36,4 +36,12 @@ inline decode::Node as_text(std::string_view kind, std::string_view text,
     return decode::find_data_kind(kind)->decode(text_bytes(text), options);
 }
 
+// A kind of data by its name, or an element by its tag.
+inline decode::Node told_as(const char* kind, const char* value) {
+    if (decode::find_data_kind(kind) != nullptr) {
+        return as(kind, value);
+    }
+    return decode::element(*decode::parse_tag(kind), hex(value));
+}
+
 }  // namespace quorrin::test

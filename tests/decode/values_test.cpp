@@ -80,13 +80,6 @@ const TextCase text_cases[] = {
 };
 // clang-format on
 
-decode::Node told_as(const char* kind, const char* value) {
-    if (decode::find_data_kind(kind) != nullptr) {
-        return as(kind, value);
-    }
-    return decode::element(*decode::parse_tag(kind), hex(value));
-}
-
 TEST(DecodeValues, EachIsToldInWords) {
     for (const TextCase& each : text_cases) {
         const decode::Node node = told_as(each.kind, each.value);

@@ -11,10 +11,6 @@ using testing::IsEmpty;
 // The start that a file needs to be read at all; its zero bytes keep every plain text file out.
 const std::string binary_start("Velmora\0COM\0A", 13);
 
-ByteString terminated(std::string_view text) {
-    return join(text_bytes(text), ByteString{0});
-}
-
 class DeviceName : public LibraryTest {
   protected:
     // The result of reading a file with this content; "name" receives the name.

@@ -39,11 +39,6 @@ std::string log_line(const ListedMessage& row) {
     return std::to_string(row.code) + ",返回信息:" + std::string(row.text);
 }
 
-// Text and terminator, as a host's buffer holds them.
-ByteString terminated(std::string_view text) {
-    return join(text_bytes(text), ByteString{0});
-}
-
 // The rows that `selects`, for a test of each.
 template <typename Selects>
 std::vector<ListedMessage> listed_rows(Selects selects) {

@@ -65,4 +65,9 @@ ByteString join(const Parts&... parts) {
     return joined;
 }
 
+// Text and terminator, as a host's buffer holds them.
+inline ByteString terminated(std::string_view text) {
+    return join(text_bytes(text), ByteString{0});
+}
+
 }  // namespace quorrin::test

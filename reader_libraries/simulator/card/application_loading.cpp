@@ -12,7 +12,7 @@
 namespace quorrin::simulator {
 namespace {
 
-constexpr std::uint8_t last_file = 30;
+constexpr std::uint8_t last_short_file_identifier = 30;
 constexpr std::uint8_t last_record = 255;
 
 // GET DATA answers these from the card's own counters and logs.
@@ -46,8 +46,9 @@ using RecordSections = std::map<RecordAddress, Section>;
 RecordFiles load_records(const Section& application, RecordSections& sections) {
     RecordFiles records;
     for (const Section& section : application.sections("record")) {
-        const RecordAddress address{number_field<std::uint8_t>(section, "file", 1, last_file),
-                                    number_field<std::uint8_t>(section, "number", 1, last_record)};
+        const RecordAddress address{
+            number_field<std::uint8_t>(section, "file", 1, last_short_file_identifier),
+            number_field<std::uint8_t>(section, "number", 1, last_record)};
         if (!records.emplace(address, load_record(section)).second) {
             section.fail("number", "stands twice in this file");
         }
@@ -59,7 +60,7 @@ RecordFiles load_records(const Section& application, RecordSections& sections) {
 LogProfile load_log(const Section& section) {
     section.allow_only({"file", "records", "format", "filled", "as_transaction_log", "declined"});
     LogProfile log;
-    log.file = number_field<std::uint8_t>(section, "file", 1, last_file);
+    log.file = number_field<std::uint8_t>(section, "file", 1, last_short_file_identifier);
     log.capacity = number_field<std::uint8_t>(section, "records", 1, last_record);
     log.format = object_list_bytes(section, "format");
     log.fields = parse_object_list(log.format).value_or(std::vector<ListEntry>{});
@@ -130,7 +131,7 @@ ByteString load_file_locator(const Section& section, const RecordFiles& records)
     for (std::size_t at = 0; at < locator.size(); at += 4) {
         const std::string entry = "entry " + std::to_string(at / 4 + 1);
         const std::uint8_t file = locator[at] >> 3;
-        if (file == 0 || file > last_file || (locator[at] & 0x07) != 0) {
+        if (file == 0 || file > last_short_file_identifier || (locator[at] & 0x07) != 0) {
             section.fail("afl",
                          entry + ": the first byte is a file of 1 to 30, shifted by three bits");
         }

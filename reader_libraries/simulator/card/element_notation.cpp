@@ -8,12 +8,12 @@
 namespace quorrin::simulator {
 namespace {
 
-constexpr std::string_view digits = "0123456789ABCDEF";
+constexpr std::string_view hex_digits = "0123456789ABCDEF";
 constexpr std::size_t longest_value = 1024;  // far more than any card answers at once
 
 std::uint8_t nibble(char c) {
     const char upper = c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c;
-    const auto value = digits.find(upper);
+    const auto value = hex_digits.find(upper);
     if (value == std::string_view::npos) {
         throw std::invalid_argument(std::string("'") + c + "' is no hex digit");
     }
@@ -137,8 +137,8 @@ ByteString parse_encoded_element(std::string_view text) {
 std::string hex_text(std::span<const std::uint8_t> bytes) {
     std::string text;
     for (const std::uint8_t byte : bytes) {
-        text += digits[byte >> 4];
-        text += digits[byte & 0x0F];
+        text += hex_digits[byte >> 4];
+        text += hex_digits[byte & 0x0F];
     }
     return text;
 }

@@ -12,7 +12,7 @@
 namespace quorrin::simulator {
 namespace {
 
-constexpr std::uint8_t header = 0x6A;
+constexpr std::uint8_t recovered_data_header = 0x6A;
 constexpr std::uint8_t trailer = 0xBC;
 constexpr std::uint8_t filler = 0xBB;
 constexpr std::uint8_t dynamic_format = 0x05;
@@ -37,7 +37,7 @@ ByteString signed_dynamic_data(const ApplicationSession& session,
     const auto& key = *session.application.card_key;
     ByteString dynamic = dynamic_number();
     append(dynamic, more);
-    ByteString block{header, dynamic_format, sha1_indicator,
+    ByteString block{recovered_data_header, dynamic_format, sha1_indicator,
                      static_cast<std::uint8_t>(dynamic.size())};
     append(block, dynamic);
     block.resize(key.modulus.size() - hash_size - 1, filler);

@@ -17,7 +17,7 @@ namespace {
 enum Control : std::uint8_t { PowerOff = 0, PowerOn = 1, Reset = 2, GetAnswerToReset = 4 };
 
 constexpr int retry_milliseconds = 20;
-constexpr std::chrono::seconds limit{5};
+constexpr std::chrono::seconds longest_wait_for_reader{5};
 
 }  // namespace
 
@@ -41,13 +41,14 @@ void VirtualCard::pull() {
 
 std::vector<std::string> VirtualCard::heard(std::size_t at_least) {
     std::unique_lock lock(mutex_);
-    news_.wait_for(lock, limit, [&] { return heard_.size() >= at_least; });
+    news_.wait_for(lock, longest_wait_for_reader, [&] { return heard_.size() >= at_least; });
     return std::exchange(heard_, {});
 }
 
 bool VirtualCard::heard_at_last(const std::string& event) {
     std::unique_lock lock(mutex_);
-    return news_.wait_for(lock, limit, [&] { return !heard_.empty() && heard_.back() == event; });
+    return news_.wait_for(lock, longest_wait_for_reader,
+                          [&] { return !heard_.empty() && heard_.back() == event; });
 }
 
 void VirtualCard::note(std::string event) {

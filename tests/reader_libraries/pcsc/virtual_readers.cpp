@@ -19,12 +19,12 @@ namespace {
 constexpr const char* daemon_program = "/usr/sbin/pcscd";
 constexpr const char* driver = "/usr/lib/pcsc/drivers/serial/libifdvpcd.so";
 
-constexpr std::chrono::seconds limit{10};
+constexpr std::chrono::seconds longest_wait_for_service{10};
 constexpr std::chrono::milliseconds look_again_after{5};
 
 template <typename Condition>
 bool wait_until(Condition&& condition) {
-    const auto end = std::chrono::steady_clock::now() + limit;
+    const auto end = std::chrono::steady_clock::now() + longest_wait_for_service;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {
             return false;
@@ -130,7 +130,7 @@ bool wait_for_card(const std::string& reader, bool present) {
     SCARD_READERSTATE state{};
     state.szReader = reader.c_str();
     const DWORD wanted = present ? SCARD_STATE_PRESENT : SCARD_STATE_EMPTY;
-    const auto milliseconds = std::chrono::milliseconds(limit).count();
+    const auto milliseconds = std::chrono::milliseconds(longest_wait_for_service).count();
     // The first call answers at once, later ones with the next change.
     while (SCardGetStatusChange(context, static_cast<DWORD>(milliseconds), &state, 1) ==
                SCARD_S_SUCCESS &&

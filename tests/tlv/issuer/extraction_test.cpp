@@ -219,7 +219,7 @@ TEST_F(IssuerDataExtraction, AnAnswerWithoutScriptsKeepsTheEarlierOnes) {
 
 // --- malformed data: it comes from a network ---
 
-struct MalformedCase {
+struct MalformedDataCase {
     const char* name;
     const char* data;
     const char* authentication_data;
@@ -227,7 +227,7 @@ struct MalformedCase {
 };
 
 class MalformedIssuerData : public IssuerDataExtraction,
-                            public testing::WithParamInterface<MalformedCase> {};
+                            public testing::WithParamInterface<MalformedDataCase> {};
 
 TEST_P(MalformedIssuerData, IsTakenAsFarAsItGoes) {
     EXPECT_EQ(extract(GetParam().data), 0);
@@ -235,7 +235,7 @@ TEST_P(MalformedIssuerData, IsTakenAsFarAsItGoes) {
     EXPECT_EQ(element("71"), GetParam().scripts);
 }
 
-constexpr MalformedCase malformed_cases[] = {
+constexpr MalformedDataCase malformed_data_cases[] = {
     {"ValueBeyondTheEnd", "71[] 91 10 0102030405060708", "absent", "0102710000"},
     {"ScriptBeyondTheEnd", "91[0102030405060708] 71 09 86[84180000]", "0102030405060708", "absent"},
     {"TagWithoutLength", "91[0102030405060708] 71", "0102030405060708", "absent"},
@@ -257,7 +257,7 @@ constexpr MalformedCase malformed_cases[] = {
     {"TwoByteTemplate", "7F71[00] 91[0102030405060708]", "0102030405060708", "absent"},
 };
 
-INSTANTIATE_TEST_SUITE_P(IssuerData, MalformedIssuerData, testing::ValuesIn(malformed_cases),
+INSTANTIATE_TEST_SUITE_P(IssuerData, MalformedIssuerData, testing::ValuesIn(malformed_data_cases),
                          [](const auto& test) { return std::string(test.param.name); });
 
 // Any cut of a full answer: no byte outside it is read (the heap block is exactly as long).

@@ -209,7 +209,7 @@ TEST_F(ScriptCommands, TheNumberStaysCappedBeyond255Commands) {
 
 // --- a malformed object ---
 
-struct MalformedCase {
+struct MalformedTemplateCase {
     const char* name;
     const char* value;
     const char* entry;
@@ -217,7 +217,7 @@ struct MalformedCase {
 };
 
 class MalformedTemplate : public ScriptCommands,
-                          public testing::WithParamInterface<MalformedCase> {};
+                          public testing::WithParamInterface<MalformedTemplateCase> {};
 
 TEST_P(MalformedTemplate, DeliberatelyIsNotPerformedUnlessMoreThanOneCommandWasCounted) {
     emvSetIssScrptRsltID(hex("E1E2E3E4").data());
@@ -226,7 +226,7 @@ TEST_P(MalformedTemplate, DeliberatelyIsNotPerformedUnlessMoreThanOneCommandWasC
     EXPECT_EQ(reader().commands().size(), GetParam().sent);
 }
 
-constexpr MalformedCase malformed_cases[] = {
+constexpr MalformedTemplateCase malformed_template_cases[] = {
     {"AtOnce", "8605", "0000000000", 0},
     {"BehindIdentifier", "9F18[11223344] 8605", "0011223344", 0},
     {"BehindOneCommand", "86[84180000] 8605 8418", "0000000000", 1},
@@ -237,7 +237,7 @@ constexpr MalformedCase malformed_cases[] = {
     {"ZeroAtTheEnd", "86[84180000] 86[84180000] 00", "1200000000", 2},
 };
 
-INSTANTIATE_TEST_SUITE_P(IssuerData, MalformedTemplate, testing::ValuesIn(malformed_cases),
+INSTANTIATE_TEST_SUITE_P(IssuerData, MalformedTemplate, testing::ValuesIn(malformed_template_cases),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(ScriptCommands, RefuseANullPointer) {

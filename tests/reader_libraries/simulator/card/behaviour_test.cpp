@@ -9,7 +9,7 @@
 namespace quorrin::test {
 namespace {
 
-struct Row {
+struct DocumentedRow {
     std::string state;
     std::string command;
     std::string answer;
@@ -17,9 +17,9 @@ struct Row {
     int line = 0;
 };
 
-std::vector<Row> documented_rows() {
+std::vector<DocumentedRow> documented_rows() {
     std::ifstream page(QUORRIN_BEHAVIOUR_PAGE);
-    std::vector<Row> rows;
+    std::vector<DocumentedRow> rows;
     int number = 0;
     for (std::string line; std::getline(page, line);) {
         ++number;
@@ -257,7 +257,7 @@ std::string told(const CardReply& reply) {
 TEST_F(CardBehaviour, IsAsTheTableHasIt) {
     const auto rows = documented_rows();
     ASSERT_GE(rows.size(), 110U);
-    for (const Row& row : rows) {
+    for (const DocumentedRow& row : rows) {
         SCOPED_TRACE("line " + std::to_string(row.line) + ": " + row.state + ", " + row.command);
         bring_to(row.state);
         EXPECT_EQ(told(send(row.command)), row.answer);
