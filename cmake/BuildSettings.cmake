@@ -34,6 +34,9 @@ elseif(QUORRIN_INSTRUMENTATION STREQUAL "fuzz")
   add_link_options(-fsanitize=address,undefined)
 endif()  # coverage: the library alone counts
 
+# With CMAKE_UNITY_BUILD, which scripts/test sets, files are compiled so many at a time.
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 16)
+
 # A compiler cache, where the machine has one, saves what has been compiled before.
 find_program(QUORRIN_CCACHE ccache)
 if(QUORRIN_CCACHE)
