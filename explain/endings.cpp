@@ -12,7 +12,7 @@
 namespace quorrin::explain {
 namespace {
 
-using Party = Decision::Party;
+using Decider = Decision::Party;
 using Result = Decision::Result;
 
 constexpr std::size_t code_size = 2;
@@ -38,7 +38,7 @@ std::optional<Authorisation> by_code(std::span<const std::uint8_t> value) {
     told.code = decode::characters(value);
     told.meaning = decode::response_code_meaning(told.code);
     if (told.code[0] == 'Y' || told.code[0] == 'Z') {
-        told.party = Party::Terminal;
+        told.party = Decider::Terminal;
     }
     if (told.code[0] == 'Y' || std::ranges::find(approvals, told.code) != std::end(approvals)) {
         told.result = Result::Approved;
@@ -115,7 +115,7 @@ Ending untaken_answer_ending(const Call& call, const std::optional<Authorisation
         return {"the card did not answer to the bank's authentication" + said, false, true};
     }
     Ending ending{"refused by the card: it took the bank's answer" + said + " for wrong", true,
-                  true, Decision{Party::Card, Result::Declined, "", ""}};
+                  true, Decision{Decider::Card, Result::Declined, "", ""}};
     if (call.status() != 0x6300) {
         ending.text = "refused by the card: it did not take the bank's answer" + said + ", " +
                       refusal_text(call);
@@ -163,7 +163,7 @@ Ending second_cryptogram_ending(const Visit& visit) {
     if (type == Tc) {
         if (!told) {
             return {"approved: the card gave a TC" + scripts, true, false,
-                    Decision{Party::Card, Result::Approved, "", ""}};
+                    Decision{Decider::Card, Result::Approved, "", ""}};
         }
         const bool approved = told->result == Result::Approved;
         return {sentence(*told) +
@@ -181,7 +181,7 @@ Ending second_cryptogram_ending(const Visit& visit) {
     const std::string said = told ? " (" + sentence(*told) + ")" : std::string();
     if (asked != Aac) {
         return {"declined by the card: asked for a TC, it gave an AAC" + said + scripts, true, true,
-                Decision{Party::Card, Result::Declined, "", ""}};
+                Decision{Decider::Card, Result::Declined, "", ""}};
     }
     if (!told) {
         return {
@@ -192,7 +192,7 @@ Ending second_cryptogram_ending(const Visit& visit) {
     }
     if (told->result == Result::Approved) {
         return {"declined by the terminal: it asked for an AAC" + said + scripts, true, true,
-                Decision{Party::Terminal, Result::Declined, "", ""}};
+                Decision{Decider::Terminal, Result::Declined, "", ""}};
     }
     return {sentence(*told) + given + scripts, true, true, decision_of(*told)};
 }
@@ -209,12 +209,12 @@ Ending cryptogram_ending(const Visit& visit) {
         case Aac:
             return asked_for_aac(visit.last(StepKind::FirstCryptogram))
                        ? Ending{"declined by the terminal: it asked the card for an AAC", true,
-                                true, Decision{Party::Terminal, Result::Declined, "", ""}}
+                                true, Decision{Decider::Terminal, Result::Declined, "", ""}}
                        : Ending{"declined by the card (AAC)", true, true,
-                                Decision{Party::Card, Result::Declined, "", ""}};
+                                Decision{Decider::Card, Result::Declined, "", ""}};
         case Tc:
             return {"approved offline by the card (TC)", true, false,
-                    Decision{Party::Card, Result::Approved, "", ""}};
+                    Decision{Decider::Card, Result::Approved, "", ""}};
         default:
             return visit.quick ? Ending{"the card asked for online authorisation (ARQC); its part "
                                         "ends there"}
