@@ -34,8 +34,8 @@ elseif(QUORRIN_INSTRUMENTATION STREQUAL "fuzz")
   add_link_options(-fsanitize=address,undefined)
 endif()  # coverage: the library alone counts
 
-# With CMAKE_UNITY_BUILD, which scripts/test sets, files are compiled so many at a time.
-set(CMAKE_UNITY_BUILD_BATCH_SIZE 16)
+# With CMAKE_UNITY_BUILD, which scripts/test sets, all files of a target are compiled together.
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 0)
 
 # A compiler cache, where the machine has one, saves what has been compiled before.
 find_program(QUORRIN_CCACHE ccache)

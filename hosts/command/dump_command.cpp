@@ -18,7 +18,7 @@ constexpr host::Tag data_tags[] = {0x9F36, 0x9F13, 0x9F17, 0x9F4F, 0xDF4F, 0x9F7
 
 constexpr unsigned last_file = 30;
 
-struct Section {
+struct DumpSection {
     std::string title;
     decode::Node node;
 };
@@ -73,7 +73,7 @@ class Dump {
         return true;
     }
 
-    const std::vector<Section>& sections() const { return sections_; }
+    const std::vector<DumpSection>& sections() const { return sections_; }
 
   private:
     // The list of a log, where a file is one.
@@ -118,7 +118,7 @@ class Dump {
 
     host::Card& card_;
     decode::Options decoding_;
-    std::vector<Section> sections_;
+    std::vector<DumpSection> sections_;
 };
 
 int run_dump(const CardOptions& options, const Common& common) {
@@ -151,7 +151,7 @@ int run_dump(const CardOptions& options, const Common& common) {
         json["slot"] = slot_name(card.kind());
         json["atr"] = tree_of(atr);
         json["sections"] = Json::array();
-        for (const Section& section : dump.sections()) {
+        for (const DumpSection& section : dump.sections()) {
             json["sections"].push_back({{"title", section.title}, {"tree", tree_of(section.node)}});
         }
         put_json(json);
@@ -163,7 +163,7 @@ int run_dump(const CardOptions& options, const Common& common) {
         return (colour ? "\033[1m" : "") + text + (colour ? "\033[0m" : "") + "\n";
     };
     std::string text = heading("Answer to reset") + decode::to_text(atr, style);
-    for (const Section& section : dump.sections()) {
+    for (const DumpSection& section : dump.sections()) {
         text += "\n" + heading(section.title) + decode::to_text(section.node, style);
     }
     put_result(text);

@@ -123,7 +123,7 @@ std::string sentences(const Trouble& trouble) {
     return text;
 }
 
-void put_error(const std::string& command, const Trouble& trouble) {
+void put_trouble(const std::string& command, const Trouble& trouble) {
     if (has_results()) {
         return;
     }
@@ -169,7 +169,7 @@ std::string advice_for(unsigned status_word) {
 }
 
 void put_error(const std::string& command, const std::string& text, const std::string& advice) {
-    put_error(command, Trouble{.text = text, .advice = advice});
+    put_trouble(command, Trouble{.text = text, .advice = advice});
 }
 
 int tell_failure(const std::exception& error, const std::string& command, const Common& common) {
@@ -182,7 +182,7 @@ int tell_failure(const std::exception& error, const std::string& command, const 
                                                    : Trouble{.text = error.what()};
     tell(sentences(trouble));
     if (common.json) {
-        put_error(command, trouble);
+        put_trouble(command, trouble);
     }
     return dynamic_cast<const WrongUsage*>(&error) != nullptr ? usage : failure;
 }
