@@ -48,8 +48,11 @@ struct Options {
     std::vector<std::uint8_t> list = {};
     // The command whose answer is decoded; it tells what a primitive template 80 holds.
     std::optional<std::uint8_t> instruction = {};
-    // The currency of amounts (ISO 4217, numeric, as BCD), where the data do not name it.
+    // The currency of amounts (ISO 4217, numeric: 156), where the data do not name it.
     std::optional<std::uint16_t> currency = {};
+    // The application's own (9F51, 9F42), for its limits and balances, where it is another or was read
+    // apart from them.
+    std::optional<std::uint16_t> card_currency = {};
 };
 
 // A string of data objects, templates opened, padding shown as padding.

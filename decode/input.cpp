@@ -39,6 +39,8 @@ Input failed(Encoding encoding, std::string why) {
     return {.bytes = {}, .encoding = encoding, .error = std::move(why)};
 }
 
+constexpr std::string_view odd_digits = "an odd number of hex digits";
+
 std::string at(std::size_t position) {
     return " at character " + std::to_string(position + 1);
 }
@@ -79,7 +81,7 @@ Input read_hex(std::string_view text) {
         }
     }
     if (high >= 0) {
-        return failed(Encoding::Hex, "an odd number of hex digits");
+        return failed(Encoding::Hex, std::string(odd_digits));
     }
     return input;
 }
@@ -120,7 +122,8 @@ Input read_base64(std::string_view text) {
 
 Input read_any(std::string_view data) {
     Input input = read_hex(data);
-    if (input.error.empty()) {
+    // Hex of which a digit is missing may well be base64, but hardly anybody means that.
+    if (input.error.empty() || input.error == odd_digits) {
         return input;
     }
     const bool is_text =

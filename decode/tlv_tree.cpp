@@ -106,10 +106,12 @@ void for_each_object(Bytes data, unsigned depth, Visit visit) {
 // Names of the tag's other meanings, for the note beside the likeliest.
 std::string other_meanings(std::span<const Element* const> meanings, std::size_t length) {
     std::string text;
+    std::vector<std::string_view> told{meanings[0]->name};
     for (const Element* element : meanings.subspan(1)) {
-        if (element->name == meanings[0]->name || !element->fits(length)) {
+        if (std::ranges::find(told, element->name) != told.end() || !element->fits(length)) {
             continue;
         }
+        told.push_back(element->name);
         text += text.empty() ? "elsewhere: " : "; ";
         text += element->name;
         if (element->kernel != Kernel::Unknown) {
@@ -186,6 +188,9 @@ Reading survey(Bytes data, const Options& options) {
     });
     if (reading.kernel == Kernel::Unknown) {
         reading.kernel = found.value_or(Kernel::Unknown);
+    }
+    if (options.card_currency) {
+        reading.card_currency = reading.card_currency.value_or(*options.card_currency);
     }
     if (options.currency) {
         reading.transaction_currency = reading.transaction_currency.value_or(*options.currency);

@@ -152,9 +152,9 @@ void missing_authentication_data(const Context& context, const Report& report) {
 
 // Dates are YYMMDD in BCD, all of this century.
 void validity(const Context& context, const Report& report) {
-    Bytes today = context.visit.terminal.bytes(0x9A);
-    const Bytes expires = context.visit.card.bytes(0x5F24);
-    const Bytes begins = context.visit.card.bytes(0x5F25);
+    const Bytes today = context.visit.terminal.clear_bytes(0x9A);
+    const Bytes expires = context.visit.card.clear_bytes(0x5F24);
+    const Bytes begins = context.visit.card.clear_bytes(0x5F25);
     if (today.size() != 3 || all_are(today, 0)) {
         return;
     }
@@ -205,7 +205,8 @@ void more_than_asked(const Context& context, const Report& report) {
 
 void empty_cryptogram(const Context& context, const Report& report) {
     const Bytes cryptogram = context.visit.card.bytes(0x9F26);
-    if (cryptogram.size() == 8 && (all_are(cryptogram, 0x00) || all_are(cryptogram, 0xFF))) {
+    const Bytes seen = context.visit.card.clear_bytes(0x9F26);
+    if (seen.size() == 8 && (all_are(seen, 0x00) || all_are(seen, 0xFF))) {
         report.at(StepKind::FirstCryptogram, "the application cryptogram is empty");
     } else if (context.visit.card.has(0x9F26) && cryptogram.size() != 8) {
         report.at(StepKind::FirstCryptogram, "the application cryptogram is not 8 bytes long");

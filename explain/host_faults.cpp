@@ -84,7 +84,7 @@ void empty_terminal_data(const Context& context, const Report& report) {
         return;
     }
     for (const std::uint32_t tag : {0x9F37u, 0x9F02u, 0x9F1Au, 0x5F2Au, 0x9Au}) {
-        if (all_are(context.visit.terminal.bytes(tag), 0x00)) {
+        if (all_are(context.visit.terminal.clear_bytes(tag), 0x00)) {
             report.at(kind, "the card asked for " + named(tag) + " and got zeros");
         }
     }

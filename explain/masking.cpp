@@ -1,5 +1,6 @@
 #include "explain/masking.hpp"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <string>
@@ -44,6 +45,39 @@ trace::Trace masked(trace::Trace trace) {
         }
     }
     return trace;
+}
+
+void hide_masked(decode::Node& node, const trace::MaskedBytes& data, std::string_view words) {
+    const std::size_t first = std::min(node.offset + node.header_size, data.size());
+    const std::size_t end = std::min(node.offset + node.size, data.size());
+    const auto is_masked = [&data](std::size_t from, std::size_t to) {
+        return from < to && std::any_of(data.mask.begin() + static_cast<std::ptrdiff_t>(from),
+                                        data.mask.begin() + static_cast<std::ptrdiff_t>(to),
+                                        [](std::uint8_t mask) { return mask != 0; });
+    };
+    if (!is_masked(first, end)) {
+        return;
+    }
+    std::erase_if(node.children, [&](const decode::Node& child) {
+        return child.kind == decode::NodeKind::Flag &&
+               is_masked(child.offset, std::min(child.offset + child.size, data.size()));
+    });
+    for (decode::Node& child : node.children) {
+        hide_masked(child, data, words);
+    }
+    if (node.kind == decode::NodeKind::Root || node.kind == decode::NodeKind::Template) {
+        return;
+    }
+    if (node.value.size() == 2 * (end - first)) {
+        for (std::size_t i = first; i < end; ++i) {
+            const std::size_t at = 2 * (i - first);
+            node.value[at] = (data.mask[i] & 0xF0) != 0 ? '*' : node.value[at];
+            node.value[at + 1] = (data.mask[i] & 0x0F) != 0 ? '*' : node.value[at + 1];
+        }
+    }
+    node.text = node.children.empty() ? words : "";
+    node.text_says_all = node.children.empty();
+    node.problems.clear();
 }
 
 }  // namespace quorrin::explain

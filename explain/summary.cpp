@@ -22,8 +22,13 @@ std::string time_text(std::int64_t nanoseconds) {
     return text;
 }
 
-std::string date_text(std::span<const std::uint8_t> date) {
-    const std::string digits = decode::hex(date);
+constexpr std::string_view masked_text = "masked";
+
+std::string date_text(const SeenElement* date) {
+    if (date == nullptr || date->value.is_masked()) {
+        return std::string(date != nullptr ? masked_text : "");
+    }
+    const std::string digits = decode::hex(date->value.bytes);
     return digits.size() == 6
                ? "20" + digits.substr(0, 2) + "-" + digits.substr(2, 2) + "-" + digits.substr(4, 2)
                : digits;
@@ -36,8 +41,11 @@ std::string told(const Visit& visit, const ElementsSeen& seen, std::uint32_t tag
     if (element == nullptr || element->value.empty()) {
         return {};
     }
+    if (element->value.is_masked()) {
+        return std::string(masked_text);
+    }
     decode::Options decoding;
-    decoding.show_sensitive = options.show_sensitive && !element->value.is_masked();
+    decoding.show_sensitive = options.show_sensitive;
     decoding.kernel = visit.kernel;
     const decode::Node node = decode::element(tag, element->value.bytes, decoding);
     return !node.text.empty() ? node.text : node.value;
@@ -74,7 +82,7 @@ std::vector<Fact> card_facts(const Visit& visit, const Options& options) {
     }
     add(facts, "Card number", card_number(visit, options));
     add(facts, "Sequence number", told(visit, visit.card, 0x5F34, options));
-    add(facts, "Valid to", date_text(visit.card.bytes(0x5F24)));
+    add(facts, "Valid to", date_text(visit.card.find(0x5F24)));
     add(facts, "Issuer's country", told(visit, visit.card, 0x5F28, options));
     return facts;
 }
@@ -92,11 +100,13 @@ std::vector<Fact> asked_facts(const Visit& visit, const Options& options) {
     if (!visit.has(StepKind::FirstCryptogram) && !visit.quick) {
         return facts;
     }
-    if (const auto amount = visit.terminal.bytes(0x9F02); amount.size() == 6) {
+    if (const auto amount = visit.terminal.clear_bytes(0x9F02); amount.size() == 6) {
         add(facts, "Amount", decode::amount_text(decode::bcd_number(amount), currency_of(visit)));
+    } else if (visit.terminal.has(0x9F02)) {
+        add(facts, "Amount", std::string(masked_text));
     }
     add(facts, "Type", told(visit, visit.terminal, 0x9C, options));
-    add(facts, "Date", date_text(visit.terminal.bytes(0x9A)));
+    add(facts, "Date", date_text(visit.terminal.find(0x9A)));
     add(facts, "Terminal's country", told(visit, visit.terminal, 0x9F1A, options));
     add(facts, "Merchant", told(visit, visit.terminal, 0x9F4E, options));
     return facts;

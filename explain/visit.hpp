@@ -16,8 +16,9 @@ namespace quorrin::explain {
 struct ToldCall {
     Call call;
     StepKind kind = StepKind::OtherCommands;
-    std::size_t step = 0;      // index
-    std::size_t exchange = 0;  // index within the step
+    std::size_t step = 0;           // index
+    std::size_t exchange = 0;       // index within the step
+    decode::Options decoding = {};  // what was known when it went over the line: kernel, lists
 };
 
 // Where the calls of a kind stand among a visit's.

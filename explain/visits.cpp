@@ -6,6 +6,7 @@
 
 #include "decode/lookup.hpp"
 #include "decode/reading.hpp"
+#include "explain/masking.hpp"
 #include "explain/times.hpp"
 #include "explain/visit.hpp"
 
@@ -246,13 +247,34 @@ decode::Options decoding(const Visit& visit, const ToldCall& told, const Options
         default:
             break;
     }
-    for (const std::uint32_t tag : {0x5F2Au, 0x9F51u, 0x9F42u}) {
-        const auto currency = tag == 0x5F2A ? visit.terminal.bytes(tag) : visit.card.bytes(tag);
-        if (currency.size() == 2 && !decoding.currency) {
-            decoding.currency = static_cast<std::uint16_t>(decode::bcd_number(currency));
+    return decoding;
+}
+
+std::optional<std::uint16_t> currency_in(std::span<const std::uint8_t> value) {
+    const bool is_one =
+        value.size() == 2 && decode::is_digits(value) && decode::bcd_number(value) != 0;
+    return is_one ? std::optional(static_cast<std::uint16_t>(decode::bcd_number(value)))
+                  : std::nullopt;
+}
+
+// A card tells its currency whenever it is asked, before its amounts or after them.
+struct Currencies {
+    std::optional<std::uint16_t> transaction;
+    std::optional<std::uint16_t> card;
+};
+
+Currencies currencies_of(const Visit& visit) {
+    Currencies found{currency_in(visit.terminal.bytes(0x5F2A)), {}};
+    for (const std::uint32_t tag : {0x9F51u, 0x9F42u}) {
+        const bool is_list = tag == 0x9F51 && visit.kernel == decode::Kernel::C2;
+        if (!found.card && !is_list) {
+            found.card = currency_in(visit.card.bytes(tag));
         }
     }
-    return decoding;
+    if (!found.transaction) {
+        found.transaction = found.card;
+    }
+    return found;
 }
 
 std::string instruction_name(const Call& call) {
@@ -264,7 +286,7 @@ std::string instruction_name(const Call& call) {
                         : told.substr(0, told.find(','));
 }
 
-std::string name_of_call(const Visit& visit, const ToldCall& told) {
+std::string name_of_call(const ToldCall& told) {
     const Call& call = told.call;
     switch (call.entry->action) {
         case trace::Action::Open:
@@ -300,7 +322,7 @@ std::string name_of_call(const Visit& visit, const ToldCall& told) {
         }
         case get_data: {
             const auto tag = static_cast<std::uint32_t>(call.header(2) << 8 | call.header(3));
-            const std::string_view element = decode::element_name(tag, visit.kernel);
+            const std::string_view element = decode::element_name(tag, told.decoding.kernel);
             return instruction + " " + decode::tag_text(tag) +
                    (element.empty() ? "" : ", " + std::string(element));
         }
@@ -309,14 +331,14 @@ std::string name_of_call(const Visit& visit, const ToldCall& told) {
     }
 }
 
-Exchange exchange_of(const Visit& visit, const ToldCall& told, const Options& options) {
+Exchange exchange_of(const ToldCall& told, const Currencies& currencies) {
     const Call& call = told.call;
     Exchange exchange;
     exchange.lines = call.lines;
     exchange.began = call.began;
     exchange.duration = call.duration;
     exchange.result = call.result;
-    exchange.name = name_of_call(visit, told);
+    exchange.name = name_of_call(told);
     if (!call.is_exchange()) {
         exchange.ok = call.entry->success;
         if (!exchange.ok) {
@@ -331,9 +353,13 @@ Exchange exchange_of(const Visit& visit, const ToldCall& told, const Options& op
     }
     exchange.command = call.command.text();
     exchange.answer = call.answer.text();
-    const decode::Options decoding_options = decoding(visit, told, options);
+    decode::Options decoding_options = told.decoding;
+    decoding_options.currency = currencies.transaction;
+    decoding_options.card_currency = currencies.card;
+    const std::string_view hidden = call.entry->masked ? "masked in the recording" : "masked";
     if (!call.command.empty()) {
         exchange.sent = decode::command(call.command.bytes, decoding_options);
+        hide_masked(exchange.sent, call.command, hidden);
     }
     if (!call.has_status()) {
         exchange.status_meaning = std::string(decode::result_code(call.result).meaning);
@@ -350,6 +376,7 @@ Exchange exchange_of(const Visit& visit, const ToldCall& told, const Options& op
         told.kind == StepKind::Log && call.header(1) == read_record && exchange.ok
             ? decode::log_record(call.data().bytes, decoding_options)
             : decode::answer(call.answer.bytes, call.command.bytes, decoding_options);
+    hide_masked(exchange.received, call.answer, hidden);
     return exchange;
 }
 
@@ -385,8 +412,7 @@ void add_call(Visit& visit, Call call, const Options& options) {
     step.duration = sum(step.duration, told.call.duration);
     take_answer(visit, told);
     note_success(visit, told);
-    told.exchange = step.exchanges.size();
-    step.exchanges.push_back(exchange_of(visit, told, options));
+    told.decoding = decoding(visit, told, options);
     visit.add(std::move(told));
 }
 
@@ -489,6 +515,14 @@ std::vector<Visit> visits_of(const trace::Trace& trace, const Options& options) 
             }
             latest = at;
             add_call(visits[*at], std::move(call), options);
+        }
+    }
+    for (Visit& visit : visits) {
+        const Currencies currencies = currencies_of(visit);
+        for (ToldCall& told : visit.calls) {
+            std::vector<Exchange>& exchanges = visit.steps[told.step].exchanges;
+            told.exchange = exchanges.size();
+            exchanges.push_back(exchange_of(told, currencies));
         }
     }
     return visits;

@@ -206,6 +206,11 @@ class InputForms(unittest.TestCase):
         self.assertEqual(decode("--file", "/")[0], 1)
         self.assertEqual(decode(data=b"")[0], 1)
 
+    def test_hex_that_lacks_a_digit_is_no_base64(self):
+        code, out, err = decode("9F36020")
+        self.assertEqual((code, out), (1, b""))
+        self.assertIn("the input is not hex: an odd number of hex digits", err)
+
     def test_endless_input_is_refused(self):
         with open("/dev/zero", "rb") as endless:
             done = subprocess.run([PROGRAM, "decode"], stdin=endless, capture_output=True, timeout=60)

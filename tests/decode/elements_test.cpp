@@ -108,6 +108,9 @@ TEST(DecodeElements, ATagMeansWhatItsKernelSays) {
         {0x9F6E, Kernel::C4, "Enhanced contactless reader capabilities"},
         {0x9F74, Kernel::Pboc, "Electronic cash issuer authorisation code"},
         {0x9F74, Kernel::C2, "Protected data envelope 5"},
+        {0x9F53, Kernel::Pboc, "Consecutive transaction limit, international currency"},
+        {0x9F53, Kernel::C2, "Transaction category code"},
+        {0x9F53, Kernel::C3, "Consecutive transaction limit, international currency"},
         {0x9F53, Kernel::C5, "Terminal interchange profile"},
         {0x9F71, Kernel::C6, "Card processing requirements (CPR)"},
         {0x9F7C, Kernel::C2, "Merchant custom data"},
@@ -130,6 +133,21 @@ TEST(DecodeElements, TheApplicationIdentifierAmongTheDataDecides) {
     EXPECT_EQ(decode::find_object(alone, "9F6C")->label, "Card transaction qualifiers (CTQ)");
     EXPECT_EQ(decode::find_object(alone, "9F6C")->note,
               "elsewhere: Mag-stripe application version number (card) (kernel C-2)");
+}
+
+TEST(DecodeElements, ALimitOfPbocCardsIsACategoryCodeToTerminals) {
+    const std::vector<std::uint8_t> limit = {0x9F, 0x53, 0x01, 0x0A};
+    std::vector<std::uint8_t> data = {0x84, 0x08, 0xA0, 0, 0, 0x03, 0x33, 0x01, 0x01, 0x01};
+    data.insert(data.end(), limit.begin(), limit.end());
+    const decode::Node of_pboc = decode::tlv(data);
+    EXPECT_EQ(decode::find_object(of_pboc, "9F53")->label,
+              "Consecutive transaction limit, international currency");
+    EXPECT_EQ(decode::find_object(of_pboc, "9F53")->text, "10");
+    EXPECT_EQ(decode::find_object(of_pboc, "9F53")->note, "");
+    const decode::Node alone = decode::tlv(limit);
+    EXPECT_EQ(decode::find_object(alone, "9F53")->label, "Transaction category code");
+    EXPECT_EQ(decode::find_object(alone, "9F53")->note,
+              "elsewhere: Consecutive transaction limit, international currency (PBOC)");
 }
 
 TEST(DecodeElements, TheTemplateDecides) {

@@ -102,6 +102,13 @@ TEST(DecodeLookup, TagsAreReadAsPeopleWriteThem) {
     }
 }
 
+TEST(DecodeLookup, ResponseCodesHaveTheirMeaning) {
+    EXPECT_EQ(decode::response_code_meaning("51"), "Not sufficient funds");
+    EXPECT_EQ(decode::response_code_meaning("Z3"), "Unable to go online, offline declined");
+    EXPECT_EQ(decode::response_code_meaning("7Q"), "");
+    EXPECT_EQ(decode::response_code_meaning(""), "");
+}
+
 TEST(DecodeLookup, SecretsAreKnownByTheirTag) {
     EXPECT_EQ(decode::secret_of(0x5A), decode::Secret::AccountNumber);
     EXPECT_EQ(decode::secret_of(0x57), decode::Secret::Track);
@@ -151,6 +158,11 @@ TEST(DecodeInput, WhatTheInputWasIsTold) {
     EXPECT_EQ(decode::read_any("\x9F\x36\x02\x01\x02").encoding, decode::Encoding::Binary);
     EXPECT_EQ(to_hex(decode::read_any("\x9F\x36\x02\x01\x02").bytes), "9F36020102");
     EXPECT_EQ(decode::read_any("not hex!").error, "no hex digit at character 1");
+    for (const char* text : {"9F36020", "9f 36 02 0", "0x9F,0x3"}) {
+        const decode::Input input = decode::read_any(text);
+        EXPECT_EQ(input.error, "an odd number of hex digits") << text;
+        EXPECT_EQ(input.encoding, decode::Encoding::Hex) << text;
+    }
 }
 
 }  // namespace

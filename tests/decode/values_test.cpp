@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "decode/lookup.hpp"
+#include "decode/reading.hpp"
 #include "decode/render.hpp"
 #include "tests/decode/tree_reading.hpp"
 
@@ -261,6 +262,24 @@ TEST(DecodeValues, IssuerApplicationDataAreToldByTheirForm) {
                 ElementsAre("Length: ", "Form: ",
                             "Electronic cash balance: 100.00 (with two decimals; currency unknown)",
                             "MAC: "));
+}
+
+TEST(DecodeValues, LimitsAndBalancesHaveTheCurrencyOfTheCard) {
+    constexpr std::uint32_t amounts[] = {0x9F79, 0x9F77, 0x9F78, 0x9F6D, 0x9F54, 0x9F5C};
+    for (const std::uint32_t tag : amounts) {
+        const ByteString value = hex("000000030000");
+        EXPECT_EQ(decode::element(tag, value, {.currency = 840, .card_currency = 156}).text,
+                  "CNY 300.00")
+            << std::hex << tag;
+        EXPECT_EQ(decode::element(tag, value, {.currency = 840}).text, "USD 300.00");
+        for (const char* currency : {"9F51020156", "9F42020156"}) {
+            ByteString data = hex(decode::tag_text(tag) + "06000000030000");
+            const ByteString told = hex(currency);
+            data.insert(data.end(), told.begin(), told.end());
+            const decode::Node tree = decode::tlv(data, {.card_currency = 840});
+            EXPECT_EQ(find_object(tree, decode::tag_text(tag))->text, "CNY 300.00");
+        }
+    }
 }
 
 TEST(DecodeValues, FormatOneAnswersAreToldByTheirCommand) {

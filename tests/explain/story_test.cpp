@@ -548,6 +548,85 @@ TEST(StoryText, ShowsNoControlCharactersOfNames) {
     EXPECT_THAT(text, Not(HasSubstr("\u001B")));
 }
 
+// What a masked recording keeps is told; what it hides is said to be hidden, and no digit made up.
+std::string of_length(std::string_view elements) {
+    const std::size_t digits = std::ranges::count_if(elements, [](char c) { return c != ' '; });
+    return "70" + to_hex(ByteString{static_cast<std::uint8_t>(digits / 2)}) +
+           std::string(elements) + "9000";
+}
+
+std::string told_record(const std::string& record, const explain::Options& options = {}) {
+    trace::Trace trace = purchase({.record = record}).trace();
+    if (record.find('*') != std::string::npos) {
+        for (trace::Entry& entry : trace.entries) {
+            entry.masked = true;
+        }
+    }
+    return to_text(explain::tell(trace, options), {.width = 200, .details = true});
+}
+
+TEST(StoryText, SaysWhatTheRecordingHides) {
+    const std::string record = of_length(
+        "5A 08 **************** 57 10 *******************************F 5F20 04 ******** "
+        "5F24 03 301231 5F28 02 0156 8C 0D 9F0206 5F2A02 9A03 9F3704 9505 8D 04 8A02 910A");
+    for (const bool show_sensitive : {false, true}) {
+        const std::string text = told_record(record, {.show_sensitive = show_sensitive});
+        EXPECT_THAT(text, HasSubstr("5A Application PAN: masked in the recording\n"));
+        EXPECT_THAT(text, HasSubstr("5F20 Cardholder name: masked in the recording\n"));
+        EXPECT_THAT(text, HasSubstr("5F24 Application expiration date: 2030-12-31\n"));
+        EXPECT_THAT(text, HasSubstr("5F28 Issuer country code: China (0156)\n"));
+        EXPECT_THAT(text, Not(HasSubstr("000000******0000")));
+        EXPECT_THAT(text, Not(HasSubstr("0000000000000000")));
+        EXPECT_THAT(text, Not(HasSubstr("!")));
+    }
+}
+
+TEST(Story, MakesUpNoAmountAndNoDateWhereTheyAreMasked) {
+    TraceNotation notation = purchase({}, "************ 0156 ****** A1B2C3D4 0000008000");
+    trace::Trace trace = notation.trace();
+    for (trace::Entry& entry : trace.entries) {
+        entry.masked = true;
+    }
+    const explain::Story story = explain::tell(trace);
+    const explain::Transaction& told = story.transactions.at(0);
+    EXPECT_EQ(findings(story), "");
+    EXPECT_EQ(fact(told.asked, "Amount"), "masked");
+    EXPECT_EQ(fact(told.asked, "Date"), "masked");
+}
+
+TEST(StoryText, SaysWhatItMasksItself) {
+    EXPECT_THAT(told_record(CardWords{}.record), HasSubstr("5A Application PAN: masked\n"));
+    EXPECT_THAT(told_record(CardWords{}.record, {.show_sensitive = true}),
+                HasSubstr("5A Application PAN: 6228000100001117"));
+}
+
+TEST(StoryJson, KeepsMaskedDigitsInTheTree) {
+    const explain::Story story =
+        purchase({.record = of_length("5A 08 **************** 5F24 03 301231")}).story();
+    const decode::Node& record = story.transactions.at(0).steps.at(4).exchanges.at(0).received;
+    EXPECT_EQ(find_object(record, "5A")->value, "****************");
+    EXPECT_EQ(find_object(record, "5A")->text, "masked in the recording");
+    EXPECT_EQ(find_object(record, "5F24")->value, "301231");
+}
+
+TEST(StoryText, KnowsTheCurrencyThatTheCardTellsAfterAnAmount) {
+    TraceNotation trace;
+    trace.open().power_on().exchange(select, CardWords{}.fci);
+    trace.exchange("80CA9F7900", "9F7906000000030000 9000");
+    trace.exchange("80CA9F5100", "9F51020156 9000");
+    EXPECT_THAT(to_text(trace.story(), {.details = true}),
+                HasSubstr("9F79 Electronic cash balance: CNY 300.00"));
+}
+
+TEST(StoryText, KeepsTheCurrencyOfTheCardApartFromThatOfTheTransaction) {
+    TraceNotation trace = purchase({}, "000000012850 0840 261121 A1B2C3D4 0000008000");
+    trace.exchange("80CA9F7900", "9F7906000000030000 9000");
+    trace.exchange("80CA9F5100", "9F51020156 9000");
+    const std::string text = to_text(trace.story(), {.details = true});
+    EXPECT_THAT(text, HasSubstr("9F79 Electronic cash balance: CNY 300.00"));
+    EXPECT_THAT(text, HasSubstr("9F02 Amount, authorised (numeric): USD 128.50"));
+}
+
 TEST(StoryText, MarksFailedStepsAndListsFindingsBelowThem) {
     const std::string text = to_text(purchase({.authentication = "6300"}).story());
     EXPECT_THAT(text,

@@ -93,6 +93,7 @@ TraceNotation& TraceNotation::exchange(std::string_view command, std::string_vie
     entry.slot_name = slot_ == 1 ? "contact" : "contactless";
     entry.command = masked(command);
     entry.answer = masked(answer);
+    entry.masked = entry.command.is_masked() || entry.answer.is_masked();
     entry.result = static_cast<std::int64_t>(entry.answer.size());
     entry.success = entry.status() == 0x9000;
     return *this;
