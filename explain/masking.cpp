@@ -58,14 +58,19 @@ void hide_masked(decode::Node& node, const trace::MaskedBytes& data, std::string
     if (!is_masked(first, end)) {
         return;
     }
+    // Bits of what is hidden, and parts told by a text without a place of their own, as those of tracks.
+    const bool holds_objects =
+        node.kind == decode::NodeKind::Root || node.kind == decode::NodeKind::Template;
     std::erase_if(node.children, [&](const decode::Node& child) {
-        return child.kind == decode::NodeKind::Flag &&
-               is_masked(child.offset, std::min(child.offset + child.size, data.size()));
+        const bool is_text = !holds_objects && child.size == 0 && child.tag.empty();
+        return is_text ||
+               (child.kind == decode::NodeKind::Flag &&
+                is_masked(child.offset, std::min(child.offset + child.size, data.size())));
     });
     for (decode::Node& child : node.children) {
         hide_masked(child, data, words);
     }
-    if (node.kind == decode::NodeKind::Root || node.kind == decode::NodeKind::Template) {
+    if (holds_objects) {
         return;
     }
     if (node.value.size() == 2 * (end - first)) {

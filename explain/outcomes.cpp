@@ -112,8 +112,8 @@ std::string processing_options_outcome(const Visit& visit, const Step& step) {
         }
     }
     const auto profile = visit.card.bytes(0x82);
-    return "application's abilities " + decode::hex(profile) + ": " + abilities_text(profile) +
-           "; " + counted(records, "record") + " to read";
+    return counted(records, "record") + " to read; application's abilities " +
+           decode::hex(profile) + ": " + abilities_text(profile);
 }
 
 std::string cryptogram_outcome(const Visit& visit, const Step& step, const ToldCall& told,

@@ -409,8 +409,8 @@ TEST(Story, NamesElementsThatTheCardDoesNotHave) {
 TEST(Story, SaysWhatTheApplicationCanDo) {
     const explain::Story story = purchase({}).story();
     EXPECT_EQ(story.transactions.at(0).steps.at(3).outcome,
-              "application's abilities 1C00: cardholder verification, terminal risk management, "
-              "issuer authentication; 1 record to read");
+              "1 record to read; application's abilities 1C00: cardholder verification, terminal "
+              "risk management, issuer authentication");
 }
 
 TEST(Story, StopsWhereTheCardWasPulled) {
@@ -572,6 +572,7 @@ TEST(StoryText, SaysWhatTheRecordingHides) {
     for (const bool show_sensitive : {false, true}) {
         const std::string text = told_record(record, {.show_sensitive = show_sensitive});
         EXPECT_THAT(text, HasSubstr("5A Application PAN: masked in the recording\n"));
+        EXPECT_THAT(text, HasSubstr("57 Track 2 equivalent data: masked in the recording\n"));
         EXPECT_THAT(text, HasSubstr("5F20 Cardholder name: masked in the recording\n"));
         EXPECT_THAT(text, HasSubstr("5F24 Application expiration date: 2030-12-31\n"));
         EXPECT_THAT(text, HasSubstr("5F28 Issuer country code: China (0156)\n"));
