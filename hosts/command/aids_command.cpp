@@ -10,6 +10,8 @@
 namespace quorrin::command {
 namespace {
 
+constexpr const char* ready = "ready";
+
 // How the card calls it, and whether it can be used.
 struct ApplicationView {
     std::string aid;
@@ -19,7 +21,7 @@ struct ApplicationView {
 
 ApplicationView look_at(host::Card& card, const std::string& aid) {
     const ReadAnswer fci = select_by_name(card, host::from_hex(aid));
-    ApplicationView view{aid, {}, "ready"};
+    ApplicationView view{aid, {}, ready};
     if (const auto label = find_value(fci.data(), 0x50)) {
         const decode::Node node = decode::element(0x50, *label, {});
         view.label = unquoted(node.text.empty() ? node.value : node.text);
@@ -43,7 +45,8 @@ int run_aids(const CardOptions& options, const Common& common) {
     for (const std::string& aid : found.aids) {
         const std::string name(decode::application_name(host::from_hex(aid)));
         const ApplicationView view = look_at(session.card(), aid);
-        table.add({std::to_string(++number), aid, name, view.label, view.state});
+        const std::string state = view.state == ready ? in_green(ready) : in_red(view.state);
+        table.add({std::to_string(++number), aid, name, view.label, state});
         json["applications"].push_back(
             {{"aid", aid}, {"name", name}, {"label", view.label}, {"state", view.state}});
     }
@@ -53,7 +56,7 @@ int run_aids(const CardOptions& options, const Common& common) {
     if (common.json) {
         put_json(json);
     } else {
-        put_result(!table.empty()        ? table.text(wants_colour())
+        put_result(!table.empty()        ? table.text(wants_colour(), terminal_width())
                    : found.has_directory ? std::string("the directory is empty\n")
                                          : std::string("it answers to none of them\n"));
     }

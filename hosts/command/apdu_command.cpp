@@ -87,9 +87,9 @@ int run_apdu(const ApduOptions& options, const Common& common) {
         } else if (options.raw) {
             put_result(host::to_hex(answer) + "\n");
         } else {
-            put_result(decode::to_text(decode::command(sent, decoding),
-                                       {.colour = wants_colour(), .width = output_width()}) +
-                       decode::to_text(node, {.colour = wants_colour(), .width = output_width()}));
+            put_text(decode::to_text(decode::command(sent, decoding),
+                                     {.colour = wants_colour(), .width = output_width()}) +
+                     decode::to_text(node, {.colour = wants_colour(), .width = output_width()}));
         }
     }
     if (common.json) {

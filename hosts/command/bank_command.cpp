@@ -120,9 +120,11 @@ void add_bank(CLI::App& app, const Common& common, Action& action) {
         ->check(CLI::Range(1, 2));
     add_bank_options(*command, *options, "--rules");
     command->footer(examples(
-        R"help(  quorrin purchase --cryptogram-only --json --show-sensitive | quorrin bank --request -
+        R"help(  quorrin purchase --cryptogram-only --json --show-sensitive |
+      quorrin bank --request -
   quorrin bank --field55 9F2608... --pan 9999010000000011 --sequence 01 --json
-The card takes the answer when both purchases are the same, as they can be with a simulated card:
+The card takes the answer when both purchases are the same, as they can be with
+a simulated card:
   set -- --unpredictable-number 11223344 --date 261121 --time 120000
   quorrin purchase "$@" --cryptogram-only --json --show-sensitive > request.json
   quorrin purchase "$@" --answer "$(quorrin bank --request request.json)")help"));

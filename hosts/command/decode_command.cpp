@@ -216,9 +216,11 @@ int run_decode(const DecodeOptions& options, const Common& common) {
             ? decode::answer(bytes, decode::read_hex(options.answered).bytes, decoding)
         : what.tag ? decode::element(*what.tag, bytes, decoding)
                    : what.kind->decode(bytes, decoding);
-    put_result(common.json
-                   ? decode::to_json(tree) + "\n"
-                   : decode::to_text(tree, {.colour = wants_colour(), .width = output_width()}));
+    if (common.json) {
+        put_result(decode::to_json(tree) + "\n");
+    } else {
+        put_text(decode::to_text(tree, {.colour = wants_colour(), .width = output_width()}));
+    }
     if (decode::has_problems(tree)) {
         tell_problems(tree, bytes, options);
         return failure;
@@ -278,8 +280,10 @@ void add_decode(CLI::App& app, const Common& common, Action& action) {
     command->footer(examples(R"(  quorrin decode 9F3602004B 95050000008000
   quorrin decode --as tvr 0000008000
   quorrin decode --as 9F10 07010103A0A00001
-  quorrin decode --as answer --answer-to 80A8000002830000 800A7C0008010100100103009000
-  quorrin decode --as log-record --list 9A039F21039F0206 250110193207000000003980
+  quorrin decode --as answer \
+      --answer-to 80A8000002830000 800A7C0008010100100103009000
+  quorrin decode --as log-record \
+      --list 9A039F21039F0206 250110193207000000003980
   quorrin decode --json --file fci.bin)"));
     command->callback(
         [=, &common, &action] { action = [=, &common] { return run_decode(*options, common); }; });

@@ -117,7 +117,7 @@ int run_doctor(const std::string& asked, const Common& common) {
     if (common.json) {
         put_json(json);
     } else {
-        put_result(text);
+        put_text(text);
     }
     return good ? success : failure;
 }

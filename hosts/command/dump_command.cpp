@@ -166,7 +166,7 @@ int run_dump(const CardOptions& options, const Common& common) {
     for (const DumpSection& section : dump.sections()) {
         text += "\n" + heading(section.title) + decode::to_text(section.node, style);
     }
-    put_result(text);
+    put_text(text);
     return status;
 }
 

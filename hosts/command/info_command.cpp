@@ -31,6 +31,17 @@ std::vector<KeyRow> key_rows() {
     return rows;
 }
 
+// A value that is masked from somewhere on, without a line of asterisks: "999901******0011D... masked".
+std::string shortened(const std::string& text) {
+    constexpr const char* longest_shown = "*****************";  // more than of any card number
+    const std::size_t masked = text.find(longest_shown);
+    if (masked == std::string::npos) {
+        return text;
+    }
+    const std::string shown = text.substr(0, masked);
+    return shown.empty() || shown == "\"" ? "masked" : shown + "\u2026 masked";
+}
+
 // What kind of card it is, for somebody who knows none of the elements below.
 std::string summary_of(const CardFacts& facts, const host::Date& day,
                        const std::vector<std::string>& others) {
@@ -39,7 +50,8 @@ std::string summary_of(const CardFacts& facts, const host::Date& day,
                            (facts.country.empty() ? "" : ", issued in " + facts.country)});
     table.add({"AID", facts.aid});
     if (const std::string validity = validity_text(facts, day); !validity.empty()) {
-        table.add({"valid", validity});
+        const bool is_good = !has_expired(facts, day) && !is_not_yet_valid(facts, day);
+        table.add({"valid", is_good ? validity : in_red(validity)});
     }
     for (std::size_t i = 0; i < facts.abilities.size(); ++i) {
         table.add({i == 0 ? "has" : "", facts.abilities[i]});
@@ -48,7 +60,7 @@ std::string summary_of(const CardFacts& facts, const host::Date& day,
         table.add(
             {i == 0 ? "besides" : "", application_name(others[i]) + " (--aid " + others[i] + ")"});
     }
-    return table.text();
+    return table.text(false, terminal_width());
 }
 
 int run_info(const InfoOptions& options, const Common& common) {
@@ -85,7 +97,7 @@ int run_info(const InfoOptions& options, const Common& common) {
         }
         const decode::Node node = decode::element(row.tag, *value, decoding);
         const std::string text = node.text.empty() ? node.value : node.text;
-        table.add({std::string(1, row.key), node.tag, node.label, text});
+        table.add({std::string(1, row.key), node.tag, node.label, shortened(text)});
         json["elements"].push_back({{"key", std::string(1, row.key)},
                                     {"tag", node.tag},
                                     {"name", node.label},
@@ -97,7 +109,7 @@ int run_info(const InfoOptions& options, const Common& common) {
         put_json(json);
     } else {
         const std::string elements = table.empty() ? std::string("the card has none of these\n")
-                                                   : table.text(wants_colour());
+                                                   : table.text(wants_colour(), terminal_width());
         // Who asks for certain keys wants them alone.
         put_result(options.keys.empty() ? summary_of(facts, day, others) + "\n" + elements
                                         : elements);

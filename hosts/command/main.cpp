@@ -1,19 +1,24 @@
 // The `quorrin` command: one program, a subcommand for each thing that a person does with card data,
 // cards and readers.
+#include <unistd.h>
+
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <span>
 #include <sstream>
 #include <string>
 #include <string_view>
 
 #include "hosts/command/failure_telling.hpp"
+#include "hosts/command/help_layout.hpp"
 #include "hosts/command/manual.hpp"
 #include "hosts/command/output.hpp"
 #include "hosts/command/progress.hpp"
 #include "hosts/command/reader_backend.hpp"
 #include "hosts/command/subcommand.hpp"
 #include "hosts/command/suggestions.hpp"
+#include "hosts/command/wrapping.hpp"
 
 namespace quorrin::command {
 namespace {
@@ -35,6 +40,7 @@ bool names_json(std::span<char* const> arguments) {
 
 int run(int argc, char** argv) {
     CLI::App app("Card data, cards and readers from the shell.", "quorrin");
+    app.formatter(std::make_shared<HelpLayout>());
     app.require_subcommand(1);
     app.fallthrough();
     app.set_version_flag("--version", "quorrin " QUORRIN_VERSION);
@@ -95,7 +101,7 @@ int run(int argc, char** argv) {
 
 void tell(std::string_view line) {
     const auto pause = pause_progress();
-    std::cerr << "quorrin: " << line << '\n';
+    std::cerr << wrapped("quorrin: " + std::string(line), terminal_width(STDERR_FILENO)) << '\n';
 }
 
 std::string examples(std::string_view lines) {

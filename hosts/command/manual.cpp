@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "hosts/command/help_layout.hpp"
+
 namespace quorrin::command {
 namespace {
 
@@ -35,18 +37,51 @@ std::vector<const CLI::Option*> options_of(const CLI::App& app) {
     return options;
 }
 
+// A thing outside of the command line and what it is for.
+struct PageRow {
+    const char* name;
+    const char* text;
+};
+
+constexpr PageRow files_of_the_command[] = {
+    {"/usr/share/quorrin/profiles",
+     "the shipped cards: --reader simulator:NAME puts one in, quorrin-card-profile(5)"},
+    {"/usr/share/quorrin/schemas", "what is written with --json, as JSON schemas"},
+    {"~/.config/quorrin/pcsc.toml", "which PC/SC reader serves which slot"},
+};
+
+constexpr PageRow variables[] = {
+    {"QUORRIN_SIMULATOR", "the simulated reader's file, quorrin-reader(5); --reader goes above it"},
+    {"QUORRIN_PROFILES", "the folder of the shipped cards"},
+    {"QUORRIN_PCSC_CONFIG", "another file than ~/.config/quorrin/pcsc.toml"},
+    {"QUORRIN_PCSC_CONTACT, QUORRIN_PCSC_CONTACTLESS, QUORRIN_PCSC_MAS, QUORRIN_PCSC_SAM1 ... SAM4",
+     "the PC/SC reader of a slot, above that file; none for no reader"},
+    {"QUORRIN_PCSC_ACCESS, QUORRIN_PCSC_WAIT, QUORRIN_PCSC_VERBOSE",
+     "how PC/SC readers are shared, how long they are waited for, and whether a failed opening is "
+     "explained"},
+    {"QUORRIN_TRACE_TERMINAL, QUORRIN_TRACE_ROTATE, QUORRIN_TRACE_KEEP",
+     "with --trace: the terminal's name, the size of a file and the number of older files, "
+     "quorrin-trace(5)"},
+    {"QT_LOGGING_RULES", "with --show-sensitive: the library's log, such as default.debug=true"},
+    {"NO_COLOR", "no colours"},
+    {"XDG_CONFIG_HOME", "another folder than ~/.config"},
+};
+
+std::string row_entry(const PageRow& row) {
+    return std::string(".TP\n.B ") + troff(row.name) + "\n" + troff(row.text) + "\n";
+}
+
 std::string long_name(const CLI::Option& option) {
     return option.get_lnames().empty() ? "" : "--" + option.get_lnames().front();
 }
 
 void describe_options(const CLI::App& app, std::string& page) {
     for (const CLI::Option* option : options_of(app)) {
-        const bool takes_value = option->get_items_expected_max() > 0;
-        const std::string name = option->get_positional()
-                                     ? option->get_name(true)
-                                     : option->get_name(false, true) +
-                                           (takes_value ? " " + option->get_type_name() : "");
-        page += ".TP\n.B " + troff(name) + "\n" + troff(option->get_description()) + "\n";
+        const std::string value = value_name(*option);
+        const std::string name = option->get_positional() ? option->get_name(true)
+                                                          : option->get_name(false, true) +
+                                                                (value.empty() ? "" : " " + value);
+        page += ".TP\n.B " + troff(name) + "\n" + troff(description_of(*option)) + "\n";
     }
 }
 
@@ -55,7 +90,8 @@ void describe_command(const CLI::App& command, const std::string& before, std::s
     page += ".SS " + troff(name) + "\n" + troff(command.get_description()) + ".\n";
     describe_options(command, page);
     if (const std::string footer = command.get_footer(); !footer.empty()) {
-        page += ".PP\n.nf\n" + troff(footer) + "\n.fi\n";
+        // Lines to be typed stay whole: from the left edge on they fit.
+        page += ".PP\n.in 0\n.nf\n" + troff(footer) + "\n.fi\n.in\n";
     }
     for (const CLI::App* below : subcommands_of(command)) {
         describe_command(*below, name + " ", page);
@@ -101,6 +137,8 @@ std::string manual_page(CLI::App& app, const std::string& version) {
     std::string page =
         ".TH QUORRIN 1 \"\" \"Quorrin " + version +
         "\" \"Payment cards\"\n"
+        // Names are to be typed as they stand: no hyphens of the page's own.
+        ".nh\n.ad l\n"
         ".SH NAME\nquorrin \\- card data, cards and readers from the shell\n"
         ".SH SYNOPSIS\n.B quorrin\n[\\fIoptions\\fR] \\fIcommand\\fR [\\fIarguments\\fR]\n"
         ".SH DESCRIPTION\n"
@@ -115,13 +153,18 @@ std::string manual_page(CLI::App& app, const std::string& version) {
     }
     page +=
         ".SH EXIT STATUS\n0 done, 1 the operation failed, 2 wrong usage.\n"
-        ".SH ENVIRONMENT\n"
-        ".TP\n.B QUORRIN_SIMULATOR\nthe simulated reader's file, quorrin\\-reader(5)\n"
-        ".TP\n.B QUORRIN_PCSC_CONTACT, QUORRIN_PCSC_CONTACTLESS, ...\nwhich reader serves which "
-        "slot\n"
-        ".TP\n.B NO_COLOR\nno colours\n"
+        ".SH FILES\n";
+    for (const PageRow& row : files_of_the_command) {
+        page += row_entry(row);
+    }
+    page += ".SH ENVIRONMENT\n";
+    for (const PageRow& row : variables) {
+        page += row_entry(row);
+    }
+    page +=
         ".SH SEE ALSO\n.BR quorrin\\-card\\-profile (5),\n.BR quorrin\\-reader (5),\n"
-        ".BR quorrin\\-trace (5)\n";
+        ".BR quorrin\\-trace (5),\n"
+        ".BR pcscd (8)\n";
     return page;
 }
 

@@ -12,6 +12,7 @@
 
 #include "hosts/command/progress.hpp"
 #include "hosts/command/subcommand.hpp"
+#include "hosts/command/wrapping.hpp"
 
 namespace quorrin::command {
 namespace {
@@ -42,6 +43,10 @@ void put_result(std::string_view text) {
     }
 }
 
+void put_text(std::string_view text) {
+    put_result(wrapped(text, terminal_width()));
+}
+
 bool has_results() {
     return result_is_written;
 }
@@ -53,15 +58,27 @@ bool wants_colour() {
     return isatty(STDOUT_FILENO) != 0 && (no_colour == nullptr || *no_colour == '\0') && !is_dumb;
 }
 
-std::size_t output_width() {
-    constexpr std::size_t of_a_file = 100;
+std::size_t terminal_width(int stream) {
     constexpr std::size_t narrowest = 40;
     winsize size = {};
-    if (isatty(STDOUT_FILENO) == 0 || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 ||
-        size.ws_col < narrowest) {
-        return of_a_file;
+    if (isatty(stream) == 0 || ioctl(stream, TIOCGWINSZ, &size) != 0 || size.ws_col < narrowest) {
+        return unlimited;
     }
     return size.ws_col;
+}
+
+std::size_t output_width() {
+    constexpr std::size_t of_a_file = 100;
+    const std::size_t width = terminal_width();
+    return width == unlimited ? of_a_file : width;
+}
+
+std::string in_red(const std::string& text) {
+    return wants_colour() ? "\033[31m" + text + "\033[0m" : text;
+}
+
+std::string in_green(const std::string& text) {
+    return wants_colour() ? "\033[32m" + text + "\033[0m" : text;
 }
 
 void keep_log_from_view(bool in_clear) {

@@ -171,7 +171,8 @@ void add_purchase(CLI::App& app, const Common& common, Action& action) {
         "purchase", "Buy with the card and the test bank, online (not from electronic cash)");
     add_purchase_options(*command, *options);
     command->footer(examples(R"(  quorrin purchase --reader simulator
-  quorrin purchase --amount 12.80 --wish "put 9F79 000000030000" --trace purchase.jsonl
+  quorrin purchase --amount 12.80 --trace purchase.jsonl \
+      --wish "put 9F79 000000030000"
   quorrin purchase --reader simulator:credit --response-code 51
   quorrin purchase --cryptogram-only --json
   quorrin purchase --arpc wrong)"));

@@ -109,7 +109,7 @@ int run_readers(const CardOptions& options, const Common& common) {
     }
     put_result("Reader library " + library.name +
                (serial.empty() ? "" : ", serial number " + serial) + "\n" +
-               table.text(wants_colour()));
+               table.text(wants_colour(), terminal_width()));
     return success;
 }
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+#include "hosts/command/json_output.hpp"
 #include "hosts/command/output.hpp"
 #include "hosts/command/reader_backend.hpp"
 #include "hosts/command/simulated_slot.hpp"
@@ -33,7 +34,7 @@ void write_file(const std::string& file, const std::string& text) {
     }
 }
 
-int run_replay(const ReplayOptions& options) {
+int run_replay(const ReplayOptions& options, const Common& common) {
     const trace::Trace trace = trace::read_trace(options.trace);
     for (const trace::Problem& problem : trace.problems) {
         tell(trace::describe(options.trace, problem));
@@ -42,15 +43,23 @@ int run_replay(const ReplayOptions& options) {
         throw Failed(options.trace + ": no line of a trace in it");
     }
     const std::string text = one_card(options.slot, "trace", options.trace);
-    if (options.host.empty() && options.reader_file.empty()) {
-        put_result(text);
-        return success;
-    }
     if (!options.reader_file.empty()) {
         write_file(options.reader_file, text);
     }
     if (options.host.empty()) {
-        tell("wrote " + options.reader_file);
+        if (common.json) {
+            Json json = result_of("replay");
+            json["trace"] = options.trace;
+            json["slot"] = options.slot;
+            json["reader_file"] = options.reader_file;
+            json["text"] = text;
+            put_json(json);
+        } else if (options.reader_file.empty()) {
+            put_result(text);
+        }
+        if (!options.reader_file.empty()) {
+            tell("wrote " + options.reader_file);
+        }
         return success;
     }
     // The host takes this program's place: its output, input and exit status are its own.
@@ -76,7 +85,7 @@ int run_replay(const ReplayOptions& options) {
 
 }  // namespace
 
-void add_replay(CLI::App& app, const Common& /*common*/, Action& action) {
+void add_replay(CLI::App& app, const Common& common, Action& action) {
     auto options = std::make_shared<ReplayOptions>();
     CLI::App* command = app.add_subcommand(
         "replay", "Play a recorded card to a host: what was recorded is answered, in order");
@@ -93,8 +102,14 @@ void add_replay(CLI::App& app, const Common& /*common*/, Action& action) {
                         "The host and its arguments; without it the reader file is printed");
     command->footer(examples(R"(  quorrin replay terminal.jsonl -- ./terminal --once
   quorrin replay terminal.jsonl --write reader.toml
-  quorrin replay terminal.jsonl -- quorrin info --reader simulator)"));
-    command->callback([=, &action] { action = [=] { return run_replay(*options); }; });
+  quorrin info --reader simulator --trace info.jsonl
+  quorrin replay info.jsonl -- quorrin info --reader simulator
+
+The host must do what the recorded one did: from where it departs, the card
+answers nothing any more, and the line is named. The host's reader library is
+the simulator, preloaded.)"));
+    command->callback(
+        [=, &common, &action] { action = [=, &common] { return run_replay(*options, common); }; });
 }
 
 }  // namespace quorrin::command

@@ -233,7 +233,7 @@ class Usage(unittest.TestCase):
         self.assertTrue(run(["--version"])[1].startswith(b"quorrin "))
 
     def test_examples_of_the_help_work(self):
-        lines = run(["decode", "--help"])[1].decode().splitlines()
+        lines = run(["decode", "--help"])[1].decode().replace("\\\n", "").splitlines()
         examples = [line.split()[1:] for line in lines if line.startswith("  quorrin decode ")]
         self.assertGreater(len(examples), 3)
         for arguments in examples:

@@ -6,7 +6,7 @@ import json
 import re
 import tomllib
 
-from command_line import COMMAND, FIXED, PROFILES, QUORRIN, CommandTest, main, quorrin, simulated
+from command_line import COMMAND, FIXED, PROFILES, QUORRIN, CommandTest, check_json, main, on_a_terminal, quorrin, simulated
 
 
 class CardCommands(CommandTest):
@@ -198,6 +198,56 @@ class CardCommands(CommandTest):
 
     # How it is told
 
+    def test_loads_have_no_empty_columns_and_an_amount(self):
+        by_balance = simulated("log", "--loads").stdout.splitlines()
+        self.assertEqual(by_balance[0].split(), ["date", "time", "before", "after", "amount", "country", "merchant", "ATC"])
+        self.assertRegex(by_balance[1], r"CNY 0\.00 +CNY 100\.00 +CNY 100\.00 +China")
+        by_amount = simulated("log", "--loads", reader=self.with_card("load_log")).stdout.splitlines()
+        self.assertEqual(by_amount[0].split(), ["date", "time", "type", "amount", "country", "merchant", "ATC"])
+
+    def test_masked_values_are_short(self):
+        for card in ("debit", "quick", "international"):
+            lines = simulated("info", reader=self.with_card(card)).stdout.splitlines()
+            self.assertLess(max(map(len, lines)), 80)
+        self.assertIn("D\u2026 masked", simulated("info").stdout)
+        self.assertIn("*" * 18, {element["key"]: element["text"] for element in self.result("info")["elements"]}["K"])
+
+    def test_a_narrow_terminal_gets_narrow_lines(self):
+        for command in (["info"], ["log"], ["log", "--loads"], ["aids"], ["dump"], ["readers"], ["apdu", "80CA9F3600"]):
+            for columns in (72, 80):
+                lines = on_a_terminal(*command, "--reader", "simulator", columns=columns)
+                self.assertGreater(len(lines), 1, command)
+                self.assertEqual([line for line in lines if len(line) > columns], [], command)
+        wide = on_a_terminal("log", "--reader", "simulator", columns=200)
+        self.assertEqual(wide, simulated("log").stdout.splitlines(), "a wide one gets what a file gets")
+        narrow = "\n".join(on_a_terminal("log", "--reader", "simulator", columns=80))
+        self.assertIn("2025-01-10  19:32:07  Purchase  CNY 39.80   China    TEST SUPERMARKET   10", narrow)
+
+    def test_words_that_warn_are_red_on_a_terminal(self):
+        rows = [(["info"], "expired", "\033[31mEXPIRED, it was good to 2020-12-31\033[0m"), (["aids"], "blocked", "\033[31mblocked, 6283"),
+                (["aids"], "debit", "\033[32mready\033[0m")]
+        for command, card, words in rows:
+            reader = self.with_card(card)
+            self.assertIn(words, "\n".join(on_a_terminal(*command, "--reader", reader, columns=120, colours=True)))
+            self.assertNotIn("\033", simulated(*command, reader=reader).stdout)
+
+    def test_replay_names_its_reader_file_for_programs(self):
+        trace, file = self.folder / "trace.jsonl", self.folder / "reader.toml"
+        simulated("pan", "--trace", trace)
+        for arguments, written in (([], ""), (["--write", file], str(file))):
+            value = check_json(quorrin("replay", trace, *arguments, "--json").stdout)
+            self.assertEqual(value, {"command": "replay", "version": 1, "trace": str(trace), "slot": "contact",
+                                     "reader_file": written, "text": f'[contact]\ntrace = "{trace}"\n'})
+        self.assertEqual(file.read_text(), value["text"])
+
+    def test_a_host_that_departs_from_the_recording_is_told_once(self):
+        trace = self.folder / "trace.jsonl"
+        simulated("purchase", "--trace", trace)
+        run = quorrin("replay", trace, "--", QUORRIN, "info", "--reader", "simulator")
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("departs from", run.stderr)
+        self.assertEqual(run.stderr.count("An answer of the card"), 1)
+
     def test_kinds_of_data_stand_in_columns(self):
         lines = quorrin("decode", "--kinds").stdout.splitlines()
         self.assertEqual(len({re.match(r"  \S+ +", line).end() for line in lines}), 1)
@@ -210,6 +260,7 @@ class CardCommands(CommandTest):
             run = quorrin(command, "--help")
             self.assertEqual(run.returncode, 0)
             self.assertIn("quorrin " + command, run.stdout.split("Examples:")[1], command)
+            self.assertLessEqual(max(map(len, run.stdout.splitlines())), 80, command)
 
 
 if __name__ == "__main__":

@@ -2,13 +2,17 @@
 
 Each test is started as  TEST.py QUORRIN SCHEMAS PROFILES.
 """
+import fcntl
 import json
 import os
 import pathlib
+import pty
 import re
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 
 import jsonschema
@@ -38,6 +42,26 @@ def quorrin(*arguments, text=None, environment=None, cwd=None):
 
 def simulated(*arguments, reader="simulator", **others):
     return quorrin(*arguments, "--reader", reader, **others)
+
+
+def on_a_terminal(*arguments, columns, colours=False):
+    """What a terminal of so many columns shows of the results, a string a line."""
+    own, terminal = pty.openpty()
+    fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+    environment = {**ENVIRONMENT, "TERM": "xterm", **({} if colours else {"NO_COLOR": "1"})}
+    with subprocess.Popen([QUORRIN, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=terminal,
+                          stderr=subprocess.DEVNULL, env=environment) as run:
+        os.close(terminal)
+        shown = b""
+        while True:
+            try:
+                part = os.read(own, 4096)
+            except OSError:  # the other end is closed
+                break
+            shown += part
+        run.wait(60)
+    os.close(own)
+    return shown.decode().replace("\r\n", "\n").splitlines()
 
 
 def check_json(text):

@@ -16,4 +16,14 @@ for page in "$@"; do
   done
   echo "$text" | grep -A1 '^NAME$' | grep -q '^ *quorrin[a-z-]*  *-  *[a-z]' || { echo "$page: its name and purpose"; status=1; }
 done
+# The command's own page fits a terminal, as it has no tables.
+for page in "$@"; do
+  case $page in *quorrin.1)
+    wide=$("$groff" -man -K utf8 -T ascii -rLL=80n -P-c -P-b -P-u "$page" 2>/dev/null | awk 'length > 80')
+    [ -z "$wide" ] || { echo "$page: wider than 80 columns: $wide"; status=1; }
+    for section in FILES ENVIRONMENT; do
+      grep -q "^.SH $section$" "$page" || { echo "$page: no section $section"; status=1; }
+    done ;;
+  esac
+done
 exit $status
