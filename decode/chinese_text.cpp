@@ -67,8 +67,9 @@ std::optional<ChineseText> chinese_text(Bytes bytes) {
     }
     for (const char* encoding : {"UTF-8", "GB18030"}) {
         auto text = converted(bytes, encoding);
-        const bool has_controls =
-            text && std::ranges::any_of(*text, [](unsigned char c) { return c < 0x20; });
+        const bool has_controls = text && std::ranges::any_of(*text, [](unsigned char c) {
+                                      return c < 0x20 || c == 0x7F;
+                                  });
         if (text && !has_controls && is_chinese(*text)) {
             return ChineseText{std::move(*text),
                                encoding[0] == 'U' ? std::string_view("UTF-8") : "GB 18030"};

@@ -71,6 +71,7 @@ const TextCase text_cases[] = {
     {"9F08", "0030", "48"},
     {"50", "50424F43", "\"PBOC\""},
     {"9F4E", "D6D0B9FAD2F8C1AA20202020", "\"中国银联    \""},
+    {"9F4E", "D6D0B9FA7FD2F8C1AA", "\"ÖÐ¹ú.ÒøÁª\""},  // a control character: no text of the card's
     {"9F12", "E4B8ADE59BBD", "\"中国\""},
     {"06", "2A864886FC6B02020201", "1.2.840.114283.2.2.2.1"},
     {"DF06", "07", "SM3"},
