@@ -63,7 +63,7 @@ unsigned Call::status() const {
 }
 
 trace::MaskedBytes Call::data() const {
-    return has_status() ? part_of(answer, 0, answer.size() - 2) : answer;
+    return part_of(answer, 0, has_status() ? answer.size() - 2 : answer.size());
 }
 
 trace::MaskedBytes Call::command_data() const {
