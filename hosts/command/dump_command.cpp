@@ -53,6 +53,7 @@ class Dump {
     bool application(const std::string& aid) {
         const ReadAnswer fci = select_by_name(card_, host::from_hex(aid));
         decoding_.kernel = decode::kernel_of(host::from_hex(aid));
+        decoding_.card_currency = iso_number(find_value(read_data(card_, 0x9F51).data(), 0x9F51));
         add("Application " + aid + ", " + application_name(aid), fci);
         constexpr unsigned blocked = 0x6283;
         if (!fci.ok() && fci.status() != blocked) {
@@ -106,6 +107,9 @@ class Dump {
                 sections_.push_back({title + ", log of " + kind->name,
                                      read_log_record(read.data(), *format, *kind, decoding_).tree});
             } else {
+                if (!decoding_.card_currency) {
+                    decoding_.card_currency = iso_number(find_value(read.data(), 0x9F42));
+                }
                 add(title, read);
             }
         }
