@@ -29,7 +29,7 @@ class PurchaseReport {
         }
         char name[32];
         std::snprintf(name, sizeof name, "  %-22s ", what);
-        put_result(name + text + "\n");
+        put_text(name + text + "\n");
     }
     // One line each, named once.
     void say_all(const char* what, const std::vector<std::string>& texts) const {
@@ -43,8 +43,7 @@ class PurchaseReport {
     // The exit status.
     int end(const std::string& how, const std::string& why, bool good) {
         heading("End");
-        const char* const colour = !colour_ ? "" : good ? "\033[32m" : "\033[31m";
-        say("purchase", colour + how + (colour_ ? "\033[0m" : ""));
+        say("purchase", good ? in_green(how) : in_red(how));
         say("because", why);
         say_all("note", notes_);
         json_["ended"] = how;
