@@ -213,6 +213,12 @@ void tell_text(const Reading& reading, Value value, Node& node) {
     node.text_says_all = is_printable(value.bytes);
 }
 
+// How long a value is that cannot be text: binary elements of up to eight bytes are numbers.
+std::size_t longest_number(const Element& element) {
+    constexpr std::size_t block = 8;  // a cryptogram
+    return element.longest != 0 && element.longest <= block ? element.longest : 0;
+}
+
 void tell_by_format(const Reading& reading, const Element& element, Value value, Node& node) {
     switch (element.format) {
         case Format::n:
@@ -230,7 +236,9 @@ void tell_by_format(const Reading& reading, const Element& element, Value value,
             tell_text(reading, value, node);
             break;
         case Format::b:
-            if (value.size() > 3 && is_printable(value.bytes)) {
+            // Text where there is room for one: in a cryptogram or a random number it is chance.
+            if (value.size() > 3 && value.size() > longest_number(element) &&
+                is_printable(value.bytes)) {
                 node.text = "\"" + open_characters(reading, value.bytes) + "\"";
             }
             break;

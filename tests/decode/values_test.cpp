@@ -485,5 +485,12 @@ TEST(DecodeValues, ProductionDataAreToldPartByPart) {
     EXPECT_EQ(node.children.back().offset + node.children.back().size, 42u);
 }
 
+TEST(DecodeValues, ANumberWhoseBytesArePrintableIsNoText) {
+    const std::vector<std::uint8_t> printable = {'7', '8', 'H', '('};
+    EXPECT_EQ(decode::element(0x9F37, printable, {}).text, "");
+    EXPECT_EQ(decode::element(0x9F37, printable, {}).value, "37384828");
+    EXPECT_EQ(decode::element(0x53, printable, {}).text, "\"78H(\"");  // of any length
+}
+
 }  // namespace
 }  // namespace quorrin::test
