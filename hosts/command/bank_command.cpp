@@ -65,7 +65,7 @@ int run_bank(const AloneOptions& options, const Common& common) {
         online.field_55 = hex_of(options.field_55, "--field55");
     }
     if (online.field_55.empty()) {
-        throw Failed("no request: give --field55 or --request");
+        throw WrongUsage("no request: give --field55 or --request");
     }
     if (!options.pan.empty()) {
         online.pan = host::Pan(options.pan);

@@ -550,7 +550,7 @@ TEST(StoryText, ShowsNoControlCharactersOfNames) {
 
 // What a masked recording keeps is told; what it hides is said to be hidden, and no digit made up.
 std::string of_length(std::string_view elements) {
-    const std::size_t digits = std::ranges::count_if(elements, [](char c) { return c != ' '; });
+    const auto digits = std::ranges::count_if(elements, [](char c) { return c != ' '; });
     return "70" + to_hex(ByteString{static_cast<std::uint8_t>(digits / 2)}) +
            std::string(elements) + "9000";
 }

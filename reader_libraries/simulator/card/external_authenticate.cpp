@@ -10,8 +10,8 @@ namespace quorrin::simulator {
 namespace {
 
 // 91: EMV book 2 section 8.2.
-constexpr std::size_t shortest = 8;
-constexpr std::size_t longest = 16;
+constexpr std::size_t shortest_authentication = 8;
+constexpr std::size_t longest_authentication = 16;
 
 // Card status update of method 2, EMV common core definitions.
 constexpr std::uint8_t pin_tries_mask = 0x0F;     // byte 1
@@ -72,7 +72,8 @@ CardAnswer external_authenticate(ApplicationSession& session, const CardCommand&
         session.issuer_authentication != CheckResult::NotPerformed) {
         return StatusWord::ConditionsNotSatisfied;
     }
-    if (command.data.size() < shortest || command.data.size() > longest) {
+    if (command.data.size() < shortest_authentication ||
+        command.data.size() > longest_authentication) {
         return StatusWord::WrongLength;
     }
     const auto method = session.card.arpc_method;

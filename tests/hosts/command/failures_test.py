@@ -128,7 +128,7 @@ class Failures(CommandTest):
             (["decode", "--as", "answer", "--answer-to", "80A", "9000"], 2), (["decode", "--currency", "1560", "00"], 2),
             (["decode", "--currency", "x", "00"], 2),
             (["decode", "--list", "9", "00"], 2), (["decode", "--as", "nothing", "00"], 2),
-            (["bank", "--field55", "9F"], 1), (["bank", "--field55", "XY"], 1), (["bank"], 1),
+            (["bank", "--field55", "9F"], 1), (["bank", "--field55", "XY"], 1), (["bank"], 2),
             (["bank", "--request", "/nowhere.json"], 1), (["bank", "--arpc", "odd"], 2),
             (["purchase", "--reader", "simulator", "--amount", "much"], 2),
             (["purchase", "--reader", "simulator", "--currency", "XYZ"], 2),

@@ -244,8 +244,8 @@ bank::OnlineRequest Terminal::online_request() const {
         request.pan.pop_back();
     }
     request.pan_sequence_number = expect_element(records, "5F34").at(0);
-    const ByteString arqc = expect_element(cryptogram_answer, "9F26");
-    std::copy(arqc.begin(), arqc.end(), request.arqc.begin());
+    const ByteString cryptogram = expect_element(cryptogram_answer, "9F26");
+    std::copy(cryptogram.begin(), cryptogram.end(), request.arqc.begin());
     request.issuer_application_data = expect_element(cryptogram_answer, "9F10");
 
     auto& covered = request.covered;
