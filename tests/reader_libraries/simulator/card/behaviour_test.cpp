@@ -237,10 +237,12 @@ class CardBehaviour : public CardTest {
 };
 
 // "9000", "6C05", or with the cryptogram's type behind it: "9000 TC".
-std::string told(const CardReply& reply) {
+std::string told(const std::string& command, const CardReply& reply) {
     std::string text = to_hex(ByteString{static_cast<std::uint8_t>(reply.status >> 8),
                                          static_cast<std::uint8_t>(reply.status)});
-    if (!reply.data.empty() && reply.data[0] == 0x77) {
+    // What GET CHALLENGE gives is random, and now and then begins like a template.
+    const bool is_random = command.starts_with("0084");
+    if (!is_random && !reply.data.empty() && reply.data[0] == 0x77) {
         if (const auto information = element(reply.data, "9F27")) {
             text += information->at(0) == 0x80   ? " ARQC"
                     : information->at(0) == 0x40 ? " TC"
@@ -260,7 +262,7 @@ TEST_F(CardBehaviour, IsAsTheTableHasIt) {
     for (const DocumentedRow& row : rows) {
         SCOPED_TRACE("line " + std::to_string(row.line) + ": " + row.state + ", " + row.command);
         bring_to(row.state);
-        EXPECT_EQ(told(send(row.command)), row.answer);
+        EXPECT_EQ(told(row.command, send(row.command)), row.answer);
         EXPECT_FALSE(row.source.empty());
     }
 }
