@@ -44,6 +44,18 @@ def simulated(*arguments, reader="simulator", **others):
     return quorrin(*arguments, "--reader", reader, **others)
 
 
+def all_shown(terminal):
+    """What comes through a terminal until its other end is closed; this end is closed, too."""
+    shown = b""
+    while True:
+        try:
+            shown += os.read(terminal, 4096)
+        except OSError:  # the other end is closed
+            break
+    os.close(terminal)
+    return shown
+
+
 def on_a_terminal(*arguments, columns, colours=False):
     """What a terminal of so many columns shows of the results, a string a line."""
     own, terminal = pty.openpty()
@@ -52,15 +64,8 @@ def on_a_terminal(*arguments, columns, colours=False):
     with subprocess.Popen([QUORRIN, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=terminal,
                           stderr=subprocess.DEVNULL, env=environment) as run:
         os.close(terminal)
-        shown = b""
-        while True:
-            try:
-                part = os.read(own, 4096)
-            except OSError:  # the other end is closed
-                break
-            shown += part
+        shown = all_shown(own)
         run.wait(60)
-    os.close(own)
     return shown.decode().replace("\r\n", "\n").splitlines()
 
 

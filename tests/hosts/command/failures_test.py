@@ -11,8 +11,8 @@ import signal
 import subprocess
 import unittest
 
-from command_line import (CARDS, ENVIRONMENT, FIXED, PROFILES, QUORRIN, CommandTest, check_json, main, quorrin,
-                          secrets, simulated)
+from command_line import (CARDS, ENVIRONMENT, FIXED, PROFILES, QUORRIN, CommandTest, all_shown, check_json, main,
+                          quorrin, secrets, simulated)
 
 SELECT = "00A4040008A00000033301010100"
 
@@ -342,15 +342,7 @@ class Failures(CommandTest):
                                text=True, env={**ENVIRONMENT, "TERM": "xterm"})
         os.close(terminal)
         results, _ = run.communicate(text, timeout=60)
-        shown = b""
-        while True:
-            try:
-                part = os.read(own, 4096)
-            except OSError:  # the other end is closed
-                break
-            shown += part
-        os.close(own)
-        return run.returncode, results, shown.decode()
+        return run.returncode, results, all_shown(own).decode()
 
     def test_a_slow_card_shows_progress_on_a_terminal_and_takes_it_away(self):
         slow = os.environ["QUORRIN_SLOW_READER"]
