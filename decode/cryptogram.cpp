@@ -192,4 +192,16 @@ void tell_certificate(const Reading&, Value value, Node& node) {
     }
 }
 
+std::optional<unsigned> quick_cryptogram_type(std::optional<std::uint8_t> cryptogram_information,
+                                              Bytes issuer_application_data) {
+    constexpr std::size_t decision = 4;  // behind length, key, version, and the results' length
+    if (cryptogram_information) {
+        return static_cast<unsigned>(*cryptogram_information >> 6);
+    }
+    if (issuer_application_data.size() <= decision) {
+        return std::nullopt;
+    }
+    return static_cast<unsigned>(issuer_application_data[decision] >> 4 & 0x03);
+}
+
 }  // namespace quorrin::decode

@@ -62,6 +62,11 @@ std::string_view language_name(std::string_view alpha_2);  // "zh"
 // "CNY 128.50" for 12850 and 156; without a currency the digits with their unit said.
 std::string amount_text(std::uint64_t minor_units, std::optional<std::uint16_t> currency);
 
+// What a quick card has decided in its answer to GET PROCESSING OPTIONS (PBOC part 12): 0 AAC, 1 TC,
+// 2 ARQC. It stands in 9F27; cards that leave that out say it in the results within 9F10.
+std::optional<unsigned> quick_cryptogram_type(std::optional<std::uint8_t> cryptogram_information,
+                                              Bytes issuer_application_data);
+
 // Who registered an application identifier, or what it selects; empty when unknown.
 std::string_view application_name(Bytes application_identifier);
 

@@ -187,10 +187,9 @@ void take_answer(Visit& visit, const ToldCall& told) {
             }
             if (ok && visit.card.has(0x9F26)) {
                 visit.quick = true;
-                if (const auto cid = cryptogram_information(call)) {
-                    visit.first_cryptogram = static_cast<unsigned>(*cid >> 6);
-                } else if (const auto iad = visit.card.bytes(0x9F10); iad.size() >= 5) {
-                    visit.first_cryptogram = static_cast<unsigned>(iad[4] >> 4 & 0x03);
+                if (const auto type = decode::quick_cryptogram_type(cryptogram_information(call),
+                                                                    visit.card.bytes(0x9F10))) {
+                    visit.first_cryptogram = *type;
                 }
             }
             break;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "decode/lookup.hpp"
 #include "hosts/command/card_reading.hpp"
 
 namespace quorrin::command {
@@ -63,19 +64,15 @@ std::span<const WatchedExchange> bank_commands() {
 }
 
 std::optional<host::CardDecision> quick_decision() {
-    constexpr std::size_t decision_in_results = 4;  // 9F10: length, key, version, length, CVR
     const host::ByteString& data = processing_options.data;
     if (!processing_options.is_taken() || !find_value(data, 0x9F26)) {
         return std::nullopt;
     }
-    if (const auto information = find_value(data, 0x9F27); information && !information->empty()) {
-        return static_cast<host::CardDecision>(information->front() >> 6);
-    }
-    if (const auto issuer = find_value(data, 0x9F10);
-        issuer && issuer->size() > decision_in_results) {
-        return static_cast<host::CardDecision>((*issuer)[decision_in_results] >> 4 & 0x03);
-    }
-    return host::CardDecision::Reserved;
+    const auto information = find_value(data, 0x9F27);
+    const auto type = decode::quick_cryptogram_type(
+        information && !information->empty() ? std::optional(information->front()) : std::nullopt,
+        find_value(data, 0x9F10).value_or(host::ByteString()));
+    return type ? static_cast<host::CardDecision>(*type) : host::CardDecision::Reserved;
 }
 
 }  // namespace quorrin::command
